@@ -1,0 +1,32 @@
+/* Error values of the exported functions, with the phrase that the trace log and the tool show. */
+#ifndef ZERIX_ZERIX_ERRORS_H
+#define ZERIX_ZERIX_ERRORS_H
+
+enum {
+    ZERIX_SUCCESS = 0,
+    ZERIX_ERROR_NOT_SUPPORTED = 1,         /* the function is not supported for this device */
+    ZERIX_ERROR_BAD_PARAMETER = 2,         /* one of the parameters used is not valid */
+    ZERIX_ERROR_BAD_SETTINGS = 3,          /* the settings record is corrupted */
+    ZERIX_ERROR_ALREADY_LOADED = 7,        /* Zerix_LoadDriver has already been called */
+    ZERIX_ERROR_NOT_LOADED = 8,            /* Zerix_LoadDriver has not been called */
+    ZERIX_ERROR_BAD_HANDLE = 9,            /* null handle, closed camera, or held by another process */
+    ZERIX_ERROR_BAD_CAMERA_ID = 11,        /* no such camera, or it is already open */
+    ZERIX_ERROR_HARDWARE_FAULT = 13,
+    ZERIX_ERROR_FIREWIRE_FAULT = 14,
+    ZERIX_ERROR_CAMERA_FAULT = 15,
+    ZERIX_ERROR_DRIVER_FAULT = 16,
+    ZERIX_ERROR_BUFFER_TOO_SMALL = 18,     /* pBuffer of the frame is too small */
+    ZERIX_ERROR_OUT_OF_MEMORY = 19,
+    ZERIX_ERROR_BUSY = 21,                 /* the function cannot be processed at this time */
+    ZERIX_ERROR_QUEUE_FULL = 22,
+    ZERIX_ERROR_FRAME_TOO_LONG = 23,       /* the frame held more data than its buffer */
+    ZERIX_ERROR_NOT_STREAMING = 24,
+    ZERIX_ERROR_OUT_OF_SYNC = 25,          /* the frame was cut short by the next one */
+    ZERIX_ERROR_DATA_MISSING = 26,         /* missing data was filled in with black */
+    ZERIX_ERROR_HOST_OVERFLOW = 27,
+    ZERIX_ERROR_UNPLUGGED = 28,
+    ZERIX_ERROR_INITIALISATION = 30,
+    ZERIX_ERROR_ROI_TOO_SMALL = 32
+};
+
+#endif

@@ -1,0 +1,17 @@
+/* What the library's functions are declared with. */
+#ifndef ZERIX_ZERIX_EXPORT_H
+#define ZERIX_ZERIX_EXPORT_H
+
+#if defined(_WIN32)
+#if defined(ZERIX_BUILDING)
+#define ZERIX_API __declspec(dllexport)
+#elif defined(ZERIX_STATIC)
+#define ZERIX_API
+#else
+#define ZERIX_API __declspec(dllimport)
+#endif
+#else
+#define ZERIX_API __attribute__((visibility("default")))
+#endif
+
+#endif
