@@ -168,4 +168,12 @@ public:
 // The value of an environment variable; nothing if it isn't set.
 std::optional<std::string> EnvironmentVariable(const char *name);
 
+// Sets it for this process; a null value takes it away. Call it before other threads run.
+void SetEnvironment(const char *name, const char *value);
+
+// Terminal ---------------------------------------------------------------------------------------
+
+bool StandardOutputIsTerminal();
+bool StandardErrorIsTerminal();
+
 } // namespace zerix::os
