@@ -34,7 +34,9 @@ struct tStFrameInfo {
     uint64_t exposure;      // nanoseconds
     double normalizedGain;
     uint16_t startColour;
-    bool valid;             // false once a settings change has made the frame stale
+    // False once a settings change has made the frame stale, or it was forgotten before its end. Any
+    // thread may clear it; nothing else depends on its order.
+    std::atomic<bool> valid;
     // Set (release) by the assembler when it has let go of the frame for good, whole or dead, and read
     // (acquire) by the run loop: only then may anybody else take or free it.
     std::atomic<bool> finished;

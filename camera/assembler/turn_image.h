@@ -1,0 +1,22 @@
+// Turns an image by 180 degrees in place: pixels are exchanged from both ends.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace zerix {
+
+// `pixelBytes` is 1 or 2.
+void TurnImage(uint8_t *pixels, uint32_t count, uint32_t pixelBytes);
+
+// The same for `count` pixels from `pixels` on, at one processor level. Every level gives the same
+// bytes as the first, the plain one.
+struct TurnLevel {
+    const char *name;      // as the variable ZERIX_SIMD has it
+    bool isSupported;      // by this processor and system
+    void (*turnBytes)(uint8_t *pixels, uint32_t count);
+    void (*turnWords)(uint8_t *pixels, uint32_t count);
+};
+std::span<const TurnLevel> TurnLevels();
+
+} // namespace zerix
