@@ -24,7 +24,8 @@ enum ControlCode : uint32_t {
     kControlAllocateResources = 0x22A0B0,  // ResourcesRequest -> the same
     kControlFreeResources = 0x22A0B4,      // word: the handle -> word
     kControlQueueBuffer = 0x22A0BA,        // the receive buffer -> the same, complete when full
-    kControlDetachBuffers = 0x22A0BC,      // word: the resources handle -> word
+    kControlDetachBuffers = 0x22A0BC,      // word: the resources handle -> word; every queued buffer's
+                                           // request is over when it returns (kErrorOperationAborted)
     kControlListen = 0x22A0C0,             // ListenRequest -> the same
     kControlStopListen = 0x22A0C4,         // StopRequest -> the same
 };

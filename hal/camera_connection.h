@@ -1,0 +1,20 @@
+// The connection to one camera, as far as other layers look into it. Connecting and disconnecting
+// stand in zerix_hal.h.
+#pragma once
+
+#include <cstdint>
+
+#include "hal/kernel_driver.h"
+#include "zerix/zerix_hal.h"
+
+namespace zerix::hal {
+
+// Asks the kernel driver whether the device is claimed, by whomever: 1 if so. On a failure it
+// writes to the debug output and, if asked to, shows the failure box.
+// 0, or HAL_ERROR_ISOCH_CHANNEL_FREE.
+uint32_t FWCameraIsOpen(kernel::DeviceHandle device, uint32_t *isOpen, bool showMessage);
+
+// The handle of the camera's open device; 0 if it has none. Any thread.
+kernel::DeviceHandle OpenDeviceOf(const HALCamera &camera);
+
+} // namespace zerix::hal

@@ -1,0 +1,401 @@
+// Starting and stopping the stream, the receive thread, and the run loop's wait.
+#include <chrono>
+
+#include "hal/receive_thread.h"
+#include "tests/hal/stream_fixture.h"
+
+using namespace zerix;
+using namespace zerix::test;
+
+namespace {
+
+using IsoStream = StreamTest;
+
+const Calls kStopCalls = {"22A0C4", "22A0BC", "22A07C"};
+const Bytes kFrame = {1, 2, 3, 4, 5, 6, 7, 8};
+
+Bytes SlotWithLength(size_t slotBytes, uint16_t length)
+{
+    Bytes slot(slotBytes, 0xEE);
+    slot[6] = static_cast<uint8_t>(length);
+    slot[7] = static_cast<uint8_t>(length >> 8);
+    return slot;
+}
+
+TEST(PacketSlot, GivesOnlyAPayloadThatFitsIt)
+{
+    struct Case {
+        size_t slotBytes;
+        uint16_t length;
+        size_t payload;
+    };
+    const Case cases[] = {{112, 0, 0},   {112, 12, 0},  {112, 13, 13},     {112, 104, 104},
+                          {112, 105, 0}, {112, 112, 0}, {112, 113, 0},     {112, 0xFFFF, 0},
+                          {21, 13, 13},  {20, 13, 0},   {9056, 9044, 9044}};
+    for (const Case &c : cases) {
+        Bytes slot = SlotWithLength(c.slotBytes, c.length);
+        const auto payload = hal::PayloadOf(slot);
+        EXPECT_EQ(payload.size(), c.payload) << c.slotBytes << " " << c.length;
+        if (!payload.empty()) {
+            EXPECT_EQ(payload.data(), slot.data() + 8);
+        }
+    }
+    Bytes tiny(7);
+    EXPECT_TRUE(hal::PayloadOf(tiny).empty());
+    EXPECT_TRUE(hal::PayloadOf({}).empty());
+}
+
+TEST_F(IsoStream, QueuesListensAndTurnsTheCameraOn)
+{
+    ASSERT_EQ(Start(), 0u);
+    Calls expected(60, "22A0BA");
+    expected.insert(expected.end(), {"22A0C0", "22A07C"});
+    EXPECT_EQ(OwnersCalls(), expected);
+    for (const SentRequest &queued : driver.Requests(kernel::kControlQueueBuffer)) {
+        EXPECT_EQ(queued.inSize, 3360u);
+        EXPECT_EQ(queued.outSize, 3360u);
+        EXPECT_TRUE(queued.isOverlapped);
+    }
+    const auto listen = driver.Requests(kernel::kControlListen).at(0);
+    EXPECT_EQ(listen.in, (Bytes{0x01, 0x00, 0x50, 0x4E, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(listen.outSize, 12u);
+    EXPECT_TRUE(listen.isOverlapped);
+    const auto write = driver.Requests(kernel::kControlAsyncWrite).at(0);
+    EXPECT_EQ(write.Words()[4], kEnableRegister);
+    EXPECT_EQ(Bytes(write.in.begin() + 36, write.in.begin() + 40), (Bytes{5, 0, 0, 1}));
+    ASSERT_TRUE(driver.Await(kernel::kControlStreamBegin, 1));
+    const auto begin = driver.Requests(kernel::kControlStreamBegin).at(0);
+    EXPECT_EQ(begin.inSize, 4u);
+    EXPECT_EQ(begin.outSize, 4u);
+    EXPECT_TRUE(begin.isOverlapped);
+    EXPECT_EQ(Stop(), 0u);
+}
+
+TEST_F(IsoStream, StartsOnce)
+{
+    BeStreaming();
+    EXPECT_EQ(Start(), 0u);
+    EXPECT_EQ(driver.Calls(), Calls{});
+    EXPECT_EQ(Stop(), 0u);
+}
+
+TEST_F(IsoStream, StopsInOrder)
+{
+    BeStreaming();
+    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(driver.Calls(), (Calls{"22A090", "22A0C4", "22A0BC", "22A07C"}));
+    EXPECT_EQ(driver.Requests(kernel::kControlStopListen).at(0).in,
+              (Bytes{0x01, 0x00, 0x50, 0x4E, 0, 0, 0, 0}));
+    EXPECT_EQ(driver.Requests(kernel::kControlDetachBuffers).at(0).in,
+              (Bytes{0x01, 0x00, 0x50, 0x4E}));
+    const auto write = driver.Requests(kernel::kControlAsyncWrite).at(0);
+    EXPECT_EQ(write.Words()[4], kEnableRegister);
+    EXPECT_EQ(Bytes(write.in.begin() + 36, write.in.begin() + 40), (Bytes{0, 0, 0, 0}));
+    EXPECT_EQ(Device().ring, nullptr);
+    EXPECT_EQ(Said(), "");
+    EXPECT_EQ(sink.timedOutCount, 0u);
+}
+
+TEST_F(IsoStream, StopsNothingThatDoesNotStream)
+{
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    EXPECT_EQ(driver.Calls(), Calls{});
+}
+
+TEST_F(IsoStream, CanBeStartedAgain)
+{
+    for (int i = 0; i < 3; ++i) {
+        BeStreaming();
+        EXPECT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+        EXPECT_TRUE(sink.AwaitFrame());
+        EXPECT_EQ(Stop(), 0u);
+    }
+    EXPECT_EQ(sink.doneCount, 3u);
+}
+
+TEST_F(IsoStream, DeliversAFrame)
+{
+    BeStreaming();
+    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+    ASSERT_TRUE(sink.AwaitFrame());
+    EXPECT_EQ(sink.frame.status, 0u);
+    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(sink.data, kFrame);
+}
+
+TEST_F(IsoStream, TakesTheBuffersInTurnAndQueuesThemAgain)
+{
+    BeStreaming();
+    for (uint8_t i = 0; i < 130; ++i) {
+        ASSERT_TRUE(driver.Fill({{}, WholeFramePacket(i, Bytes(kFrameBytes, i))}));
+        ASSERT_TRUE(sink.AwaitFrame());
+        ASSERT_EQ(sink.data[7], i);
+        ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 61u + i));
+    }
+    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(sink.doneCount, 130u);
+}
+
+TEST_F(IsoStream, ReadsAllThirtySlots)
+{
+    BeStreaming();
+    std::vector<Bytes> payloads;
+    for (uint8_t i = 0; i < 30; ++i)
+        payloads.push_back(WholeFramePacket(i, kFrame));
+    ASSERT_TRUE(driver.Fill(payloads));
+    for (int i = 0; i < 30; ++i)
+        ASSERT_TRUE(sink.AwaitFrame());
+    EXPECT_EQ(Stop(), 0u);
+}
+
+TEST_F(IsoStream, WritesNothingToAFrameAfterTheStop)
+{
+    BeStreaming();
+    const Bytes half = {1, 2, 3, 4};
+    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, half)}));
+    ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 61));
+    EXPECT_EQ(Stop(), 0u);
+    BeStreaming();
+    ASSERT_TRUE(driver.Fill({ContinuingPacket(1, 4, {5, 6, 7, 8})}));
+    ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 122));
+    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(sink.data, (Bytes{1, 2, 3, 4, 0, 0, 0, 0}));
+    EXPECT_EQ(sink.doneCount, 0u);
+}
+
+TEST_F(IsoStream, AllocatesNothingWhileItReceives)
+{
+    BeStreaming();
+    driver.isRecording = false;
+    for (uint8_t i = 0; i < 200; ++i) {
+        ASSERT_TRUE(driver.Fill({WholeFramePacket(i, kFrame)}));
+        ASSERT_TRUE(sink.AwaitFrame());
+    }
+    EXPECT_EQ(sink.allocationsAtLastFrame, sink.allocationsAtFirstFrame);
+    driver.isRecording = true;
+    EXPECT_EQ(Stop(), 0u);
+}
+
+TEST_F(IsoStream, StopWithoutPacketsTakesFiveSecondsAndEndsTheThread)
+{
+    BeStreaming();
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    const auto took = std::chrono::steady_clock::now() - before;
+    EXPECT_GE(took, std::chrono::milliseconds(4990));
+    EXPECT_LT(took, std::chrono::milliseconds(9000));
+    EXPECT_EQ(Said(), "FWCameraIsochStopThreads:Thread Stop timed out!!!\n");
+    EXPECT_EQ(driver.Calls(), (Calls{"cancel", "22A090", "22A0C4", "22A0BC", "22A07C"}));
+    EXPECT_EQ(sink.timedOutCount, 0u) << "a stop is no loss";
+    EXPECT_EQ(Device().receiveThread, nullptr);
+}
+
+TEST_F(IsoStream, TellsOfADeviceThatIsLost)
+{
+    BeStreaming();
+    driver.Unplug();
+    ASSERT_TRUE(sink.AwaitTimedOut());
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 31u);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(4));
+    EXPECT_EQ(os::LastError(), 1167u);
+    EXPECT_EQ(driver.Calls(), (Calls{"22A090", "22A0C4", "cancel"}));
+    EXPECT_EQ(HAL_CameraDisconnect(&camera), 29u);
+    EXPECT_EQ(sink.timedOutCount, 1u);
+    EXPECT_EQ(Said(), "");
+}
+
+TEST_F(IsoStream, TellsOfALossThatShowsWhenABufferIsQueued)
+{
+    BeStreaming();
+    driver.Next(kernel::kControlQueueBuffer, Fails(kernel::kErrorDeviceNotConnected));
+    ASSERT_TRUE(driver.Fill({}));
+    ASSERT_TRUE(sink.AwaitTimedOut());
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+}
+
+TEST_F(IsoStream, TellsOfABufferThatFails)
+{
+    BeStreaming();
+    ASSERT_TRUE(driver.FailBuffer(kernel::kErrorGenFailure));
+    ASSERT_TRUE(sink.AwaitTimedOut());
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    EXPECT_EQ(sink.timedOutCount, 1u);
+}
+
+TEST_F(IsoStream, ReceivesUntilTheLostDeviceIsStoppedByItsOwnCallback)
+{
+    BeStreaming();
+    sink.stopFromCallback = &camera;
+    driver.Unplug();
+    ASSERT_TRUE(sink.AwaitTimedOut());
+    EXPECT_EQ(sink.stopResult, 31u);
+    EXPECT_EQ(Device().ring, nullptr);
+}
+
+TEST_F(IsoStream, EndsTheThreadWhenABufferCannotBeQueuedAgain)
+{
+    BeStreaming();
+    driver.Next(kernel::kControlQueueBuffer, Fails(kernel::kErrorNoSystemResources));
+    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+    ASSERT_TRUE(sink.AwaitFrame());
+    ASSERT_TRUE(driver.Await(kernel::kControlStreamEnd, 1));
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(4));
+    Calls calls = OwnersCalls();
+    std::erase(calls, "22A0BA");
+    EXPECT_EQ(calls, kStopCalls);
+    EXPECT_EQ(sink.timedOutCount, 0u);
+    EXPECT_EQ(Said(), "");
+}
+
+TEST_F(IsoStream, QueuesABufferAtItsTurnThatWasRefusedAtTheStart)
+{
+    driver.Next(kernel::kControlQueueBuffer, Fails(kernel::kErrorNoSystemResources));
+    BeStreaming();
+    ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 61));
+    EXPECT_EQ(driver.Pending(), 60u);
+    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+    ASSERT_TRUE(sink.AwaitFrame());
+    EXPECT_EQ(Stop(), 0u);
+}
+
+TEST_F(IsoStream, TakesABufferThatIsFullAtOnce)
+{
+    driver.Next(kernel::kControlQueueBuffer, {});
+    BeStreaming();
+    ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 61));
+    EXPECT_EQ(Stop(), 0u);
+}
+
+TEST_F(IsoStream, FailsToStartWhenTheDriverDoesNotListen)
+{
+    driver.Next(kernel::kControlListen, Fails(kernel::kErrorGenFailure));
+    EXPECT_EQ(Start(), 18u);
+    EXPECT_EQ(os::LastError(), 31u);
+    EXPECT_EQ(driver.Count(kernel::kControlAsyncWrite), 0u);
+    EXPECT_EQ(Stop(), 0u) << "what was begun is stopped";
+    driver.Next(kernel::kControlListen, PendsAndFails(kernel::kErrorGenFailure));
+    EXPECT_EQ(Start(), 18u);
+    EXPECT_EQ(Stop(), 0u);
+    driver.Next(kernel::kControlListen, Pends({}));
+    EXPECT_EQ(Start(), 0u);
+    EXPECT_EQ(Stop(), 0u);
+}
+
+TEST_F(IsoStream, GivesTheErrorOfTheRegisterWrite)
+{
+    driver.Next(kernel::kControlAsyncWrite, Fails(kernel::kErrorGenFailure));
+    EXPECT_EQ(Start(), 19u);
+    driver.Next(kernel::kControlAsyncWrite, Fails(kernel::kErrorNoSystemResources));
+    EXPECT_EQ(Stop(), 40u);
+    EXPECT_EQ(Device().ring, nullptr);
+    EXPECT_EQ(os::LastError(), 1450u);
+}
+
+TEST_F(IsoStream, FreesEverythingWhenTheDriverDoesNotStop)
+{
+    struct Failure {
+        uint32_t code;
+        uint32_t error;
+        Calls calls;
+    };
+    const Failure failures[] = {
+        {kernel::kControlStopListen, 31, {"22A0C4", "cancel"}},
+        {kernel::kControlDetachBuffers, 29, {"22A0C4", "22A0BC", "cancel"}},
+    };
+    for (const Failure &failure : failures) {
+        BeStreaming();
+        driver.Next(failure.code, Fails(kernel::kErrorGenFailure));
+        EXPECT_EQ(Stop(), failure.error);
+        EXPECT_EQ(os::LastError(), 31u);
+        EXPECT_EQ(OwnersCalls(), failure.calls);
+        EXPECT_EQ(driver.Pending(), 0u);
+        EXPECT_EQ(Device().ring, nullptr);
+        EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    }
+}
+
+TEST_F(IsoStream, DisconnectEndsAStreamThatNobodyStopped)
+{
+    BeStreaming();
+    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
+    EXPECT_EQ(OwnersCalls(), (Calls{"22A0B4", "22A0AC", "22A0A4", "22A08C", "cancel", "close"}));
+    EXPECT_EQ(driver.Count(kernel::kControlStreamEnd), 1u);
+    EXPECT_EQ(Device().ring, nullptr);
+    EXPECT_EQ(sink.timedOutCount, 0u);
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+}
+
+TEST_F(IsoStream, ReleaseEndsAStreamThatNobodyStopped)
+{
+    BeStreaming();
+    EXPECT_EQ(HAL_CameraRelease(&camera), 0u);
+    EXPECT_EQ(OwnersCalls(), (Calls{"cancel", "close"}));
+    EXPECT_EQ(sink.timedOutCount, 0u);
+}
+
+TEST_F(IsoStream, NeedsAnOpenDevice)
+{
+    ASSERT_EQ(HAL_CameraDisconnect(&camera), 0u);
+    driver.Forget();
+    EXPECT_EQ(Start(), 18u);
+    EXPECT_EQ(os::LastError(), 6u);
+    EXPECT_EQ(driver.Calls(), Calls{});
+}
+
+TEST_F(IsoStream, OtherKindsHaveFixedAnswers)
+{
+    camera.kind = 1;
+    EXPECT_EQ(Start(), 30u);
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u);
+    EXPECT_EQ(HAL_CameraStopWaitingForFrame(camera), 0u);
+    camera.kind = 2;
+    EXPECT_EQ(Start(), 0u);
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u);
+    EXPECT_EQ(driver.Calls(), Calls{});
+    camera.kind = 0;
+}
+
+TEST_F(IsoStream, AWakeUpBeforeTheWaitIsNotLost)
+{
+    EXPECT_EQ(HAL_CameraStopWaitingForFrame(camera), 0u);
+    EXPECT_EQ(HAL_CameraStopWaitingForFrame(camera), 0u);
+    EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u);
+    EXPECT_EQ(Device().frameWaitEvent->Wait(0), os::WaitResult::kTimedOut) << "and is used up";
+}
+
+TEST_F(IsoStream, WaitsUntilItIsWoken)
+{
+    const auto waits = os::Semaphore::Create(0, 1);
+    std::thread waiter([&] {
+        EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u);
+        waits->Signal();
+    });
+    EXPECT_EQ(waits->Wait(50), os::WaitResult::kTimedOut);
+    EXPECT_EQ(HAL_CameraStopWaitingForFrame(camera), 0u);
+    EXPECT_EQ(waits->Wait(20000), os::WaitResult::kSignalled);
+    waiter.join();
+}
+
+TEST_F(IsoStream, DisconnectEndsTheWait)
+{
+    std::thread waiter([&] { EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u); });
+    HALCamera copy = camera;
+    EXPECT_EQ(HAL_CameraDisconnect(&copy), 0u);
+    waiter.join();
+    EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u) << "nothing to wait for";
+}
+
+TEST_F(IsoStream, AWakeUpOfAnEarlierConnectionIsForgotten)
+{
+    HAL_CameraStopWaitingForFrame(camera);
+    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
+    EXPECT_EQ(Connect(), 0u);
+    EXPECT_EQ(Device().frameWaitEvent->Wait(0), os::WaitResult::kTimedOut);
+}
+
+} // namespace

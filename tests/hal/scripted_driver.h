@@ -1,0 +1,120 @@
+// A kernel driver for the tests of the hardware layer: records every call and request, and answers
+// as told. Defines kernel::Driver() for the test program. Any thread.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "hal/kernel_driver.h"
+#include "hal/kernel_requests.h"
+
+namespace zerix::test {
+
+using Bytes = std::vector<uint8_t>;
+
+struct SentRequest {
+    uint32_t code;
+    kernel::DeviceHandle device;
+    uint32_t inSize;
+    uint32_t outSize;
+    bool isOverlapped;
+    Bytes in; // not of queued buffers
+
+    // The in record as little-endian words.
+    std::vector<uint32_t> Words() const;
+};
+
+// The answer to one request. A pending one is over at its first wait: done with `out`, or failed
+// with `systemError` where that isn't 0.
+struct Answer {
+    kernel::Completion completion = kernel::Completion::kDone;
+    uint32_t systemError = 0;
+    Bytes out = {};
+};
+
+Answer Fails(uint32_t systemError);
+Answer Pends(const Bytes &out);
+Answer PendsAndFails(uint32_t systemError);
+Bytes Word(uint32_t value);
+
+class ScriptedDriver final : public kernel::KernelDriver {
+public:
+    static ScriptedDriver &Get();
+
+    // Everything as at the start of the program.
+    void Reset();
+
+    // Script. Answers to one code are used up in order; then the default answer comes: done, with
+    // plain handles; queued buffers pend until they are filled.
+    std::vector<std::string> paths;
+    uint32_t enumerateError = 0;
+    uint32_t openError = 0;
+    std::atomic<bool> isSimulated = true;
+    std::atomic<bool> isRecording = true;
+    void Next(uint32_t code, const Answer &answer, int times = 1);
+
+    // The stream: completes the oldest queued buffer with these payloads in its first slots. False
+    // if no buffer came to be queued within the deadline.
+    bool Fill(const std::vector<Bytes> &payloads);
+    // Completes the oldest queued buffer with a failure.
+    bool FailBuffer(uint32_t systemError);
+    // Everything pending fails, and everything that is sent from now on.
+    void Unplug();
+
+    // What came: "enumerate 10", "open PATH", "22A0A0", "cancel", "close", in order.
+    std::vector<std::string> Calls();
+    std::vector<SentRequest> Requests(uint32_t code);
+    uint32_t Count(uint32_t code);
+    size_t Pending();
+    size_t OpenHandles();
+    void Forget(); // what came so far
+    // Waits until so many requests of this code came; false at the deadline.
+    bool Await(uint32_t code, uint32_t count);
+
+    uint32_t Enumerate(kernel::DevicePath *list, uint32_t maximumCount, uint32_t *count) override;
+    uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override;
+    kernel::ControlResult Control(kernel::DeviceHandle device, uint32_t code, const void *in,
+                                  uint32_t inSize, void *out, uint32_t outSize,
+                                  kernel::Overlapped *overlapped) override;
+    kernel::ControlResult Wait(kernel::DeviceHandle device,
+                               kernel::Overlapped *overlapped) override;
+    void CancelPending(kernel::DeviceHandle device) override;
+    void Close(kernel::DeviceHandle device) override;
+    bool IsSimulated() const override { return isSimulated; }
+
+private:
+    struct PendingBuffer {
+        kernel::Overlapped *overlapped;
+        uint8_t *buffer;
+        uint32_t size;
+    };
+
+    void Log(const std::string &text);
+    void Record(kernel::DeviceHandle device, uint32_t code, const void *in, uint32_t inSize,
+                uint32_t outSize, bool isOverlapped);
+    Answer DefaultAnswer(uint32_t code) const;
+    kernel::ControlResult Queue(void *out, uint32_t outSize, kernel::Overlapped *overlapped);
+    kernel::ControlResult Give(const Answer &answer, void *out, uint32_t outSize,
+                               kernel::Overlapped *overlapped);
+    void FailPending(uint32_t systemError);
+    bool TakeOldest(std::unique_lock<std::mutex> &lock, PendingBuffer &buffer);
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::map<uint32_t, std::deque<Answer>> m_answers;
+    std::vector<std::string> m_calls;
+    std::vector<SentRequest> m_requests;
+    std::map<uint32_t, uint32_t> m_counts;
+    std::vector<PendingBuffer> m_pending;
+    std::vector<kernel::DeviceHandle> m_open;
+    kernel::DeviceHandle m_nextHandle = 0x1001;
+    bool m_isUnplugged = false;
+};
+
+} // namespace zerix::test

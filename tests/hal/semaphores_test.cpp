@@ -1,0 +1,67 @@
+// Counting semaphores of the hardware layer.
+#include <gtest/gtest.h>
+
+#include "platform/os.h"
+#include "zerix/zerix_hal.h"
+
+namespace zerix {
+namespace {
+
+// How often it can be waited for without blocking; each is given back.
+uint32_t CountOf(HAL_Semaphore semaphore)
+{
+    struct Drain {
+        HAL_Semaphore semaphore;
+        std::unique_ptr<os::Semaphore> taken = os::Semaphore::Create(0, 1000);
+    } drain{.semaphore = semaphore};
+    threadInfo *thread = nullptr;
+    EXPECT_EQ(HAL_ThreadCreate(
+                  [](void *p) {
+                      while (HAL_SemaphoreWait(static_cast<Drain *>(p)->semaphore) == 0)
+                          static_cast<Drain *>(p)->taken->Signal();
+                  },
+                  &drain, &thread),
+              0u);
+    uint32_t count = 0;
+    while (drain.taken->Wait(100) == os::WaitResult::kSignalled)
+        ++count;
+    EXPECT_EQ(HAL_ThreadTerminate(thread), 0u);
+    EXPECT_EQ(HAL_ThreadCleanup(thread, 5000), 0u);
+    return count;
+}
+
+TEST(HalSemaphore, IsFreeWhenCreated)
+{
+    HAL_Semaphore semaphore = nullptr;
+    ASSERT_EQ(HAL_SemaphoreCreate(&semaphore), 0u);
+    EXPECT_EQ(HAL_SemaphoreWait(semaphore), 0u);
+    EXPECT_EQ(CountOf(semaphore), 0u);
+    EXPECT_EQ(HAL_SemaphoreDestroy(&semaphore), 0u);
+}
+
+TEST(HalSemaphore, StaysAt100WhateverIsSignalled)
+{
+    HAL_Semaphore semaphore = nullptr;
+    ASSERT_EQ(HAL_SemaphoreCreate(&semaphore), 0u);
+    for (int signal = 0; signal < 150; ++signal)
+        EXPECT_EQ(HAL_SemaphoreSignal(semaphore), 0u);
+    EXPECT_EQ(CountOf(semaphore), 100u);
+    EXPECT_EQ(HAL_SemaphoreDestroy(&semaphore), 0u);
+}
+
+TEST(HalSemaphore, IsNullOnceDestroyed)
+{
+    HAL_Semaphore semaphore = nullptr;
+    ASSERT_EQ(HAL_SemaphoreCreate(&semaphore), 0u);
+    EXPECT_EQ(HAL_SemaphoreDestroy(&semaphore), 0u);
+    EXPECT_EQ(semaphore, nullptr);
+}
+
+TEST(HalSemaphore, ThatDoesNotExistFailsToWait)
+{
+    EXPECT_EQ(HAL_SemaphoreWait(nullptr), 32u);
+    EXPECT_EQ(HAL_SemaphoreSignal(nullptr), 0u);
+}
+
+} // namespace
+} // namespace zerix

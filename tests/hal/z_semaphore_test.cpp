@@ -1,0 +1,43 @@
+// The semaphore as an object.
+#include <gtest/gtest.h>
+#include <memory>
+
+#include "hal/z_semaphore.h"
+#include "platform/os.h"
+#include "tests/support/debug_output_capture.h"
+
+namespace ZX {
+namespace {
+
+TEST(ZSemaphore, IsFreeWhenMadeAndFreeAgainWhenSignalled)
+{
+    const zerix::test::DebugOutputCapture capture;
+    ZSemaphore semaphore;
+    semaphore.Wait();
+    semaphore.Signal();
+    semaphore.Wait();
+    EXPECT_TRUE(capture.Lines().empty());
+}
+
+TEST(ZSemaphore, HoldsAThreadUntilItIsSignalled)
+{
+    struct Shared {
+        ZSemaphore semaphore;
+        std::unique_ptr<zerix::os::Event> passed =
+            zerix::os::Event::Create(zerix::os::ResetMode::kManual);
+    } shared;
+    shared.semaphore.Wait();
+    const auto thread = zerix::os::Thread::Start(
+        [](void *p) {
+            static_cast<Shared *>(p)->semaphore.Wait();
+            static_cast<Shared *>(p)->passed->Signal();
+        },
+        &shared);
+    EXPECT_EQ(shared.passed->Wait(20), zerix::os::WaitResult::kTimedOut);
+    shared.semaphore.Signal();
+    EXPECT_EQ(shared.passed->Wait(10'000), zerix::os::WaitResult::kSignalled);
+    EXPECT_EQ(thread->Join(10'000), zerix::os::WaitResult::kSignalled);
+}
+
+} // namespace
+} // namespace ZX
