@@ -25,6 +25,11 @@ public:
     // the given pitch.
     virtual void Sample(uint32_t width, uint32_t height, float pitchMicrometres,
                         std::vector<Light> &light) const = 0;
+
+    // A scene in counts stands for the test generator of the converter: its pixels are Count() as it
+    // is, cut to the converter's depth, whatever exposure, gain and offset are, and without noise.
+    [[nodiscard]] virtual bool IsInCounts() const { return false; }
+    [[nodiscard]] virtual uint32_t Count(uint32_t /*column*/, uint32_t /*row*/) const { return 0; }
 };
 
 struct SceneDescription {

@@ -1,0 +1,43 @@
+// What the electronics of a camera model are like, beside its sensor: how its gain answers, how it
+// bins, which extras it carries. Pure functions of a description.
+#pragma once
+
+#include <cstdint>
+
+#include "sim/rack.h"
+#include "sim/sensor.h"
+
+namespace zerix::sim {
+
+namespace model {
+inline constexpr uint32_t kBenchmate = 8;
+inline constexpr uint32_t kIntensified = 9;
+inline constexpr uint32_t kMetrol = 1002;
+} // namespace model
+
+inline constexpr uint32_t kDefaultGain = 600;
+inline constexpr uint32_t kDefaultOffset = 0;
+inline constexpr uint32_t kLeastMultiplication = 0;
+inline constexpr uint32_t kMostMultiplication = 3200;
+inline constexpr uint32_t kHundredfoldMultiplication = 2048;
+inline constexpr double kDecibelsPerCount = 34.1516 / 4096.0; // newer boards
+inline constexpr double kIntensifierDecibelsPerCount = 0.015765398;
+
+// A board of the first kind: its gain is dead below 500 and above 4000 counts and twice as steep
+// from 3500 on. Later boards are straight.
+bool HasPiecewiseGain(const CameraDescription &description);
+
+// Analogue gain of a raw gain, relative to the default gain, in decibels.
+double GainDecibels(const CameraDescription &description, uint32_t rawGain);
+
+// Factor of electron multiplication of a raw value above its minimum.
+double MultiplicationFactor(uint32_t raw);
+
+// Rows that the live mode of a Benchmate leaves out: one pair of every so many pairs is sent.
+uint32_t LiveModeStep(const SensorType &sensor);
+
+// The reading of the temperature registers in degrees, and back.
+double CelsiusOfCounts(uint32_t counts);
+uint32_t CountsOfCelsius(double celsius);
+
+} // namespace zerix::sim

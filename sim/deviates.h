@@ -1,0 +1,89 @@
+// Random deviates of the distributions that a sensor's noise has, from uniform bits through tables
+// that are computed once, by exact arithmetic. The tables are constant: safe from any thread.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "sim/random.h"
+
+namespace zerix::sim {
+
+// A piece of an inverse distribution function; `step` is for one unit of the bits below the index.
+struct QuantileCell {
+    float start;
+    float step;
+};
+
+// Normal deviates. The outermost two cells of the first table are resolved by a second one, so that
+// the tails reach beyond five sigma.
+class NormalTable {
+public:
+    static const NormalTable &Get();
+
+    [[nodiscard]] float Deviate(uint32_t bits) const
+    {
+        const uint32_t index = bits >> 21U;
+        if (index - 1U >= kCells - 2U) [[unlikely]]
+            return Tail(bits);
+        return m_cells[index].start +
+               m_cells[index].step * static_cast<float>(static_cast<int32_t>(bits & 0x1FFFFFU));
+    }
+
+private:
+    static constexpr uint32_t kCells = 2048;
+
+    NormalTable();
+    [[nodiscard]] float Tail(uint32_t bits) const;
+
+    std::array<QuantileCell, kCells> m_cells;
+    std::array<QuantileCell, kCells> m_tail; // of the upper end
+};
+
+// Exponential deviates of mean 1.
+class ExponentialTable {
+public:
+    static const ExponentialTable &Get();
+
+    [[nodiscard]] float Deviate(uint64_t bits) const;
+
+private:
+    static constexpr uint32_t kCells = 1024;
+
+    ExponentialTable();
+
+    std::array<QuantileCell, kCells> m_cells;
+};
+
+// Poisson deviates of small means, exactly distributed (to 2 to the power -32): the part of the
+// mean that is on a grid comes from a table of the distribution, the rest by inversion, and the sum
+// of two Poisson deviates is one.
+class PoissonTable {
+public:
+    static const PoissonTable &Get();
+
+    // Means from here on are left to the normal approximation.
+    static constexpr float kLimit = 24.0F;
+
+    // Of a mean from 0 to below kLimit.
+    [[nodiscard]] uint32_t Deviate(float mean, uint64_t bits) const;
+
+private:
+    static constexpr uint32_t kSteps = 192;
+    static constexpr float kStepsPerUnit = 8.0F;
+    static constexpr uint32_t kCounts = 64;
+
+    struct Distribution {
+        std::array<uint32_t, kCounts>
+            upTo;                       // probability of at most so many, times 2 to the power 32
+        std::array<uint8_t, 256> first; // the least count for bits that begin with this byte
+    };
+
+    PoissonTable();
+    static void Fill(double mean, Distribution *distribution);
+
+    std::array<Distribution, kSteps> m_distributions;
+};
+
+} // namespace zerix::sim

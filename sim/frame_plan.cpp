@@ -1,0 +1,249 @@
+// Reads control words the way the camera's firmware does.
+#include "sim/frame_plan.h"
+
+#include <algorithm>
+
+#include "sim/camera_traits.h"
+#include "sim/register_map.h"
+
+namespace zerix::sim {
+namespace {
+
+using Words = std::span<const uint32_t>;
+
+constexpr float kMegahertz[] = {20.0f, 10.0f, 5.0f, 2.5f, 25.0f, 30.0f, 35.0f, 40.0f};
+constexpr uint64_t kWheelSettling = 100'000'000; // nanoseconds
+constexpr uint8_t kWheelRed = 0;
+constexpr uint8_t kWheelGreen = 1;
+constexpr uint8_t kWheelBlue = 3;
+constexpr uint32_t kBlackLevelParts = 128; // black is this part of the converter's range
+constexpr uint32_t kLegacyPacket = 4080;
+constexpr uint32_t kLegacyFastPacket = 4980; // deep pixels at 20 MHz without binning
+
+struct Binning {
+    uint32_t horizontal = 1;
+    uint32_t vertical = 1;
+    bool symmetrical = true;
+};
+
+Binning BinningOf(const CameraDescription &description, Words words)
+{
+    const uint32_t vertical = ReadField(words, control::kVerticalBinningLess1) + 1;
+    if (description.model == model::kMetrol)
+        return {ReadField(words, control::kHorizontalBinningLess1) + 1, vertical, false};
+    if (description.model == model::kBenchmate)
+        return {1, vertical, false};
+    const uint32_t third = IsAtLeast(description.information, 2, 2) ? 8 : 3;
+    const uint32_t factors[] = {1, 2, third, 4};
+    const uint32_t factor = factors[ReadField(words, control::kBinningCode)];
+    return {factor, factor, true};
+}
+
+uint16_t OutputBits(const CameraDescription &description, Words words)
+{
+    if (description.model == model::kMetrol)
+        return std::max<uint16_t>(description.bitDepth,
+                                  9); // its pixels are words, whatever the code
+    switch (ReadField(words, control::kDepthCode)) {
+    case 0:
+        return 8;
+    case 1:
+        return description.bitDepth;
+    case 2:
+        return 12;
+    default:
+        return 14;
+    }
+}
+
+uint64_t ExposureOf(const CameraDescription &description, Words words, RegisterField upper,
+                    RegisterField lower)
+{
+    const uint64_t word = ReadField(words, upper);
+    return description.control.major == 1 ? word * 1000 : word << 32 | ReadField(words, lower);
+}
+
+bool WheelTurns(const SensorType &sensor, Words words)
+{
+    return sensor.mosaic == Mosaic::kNone && ReadField(words, control::kWheelTurns) != 0;
+}
+
+// Red, green, blue, and round again from the start colour.
+uint8_t WheelColour(Words words, uint32_t wheelFrame)
+{
+    constexpr uint8_t kCycle[] = {kWheelRed, kWheelGreen, kWheelBlue};
+    const uint32_t start = ReadField(words, control::kWheelStart);
+    const uint32_t first = start == kWheelGreen ? 1 : start == kWheelBlue ? 2 : 0;
+    return kCycle[(first + wheelFrame) % 3];
+}
+
+void PlanExposureTime(const CameraDescription &description, Words words, FramePlan &plan)
+{
+    RegisterField upper = control::kExposure;
+    RegisterField lower = control::kExposureLow;
+    if (plan.exposure.filterColour == kWheelRed) {
+        upper = control::kRedExposure;
+        lower = control::kRedExposureLow;
+    } else if (plan.exposure.filterColour == kWheelBlue) {
+        upper = control::kBlueExposure;
+        lower = control::kBlueExposureLow;
+    }
+    plan.exposure.exposureNanoseconds = ExposureOf(description, words, upper, lower);
+}
+
+// The region, clamped to the sensor. In format 2 it counts from the far corner.
+void PlanRegion(const CameraDescription &description, const SensorType &sensor, Words words,
+                FramePlan &plan)
+{
+    const Binning binning = BinningOf(description, words);
+    const bool live =
+        description.model == model::kBenchmate && ReadField(words, control::kLiveMode) != 0;
+    if (description.model == model::kBenchmate)
+        plan.keptRowPairs = live ? LiveModeStep(sensor) : binning.vertical;
+    // Charge of rows under different mosaic colours is never added: such rows are left out instead.
+    const bool leavesOut = description.model == model::kBenchmate;
+    const uint32_t rowFactor = live ? 2 * plan.keptRowPairs : binning.vertical;
+    const uint32_t columns = std::max(sensor.columns / binning.horizontal, 1u);
+    const uint32_t rows = std::max(sensor.rows / rowFactor, 1u);
+    if (live)
+        plan.keptRowPairs = rowFactor;
+
+    ExposureSettings &exposure = plan.exposure;
+    exposure.horizontalBinning = binning.horizontal;
+    exposure.verticalBinning = leavesOut ? 1 : binning.vertical;
+    exposure.width = std::min(ReadField(words, control::kWidth), columns);
+    exposure.height = std::min(ReadField(words, control::kHeight), rows);
+    exposure.x = std::min(ReadField(words, control::kX), columns - exposure.width);
+    exposure.y = std::min(ReadField(words, control::kY), rows - exposure.height);
+    exposure.fromFarCorner = description.streamingVersion == 2;
+    if (leavesOut) {
+        exposure.height &= ~1u;
+        exposure.y *= plan.keptRowPairs;
+        exposure.height *= plan.keptRowPairs;
+    }
+}
+
+// 5 is red first, 6 green before red, 7 green before blue, 8 blue first, in the order of sending.
+uint8_t MosaicCode(const SensorType &sensor, const ExposureSettings &exposure)
+{
+    uint32_t column = exposure.x;
+    uint32_t row = exposure.y;
+    if (exposure.fromFarCorner) {
+        column = sensor.columns - 1 - column;
+        row = sensor.rows - 1 - row;
+    }
+    if (sensor.mosaic == Mosaic::kGrbg)
+        column ^= 1u;
+    return static_cast<uint8_t>(5 + (column & 1u) + 2 * (row & 1u));
+}
+
+uint8_t ColourCode(const SensorType &sensor, const ExposureSettings &exposure)
+{
+    if (exposure.filterColour != 0xFF)
+        return exposure.filterColour;
+    const bool binned = exposure.horizontalBinning > 1 || exposure.verticalBinning > 1;
+    return sensor.mosaic == Mosaic::kNone || binned ? 0 : MosaicCode(sensor, exposure);
+}
+
+void PlanAnalogue(const CameraDescription &description, const SensorType &sensor, Words words,
+                  FramePlan &plan)
+{
+    ExposureSettings &exposure = plan.exposure;
+    exposure.outputBits = OutputBits(description, words);
+    exposure.converterBits = exposure.outputBits > 8 ? exposure.outputBits : description.bitDepth;
+    exposure.bigEndian = ReadField(words, control::kLittleEndian) == 0;
+    const uint32_t rate = ReadField(words, control::kRateCode);
+    exposure.megahertz = rate < std::size(kMegahertz) ? kMegahertz[rate] : kMegahertz[1];
+    exposure.gaindB = GainDecibels(description, ReadField(words, control::kGain));
+    // The black level, so that noise isn't cut off, and above it the offset, which has 12 bits on
+    // every converter.
+    const uint32_t range = 1u << exposure.converterBits;
+    const uint32_t offset = ReadField(words, control::kOffset) * (range / 256) / 16;
+    exposure.offsetCounts = static_cast<int32_t>(range / kBlackLevelParts + offset);
+    if (description.model == model::kIntensified)
+        exposure.gaindB += static_cast<double>(ReadField(words, control::kIntensifierGain)) *
+                           kIntensifierDecibelsPerCount;
+    const bool hasGainWord = control::kMultiplicationBelowMost.offset / 4 < words.size();
+    if (sensor.electronMultiplying && hasGainWord) {
+        const uint32_t below = ReadField(words, control::kMultiplicationBelowMost);
+        exposure.electronMultiplication =
+            MultiplicationFactor(below < kMostMultiplication ? kMostMultiplication - below : 0);
+    }
+}
+
+void PlanLayout(const CameraDescription &description, const SensorType &sensor, Words words,
+                FramePlan &plan)
+{
+    const ExposureSettings &exposure = plan.exposure;
+    FrameLayout &layout = plan.layout;
+    layout.streamingVersion = description.streamingVersion;
+    layout.tag = static_cast<uint8_t>(ReadField(words, control::kTag));
+    layout.colourCode = ColourCode(sensor, exposure);
+    layout.bitDepth = static_cast<uint8_t>(exposure.outputBits);
+    layout.lineBytes = exposure.width * (exposure.outputBits > 8 ? 2 : 1);
+    layout.twoFields =
+        description.model == model::kBenchmate && ReadField(words, control::kLiveMode) == 0;
+}
+
+} // namespace
+
+FramePlan PlanFrame(const CameraDescription &description, const SensorType &sensor, Words words,
+                    uint32_t wheelFrame)
+{
+    FramePlan plan;
+    if (WheelTurns(sensor, words)) {
+        plan.exposure.filterColour = WheelColour(words, wheelFrame);
+        plan.leadNanoseconds += kWheelSettling;
+    }
+    if (TriggerOf(words) != Trigger::kFree)
+        plan.leadNanoseconds += ReadField(words, control::kTriggerDelay);
+    PlanExposureTime(description, words, plan);
+    PlanRegion(description, sensor, words, plan);
+    PlanAnalogue(description, sensor, words, plan);
+    PlanLayout(description, sensor, words, plan);
+    const uint64_t pixels =
+        uint64_t{plan.exposure.width} * plan.exposure.height / plan.keptRowPairs;
+    // Rates are multiples of 0.5 MHz.
+    const auto halfMegahertz = static_cast<uint64_t>(plan.exposure.megahertz * 2.0f);
+    plan.readoutNanoseconds = pixels * 2000 / halfMegahertz;
+    return plan;
+}
+
+uint32_t PacketLimit(const CameraDescription &description, Words words)
+{
+    if (IsAtLeast(description.control, 2, 3))
+        return ReadField(words, control::kPacketBytes);
+    const Binning binning = BinningOf(description, words);
+    const bool deep = OutputBits(description, words) > 8;
+    const bool at20 = ReadField(words, control::kRateCode) == 0;
+    return deep && at20 && binning.horizontal == 1 ? kLegacyFastPacket : kLegacyPacket;
+}
+
+Trigger TriggerOf(Words words)
+{
+    switch (ReadField(words, control::kTriggerCode)) {
+    case 1:
+        return Trigger::kSoftware;
+    case 2:
+    case 3:
+    case 5:
+        return Trigger::kHardware;
+    case 4:
+        return Trigger::kHardwareTwoShots;
+    default:
+        return Trigger::kFree;
+    }
+}
+
+std::vector<uint8_t> KeepRowPairs(const FramePlan &plan, std::span<const uint8_t> pixels)
+{
+    std::vector<uint8_t> kept;
+    const size_t pairBytes = size_t{plan.layout.lineBytes} * 2;
+    const size_t step = pairBytes * plan.keptRowPairs;
+    for (size_t start = 0; start + pairBytes <= pixels.size(); start += step)
+        kept.insert(kept.end(), pixels.begin() + static_cast<std::ptrdiff_t>(start),
+                    pixels.begin() + static_cast<std::ptrdiff_t>(start + pairBytes));
+    return kept;
+}
+
+} // namespace zerix::sim

@@ -1,0 +1,123 @@
+// Finds a rack by its name or path: built in, among the installed ones, or a file. Reads the
+// environment and files; otherwise without state.
+#include "sim/rack.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+#include "sim/built_in_racks.h"
+#include "sim/rack_file.h"
+
+namespace zerix::sim {
+namespace {
+
+constexpr const char *kFolderVariable = "ZERIX_RACKS";
+constexpr const char *kInstalledFolders[] = {"/usr/local/share/zerix/racks",
+                                             "/usr/share/zerix/racks"};
+
+bool IsFile(const std::filesystem::path &path)
+{
+    std::error_code ignored;
+    return std::filesystem::is_regular_file(path, ignored);
+}
+
+// Where installed racks are looked for; a folder of the user's own comes first.
+std::vector<std::filesystem::path> RackFolders()
+{
+    std::vector<std::filesystem::path> folders;
+    if (const char *own = std::getenv(kFolderVariable); own != nullptr && *own != '\0')
+        folders.emplace_back(own);
+    for (const char *folder : kInstalledFolders)
+        folders.emplace_back(folder);
+    return folders;
+}
+
+std::vector<RackDescription> InstalledRacks()
+{
+    std::vector<RackDescription> racks;
+    for (const auto &folder : RackFolders()) {
+        std::error_code failed;
+        for (std::filesystem::directory_iterator entry(folder, failed), end;
+             !failed && entry != end; entry.increment(failed)) {
+            if (entry->path().extension() == ".toml" && IsFile(entry->path()))
+                racks.push_back({entry->path().stem().string(), entry->path().string()});
+        }
+    }
+    std::stable_sort(racks.begin(), racks.end(),
+                     [](const auto &a, const auto &b) { return a.name < b.name; });
+    return racks;
+}
+
+std::filesystem::path FindInstalledRack(const std::string &name)
+{
+    if (name.find_first_of("/\\") != std::string::npos)
+        return {};
+    for (const auto &folder : RackFolders()) {
+        auto path = folder / (name + ".toml");
+        if (IsFile(path))
+            return path;
+    }
+    return {};
+}
+
+bool LoadRackFile(const std::filesystem::path &path, Rack *rack, std::string *error)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (!file.is_open() || file.bad()) {
+        *error = path.string() + ": the file can't be read.";
+        return false;
+    }
+    return ParseRack(text, path.string(), rack, error);
+}
+
+std::string KnownNames()
+{
+    std::string names;
+    for (const RackDescription &known : KnownRacks())
+        names += (names.empty() ? "\"" : ", \"") + known.name + "\"";
+    return names;
+}
+
+} // namespace
+
+bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error)
+{
+    std::string ignored;
+    if (error == nullptr)
+        error = &ignored;
+    for (const BuiltInRack &builtIn : BuiltInRacks()) {
+        if (nameOrPath.empty() || builtIn.description.name == nameOrPath) {
+            *rack = builtIn.rack;
+            return true;
+        }
+    }
+    if (const auto installed = FindInstalledRack(nameOrPath); !installed.empty())
+        return LoadRackFile(installed, rack, error);
+    if (IsFile(nameOrPath))
+        return LoadRackFile(nameOrPath, rack, error);
+    *error = nameOrPath + ": no such rack; expected the path of a rack file, or one of " +
+             KnownNames() + ".";
+    return false;
+}
+
+std::vector<RackDescription> KnownRacks()
+{
+    std::vector<RackDescription> racks;
+    for (const BuiltInRack &builtIn : BuiltInRacks())
+        racks.push_back(builtIn.description);
+    for (RackDescription &installed : InstalledRacks()) {
+        const bool hidden =
+            std::any_of(racks.begin(), racks.end(),
+                        [&](const RackDescription &known) { return known.name == installed.name; });
+        if (!hidden)
+            racks.push_back(std::move(installed));
+    }
+    return racks;
+}
+
+} // namespace zerix::sim

@@ -1,0 +1,145 @@
+// A virtual camera's sensor: keeps what does not change from frame to frame, and reads frames out.
+// Not for use by two threads at once.
+#include "sim/sensor.h"
+
+#include <algorithm>
+#include <array>
+
+#include "sim/charge_map.h"
+#include "sim/random.h"
+#include "sim/readout.h"
+#include "sim/sensor_light.h"
+
+namespace zerix::sim {
+namespace {
+
+constexpr size_t kFilters = 5; // the four places of the wheel, and none
+
+uint64_t PixelBytes(const ExposureSettings &settings) { return settings.outputBits <= 8 ? 1 : 2; }
+
+} // namespace
+
+struct Sensor::State {
+    const SensorType &type;
+    uint64_t key;
+    std::vector<HotPixel> hotPixels;
+    std::shared_ptr<const Scene> scene;
+    std::array<std::vector<float>, kFilters>
+        rates; // electrons a second; empty until they are needed
+    size_t filterOfMap = kFilters;
+    ChargeMap map;
+    ReadoutPiece piece;
+
+    size_t FilterIndex(const ExposureSettings &settings) const
+    {
+        return type.mosaic == Mosaic::kNone ? std::min<size_t>(settings.filterColour, kFilters - 1)
+                                            : kFilters - 1;
+    }
+    const std::vector<float> &Rates(size_t filter);
+    void ReadOutRow(const ReadoutChain &chain, const ExposureSettings &settings, uint32_t row,
+                    uint8_t *pixels);
+    void ExposePattern(const ReadoutChain &chain, const ExposureSettings &settings,
+                       uint8_t *pixels);
+};
+
+const std::vector<float> &Sensor::State::Rates(size_t filter)
+{
+    std::vector<float> &wanted = rates[filter];
+    if (wanted.empty()) {
+        if (scene != nullptr)
+            wanted = ElectronRates(type, *scene, static_cast<uint8_t>(filter));
+        wanted.resize(static_cast<size_t>(type.columns) * type.rows, 0.0F);
+    }
+    return wanted;
+}
+
+void Sensor::State::ReadOutRow(const ReadoutChain &chain, const ExposureSettings &settings,
+                               uint32_t row, uint8_t *pixels)
+{
+    for (uint32_t x = 0; x < settings.width; x += piece.count) {
+        piece.count = std::min(kReadoutPiece, settings.width - x);
+        piece.column = settings.x + x;
+        piece.row = settings.y + row;
+        map.Fetch(x, row, piece.count, piece.mean, piece.sigma);
+        ReadOut(chain, piece, pixels + x * PixelBytes(settings));
+    }
+}
+
+// A pattern of counts is what a converter's own test generator gives: binning takes the pixel that
+// is read first, and nothing else of the chain is in the way.
+void Sensor::State::ExposePattern(const ReadoutChain &chain, const ExposureSettings &settings,
+                                  uint8_t *pixels)
+{
+    const uint32_t mask = (1U << std::clamp<uint32_t>(settings.converterBits, 1, 16)) - 1U;
+    std::vector<int32_t> counts(settings.width);
+    for (uint32_t row = 0; row < settings.height; ++row) {
+        const uint64_t y =
+            (static_cast<uint64_t>(settings.y) + row) * std::max(settings.verticalBinning, 1U);
+        for (uint32_t column = 0; column < settings.width; ++column) {
+            const uint64_t x = (static_cast<uint64_t>(settings.x) + column) *
+                               std::max(settings.horizontalBinning, 1U);
+            if (x >= type.columns || y >= type.rows) {
+                counts[column] = 0;
+                continue;
+            }
+            const bool turned = settings.fromFarCorner;
+            const auto pixelX = static_cast<uint32_t>(turned ? type.columns - 1 - x : x);
+            const auto pixelY = static_cast<uint32_t>(turned ? type.rows - 1 - y : y);
+            counts[column] = static_cast<int32_t>(scene->Count(pixelX, pixelY) & mask);
+        }
+        WriteCounts(chain, counts.data(), settings.width,
+                    pixels + row * (settings.width * PixelBytes(settings)));
+    }
+}
+
+Sensor::Sensor(const SensorType &type, uint64_t seed, std::string_view serialNumber)
+    : m_state(new State{.type = type,
+                        .key = DeriveKey(DeriveKey(seed, 0x73656E736F72), serialNumber),
+                        .hotPixels = HotPixelsOf(type, serialNumber),
+                        .scene = nullptr,
+                        .rates = {},
+                        .filterOfMap = kFilters,
+                        .map = {},
+                        .piece = {}})
+{
+}
+
+Sensor::~Sensor() = default;
+
+void Sensor::SetScene(std::shared_ptr<const Scene> scene)
+{
+    m_state->scene = std::move(scene);
+    for (std::vector<float> &rates : m_state->rates)
+        std::vector<float>().swap(rates);
+    m_state->filterOfMap = kFilters;
+}
+
+uint32_t Sensor::FrameBytes(const ExposureSettings &settings)
+{
+    const uint64_t pixels = static_cast<uint64_t>(settings.width) * settings.height;
+    return pixels <= 0xFFFFFFFFU / 2U ? static_cast<uint32_t>(pixels * PixelBytes(settings)) : 0;
+}
+
+void Sensor::Expose(const ExposureSettings &settings, NoiseKey key, uint8_t *pixels)
+{
+    if (FrameBytes(settings) == 0)
+        return;
+    State &state = *m_state;
+    const uint64_t frameKey = DeriveKey(DeriveKey(state.key, key.commits), key.framesSinceCommit);
+    const ReadoutChain chain = MakeReadoutChain(state.type, settings, frameKey);
+    if (state.scene != nullptr && state.scene->IsInCounts()) {
+        state.ExposePattern(chain, settings, pixels);
+        return;
+    }
+    const size_t filter = state.FilterIndex(settings);
+    const std::vector<float> &rates = state.Rates(filter);
+    state.map.Update(state.type, rates, filter != state.filterOfMap, state.hotPixels, settings);
+    state.filterOfMap = filter;
+    for (uint32_t row = 0; row < settings.height; ++row)
+        state.ReadOutRow(chain, settings, row,
+                         pixels + row * (settings.width * PixelBytes(settings)));
+}
+
+const SensorType &Sensor::Type() const { return m_state->type; }
+
+} // namespace zerix::sim

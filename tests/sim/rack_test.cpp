@@ -1,0 +1,384 @@
+// Rack files: what they give, and every message for what is wrong in one, literally.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string>
+
+#include "sim/block_versions.h"
+#include "sim/built_in_racks.h"
+#include "sim/rack.h"
+#include "sim/rack_file.h"
+#include "sim/register_map.h"
+#include "sim/sensor.h"
+
+namespace zerix::sim {
+namespace {
+
+Rack Parsed(const std::string &text)
+{
+    Rack rack;
+    std::string error;
+    EXPECT_TRUE(ParseRack(text, "my.toml", &rack, &error)) << error;
+    return rack;
+}
+
+std::string ErrorOf(const std::string &text)
+{
+    Rack rack;
+    rack.name = "untouched";
+    std::string error;
+    EXPECT_FALSE(ParseRack(text, "my.toml", &rack, &error));
+    EXPECT_EQ(rack.name, "untouched");
+    return error;
+}
+
+const std::string kModels =
+    "5 \"Astrel A1\", 6 \"Astrel A2\", 7 \"Sparrow B\", 8 \"Benchmate\", 9 \"Astrel Intensified\", "
+    "10 \"Sparrow IR\", 12 \"Astrel C1\", 13 \"Astrel B1\", 14 \"NoctisA1\", 15 \"Astrel E1\", "
+    "16 \"OEM Camera 3\", 18 \"Astrel C2\", 19 \"Astrel B2\", 25 \"Noctis C1\", 26 \"Astrel F1\", "
+    "27 \"Noctis A2\", 28 \"Astrel E2\", 29 \"Astrel C3\", 30 \"Astrel B3\", 31 \"Merid Cobalt\", "
+    "32 \"Merid Teal\", 33 \"Astrel G1\", 1001 \"OXA\", 1002 \"MT1\"";
+
+void ExpectSame(const CameraDescription &a, const CameraDescription &b)
+{
+    EXPECT_EQ(a.model, b.model);
+    EXPECT_EQ(a.serial, b.serial);
+    EXPECT_EQ(a.uniqueId, b.uniqueId);
+    EXPECT_EQ(a.ccdModel, b.ccdModel);
+    for (const auto version : {&CameraDescription::configuration, &CameraDescription::information,
+                               &CameraDescription::control, &CameraDescription::streaming,
+                               &CameraDescription::command, &CameraDescription::status}) {
+        EXPECT_EQ((a.*version).major, (b.*version).major);
+        EXPECT_EQ((a.*version).minor, (b.*version).minor);
+    }
+    EXPECT_EQ(a.hardwareVersion, b.hardwareVersion);
+    EXPECT_EQ(a.firmwareVersion, b.firmwareVersion);
+    EXPECT_EQ(a.firmwareBuild, b.firmwareBuild);
+    EXPECT_EQ(a.streamingVersion, b.streamingVersion);
+    EXPECT_EQ(a.bitDepth, b.bitDepth);
+    EXPECT_EQ(a.cooler, b.cooler);
+    EXPECT_EQ(a.regulatedCooling, b.regulatedCooling);
+    EXPECT_EQ(a.registersFromAlternateAddress, b.registersFromAlternateAddress);
+    EXPECT_EQ(a.scene, b.scene);
+    EXPECT_EQ(a.reads, b.reads);
+    EXPECT_EQ(a.faults.size(), b.faults.size());
+    EXPECT_EQ(a.inUse, b.inUse);
+}
+
+// The racks/ folder of the source tree, from this file's own path.
+std::string TemplateFile()
+{
+    return (std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "racks" /
+            "default.toml")
+        .string();
+}
+
+TEST(Rack, TheTemplateFileIsTheBuiltInOne)
+{
+    Rack file;
+    Rack builtIn;
+    std::string error;
+    ASSERT_TRUE(LoadRack(TemplateFile(), &file, &error)) << error;
+    ASSERT_TRUE(LoadRack("", &builtIn, &error)) << error;
+    EXPECT_EQ(file.name, builtIn.name);
+    EXPECT_EQ(file.speed, builtIn.speed);
+    EXPECT_EQ(file.fastClock, builtIn.fastClock);
+    EXPECT_EQ(file.seed, builtIn.seed);
+    ASSERT_EQ(file.cameras.size(), 3U);
+    ASSERT_EQ(builtIn.cameras.size(), 3U);
+    for (size_t i = 0; i < 3; ++i)
+        ExpectSame(file.cameras[i], builtIn.cameras[i]);
+}
+
+TEST(Rack, TheBuiltInOneHasCamerasThatDiffer)
+{
+    Rack rack;
+    std::string error;
+    ASSERT_TRUE(LoadRack("default", &rack, &error)) << error;
+    EXPECT_EQ(rack.cameras[0].model, 18U);
+    EXPECT_EQ(rack.cameras[1].model, 19U);
+    EXPECT_EQ(rack.cameras[2].model, 12U);
+    EXPECT_EQ(FindSensorType(rack.cameras[1].ccdModel)->mosaic, Mosaic::kGrbg);
+    EXPECT_FALSE(rack.cameras[2].cooler);
+    std::set<uint64_t> ids;
+    for (const CameraDescription &camera : rack.cameras)
+        ids.insert(camera.uniqueId);
+    EXPECT_EQ(ids.size(), 3U);
+}
+
+TEST(Rack, EveryKeyIsRead)
+{
+    const Rack rack = Parsed(R"(
+name = "mine"
+speed = 400
+clock = "real"
+seed = 77
+[[camera]]
+model = 15
+serial = "123456789012345678901234567"
+unique-id = "0xFEDCBA9876543210"
+sensor = 21
+information = "2.7"
+control = "1.2"
+configuration = "1.1"
+streaming = "1.2"
+command = "1.1"
+status = "1.2"
+hardware = 3
+firmware = 4
+build = 5
+stream-format = 2
+bit-depth = 16
+cooler = false
+regulated-cooling = false
+alternate-model-address = true
+scene = "flat:200"
+reads = "mixed"
+in-use = true
+faults = ["first",
+          "second"]
+[[camera]]
+model = "OXA"
+)");
+    EXPECT_EQ(rack.name, "mine");
+    EXPECT_EQ(rack.speed, 400U);
+    EXPECT_FALSE(rack.fastClock);
+    EXPECT_EQ(rack.seed, 77U);
+    ASSERT_EQ(rack.cameras.size(), 2U);
+    CameraDescription expected{.model = 15,
+                               .serial = "123456789012345678901234567",
+                               .uniqueId = 0xFEDCBA9876543210ULL,
+                               .ccdModel = 21,
+                               .configuration = {1, 1},
+                               .information = {2, 7},
+                               .control = {1, 2},
+                               .streaming = {1, 2},
+                               .command = {1, 1},
+                               .status = {1, 2},
+                               .hardwareVersion = 3,
+                               .firmwareVersion = 4,
+                               .firmwareBuild = 5,
+                               .streamingVersion = 2,
+                               .bitDepth = 16,
+                               .cooler = false,
+                               .regulatedCooling = false,
+                               .registersFromAlternateAddress = true,
+                               .scene = "flat:200",
+                               .reads = "mixed",
+                               .faults = {{"first", 28}, {"second", 29}},
+                               .inUse = true};
+    ExpectSame(rack.cameras[0], expected);
+    EXPECT_EQ(rack.cameras[0].faults[0].text, "first");
+    EXPECT_EQ(rack.cameras[0].faults[0].line, 28U);
+    EXPECT_EQ(rack.cameras[0].faults[1].text, "second");
+    EXPECT_EQ(rack.cameras[0].faults[1].line, 29U);
+    EXPECT_EQ(rack.cameras[1].model, 1001U);
+}
+
+TEST(Rack, WhatIsLeftOutIsSensible)
+{
+    const Rack rack = Parsed("[[camera]]\nmodel = 18\n[[camera]]\nmodel = 18\n");
+    EXPECT_EQ(rack.name, "my.toml");
+    EXPECT_EQ(rack.speed, 800U);
+    EXPECT_TRUE(rack.fastClock);
+    ASSERT_EQ(rack.cameras.size(), 2U);
+    EXPECT_EQ(rack.cameras[0].serial, "ZV-18-1");
+    EXPECT_EQ(rack.cameras[1].serial, "ZV-18-2");
+    EXPECT_NE(rack.cameras[0].uniqueId, rack.cameras[1].uniqueId);
+    EXPECT_EQ(rack.cameras[0].ccdModel, 6);
+    EXPECT_EQ(rack.cameras[0].scene, "cells");
+    EXPECT_EQ(rack.cameras[0].information.minor, 11);
+}
+
+TEST(Rack, WithoutCamerasIsABusWithoutCameras)
+{
+    EXPECT_TRUE(Parsed("speed = 400\n").cameras.empty());
+}
+
+TEST(Rack, ModelsAndSensorsAreFoundByName)
+{
+    EXPECT_EQ(FindModel("Astrel C2"), 18U);
+    EXPECT_EQ(FindModel("MT1"), 1002U);
+    EXPECT_EQ(FindModel("astrel c2"), 0U);
+    EXPECT_EQ(Parsed("[[camera]]\nmodel=5\nsensor=\"KAI-2020M AR Glass\"").cameras[0].ccdModel, 46);
+    EXPECT_EQ(Parsed("[[camera]]\nmodel=5\nsensor=0").cameras[0].ccdModel, 0);
+    EXPECT_EQ(Parsed("[[camera]]\nmodel=5\nsensor=78").cameras[0].ccdModel, 78);
+}
+
+// The list of versions stands beside the lengths of the register map: neither may know more.
+TEST(Rack, EveryBlockVersionHasALength)
+{
+    uint32_t (*const words[])(BlockVersion) = {ConfigurationWords, InformationWords, ControlWords,
+                                               StreamingWords,     CommandWords,     StatusWords};
+    for (const BlockName &name : kBlockNames) {
+        size_t known = 0;
+        for (uint16_t major = 0; major < 5; ++major) {
+            for (uint16_t minor = 0; minor < 20; ++minor)
+                known +=
+                    words[static_cast<size_t>(name.block)]({.major = major, .minor = minor}) != 0
+                        ? 1
+                        : 0;
+        }
+        EXPECT_EQ(KnownBlockVersions(name.block).size(), known) << name.name;
+        for (const BlockVersion &version : KnownBlockVersions(name.block))
+            EXPECT_NE(words[static_cast<size_t>(name.block)](version), 0U)
+                << name.name << version.minor;
+    }
+}
+
+struct Mistake {
+    std::string text;
+    std::string error;
+};
+
+TEST(RackMistakes, OfTheRackAreTold)
+{
+    const Mistake kMistakes[] = {
+        {"\nspeed = 1600", "my.toml:2: speed is 1600; expected 400 or 800."},
+        {"speed = 600", "my.toml:1: speed is 600; expected 400 or 800."},
+        {"speed = \"400\"", "my.toml:1: speed is \"400\"; expected 400 or 800."},
+        {"speed = -400", "my.toml:1: speed is -400; expected 400 or 800."},
+        {"speed = 400.5", "my.toml:1: speed is a number with a fraction; expected 400 or 800."},
+        {"clock = \"slow\"", "my.toml:1: clock is \"slow\"; expected \"fast\" or \"real\"."},
+        {"clock = true", "my.toml:1: clock is true; expected \"fast\" or \"real\"."},
+        {"seed = -1", "my.toml:1: seed is -1; expected an integer from 0 on."},
+        {"name = []", "my.toml:1: name is a list; expected a text."},
+        {"name = {}", "my.toml:1: name is a table; expected a text."},
+        {"name = 2020-01-01", "my.toml:1: name is a date or time; expected a text."},
+        {"\n\nsped = 400", "my.toml:3: the key \"sped\" is unknown; the keys here are name, speed, "
+                           "clock, seed, camera."},
+        {"camera = 3", "my.toml:1: camera is 3; expected [[camera]], one for each camera."},
+        {"[camera]\nmodel = 18",
+         "my.toml:1: camera is a table; expected [[camera]], one for each camera."},
+        {"camera = [1]", "my.toml:1: camera is 1; expected [[camera]], one for each camera."},
+    };
+    for (const Mistake &mistake : kMistakes)
+        EXPECT_EQ(ErrorOf(mistake.text), mistake.error);
+    EXPECT_TRUE(ErrorOf("speed = 400\nclock = ").starts_with("my.toml:2: no TOML: "))
+        << ErrorOf("speed = 400\nclock = ");
+}
+
+TEST(RackMistakes, OfACameraAreTold)
+{
+    const std::string kNumber16 = "expected an integer from 0 to 65535.";
+    const std::string kTruth = "expected true or false.";
+    const Mistake kMistakes[] = {
+        {"model = 11", "model is 11; expected the number or name of a model: " + kModels + "."},
+        {"model = \"Astrel Z9\"",
+         "model is \"Astrel Z9\"; expected the number or name of a model: " + kModels + "."},
+        {"model = 65554",
+         "model is 65554; expected the number or name of a model: " + kModels + "."},
+        {"serial = \"1234567890123456789012345678\"",
+         "serial is \"1234567890123456789012345678\"; expected a text of 1 to 27 characters."},
+        {"serial = \"\"", "serial is \"\"; expected a text of 1 to 27 characters."},
+        {"serial = 12", "serial is 12; expected a text of 1 to 27 characters."},
+        {"unique-id = 0", "unique-id is 0; expected an integer above 0, or a text of at most 16 "
+                          "hexadecimal digits behind 0x."},
+        {"unique-id = \"12\"", "unique-id is \"12\"; expected an integer above 0, or a text of at "
+                               "most 16 hexadecimal digits behind 0x."},
+        {"unique-id = \"0x12345678901234567\"",
+         "unique-id is \"0x12345678901234567\"; expected an integer above 0, or a text of at most "
+         "16 hexadecimal "
+         "digits behind 0x."},
+        {"sensor = 79", "sensor is 79; expected the number of a CCD model from 0 to 78, or its "
+                        "name as in \"ICX285AL\"."},
+        {"sensor = -1", "sensor is -1; expected the number of a CCD model from 0 to 78, or its "
+                        "name as in \"ICX285AL\"."},
+        {"sensor = \"ICX\"", "sensor is \"ICX\"; expected the number of a CCD model from 0 to 78, "
+                             "or its name as in \"ICX285AL\"."},
+        {"information = \"2.12\"",
+         "information is \"2.12\"; expected a version of the block as a text: \"1.1\", \"1.2\", "
+         "\"2.1\", \"2.2\", "
+         "\"2.3\", \"2.4\", \"2.5\", \"2.6\", \"2.7\", \"2.8\", \"2.9\", \"2.10\", \"2.11\"."},
+        {"information = 2.1", "information is a number with a fraction; expected a version of the "
+                              "block as a text: \"1.1\", \"1.2\", "
+                              "\"2.1\", \"2.2\", \"2.3\", \"2.4\", \"2.5\", \"2.6\", \"2.7\", "
+                              "\"2.8\", \"2.9\", \"2.10\", \"2.11\"."},
+        {"control = \"2.9\"", "control is \"2.9\"; expected a version of the block as a text: "
+                              "\"1.1\", \"1.2\", \"2.1\", \"2.2\", "
+                              "\"2.3\", \"2.4\", \"2.5\", \"2.6\", \"2.7\", \"2.8\"."},
+        {"configuration = \"1.2\"",
+         "configuration is \"1.2\"; expected a version of the block as a text: \"1.1\"."},
+        {"streaming = \"1.1\"",
+         "streaming is \"1.1\"; expected a version of the block as a text: \"1.2\"."},
+        {"command = \"1.3\"",
+         "command is \"1.3\"; expected a version of the block as a text: \"1.1\", \"1.2\"."},
+        {"status = \"1.03\"", "status is \"1.03\"; expected a version of the block as a text: "
+                              "\"1.1\", \"1.2\", \"1.3\"."},
+        {"hardware = 65536", "hardware is 65536; " + kNumber16},
+        {"firmware = \"114\"", "firmware is \"114\"; " + kNumber16},
+        {"build = -1", "build is -1; " + kNumber16},
+        {"stream-format = 3", "stream-format is 3; expected 0, 1 or 2."},
+        {"bit-depth = 7", "bit-depth is 7; expected an integer from 8 to 16."},
+        {"bit-depth = 17", "bit-depth is 17; expected an integer from 8 to 16."},
+        {"cooler = 1", "cooler is 1; " + kTruth},
+        {"regulated-cooling = \"yes\"", "regulated-cooling is \"yes\"; " + kTruth},
+        {"alternate-model-address = 0", "alternate-model-address is 0; " + kTruth},
+        {"in-use = []", "in-use is a list; " + kTruth},
+        {"scene = \"moon\"", "scene is \"moon\"; expected a scene: cells, stars, resolution-chart, "
+                             "colour-chart, gradient, "
+                             "flat[:PHOTONS], picture:FILE, position."},
+        {"reads = \"late\"",
+         "reads is \"late\"; expected \"pending\", \"immediate\" or \"mixed\"."},
+        {"faults = \"unplug\"", "faults is \"unplug\"; expected a list of texts."},
+        {"faults = [1]", "faults is a list; expected a list of texts."},
+        {"colour = true",
+         "the key \"colour\" is unknown; the keys here are model, serial, unique-id, sensor, "
+         "information, control, "
+         "configuration, streaming, command, status, hardware, firmware, build, stream-format, "
+         "bit-depth, cooler, "
+         "regulated-cooling, alternate-model-address, scene, reads, in-use, faults."},
+    };
+    for (const Mistake &mistake : kMistakes) {
+        const bool hasModel = mistake.text.starts_with("model");
+        const std::string before = hasModel ? "[[camera]]\n\n" : "[[camera]]\nmodel = 18\n";
+        EXPECT_EQ(ErrorOf(before + mistake.text), "my.toml:3: " + mistake.error);
+    }
+}
+
+TEST(RackMistakes, OfCamerasAmongThemselvesAreTold)
+{
+    EXPECT_EQ(ErrorOf("\n[[camera]]\nserial = \"1\""),
+              "my.toml:2: the camera has no model; expected the number or name of a model: " +
+                  kModels + ".");
+    EXPECT_EQ(
+        ErrorOf(
+            "[[camera]]\nmodel = 18\nunique-id = 7\n[[camera]]\nmodel = 19\nunique-id = \"0x7\""),
+        "my.toml:4: the camera has the unique-id of another; expected one of its own.");
+}
+
+TEST(RackMistakes, ANameThatIsNoneGivesTheKnownOnes)
+{
+    Rack rack;
+    std::string error;
+    EXPECT_FALSE(LoadRack("/nowhere/rack.toml", &rack, &error));
+    EXPECT_TRUE(error.starts_with(
+        "/nowhere/rack.toml: no such rack; expected the path of a rack file, or one of "
+        "\"default\""))
+        << error;
+    EXPECT_FALSE(LoadRack("/nowhere/rack.toml", &rack, nullptr));
+}
+
+TEST(RackFiles, TellTheirOwnNameAndLine)
+{
+    const std::string path = testing::TempDir() + "zerix_rack_test.toml";
+    std::ofstream(path) << "speed = 800\nclock = 3\n";
+    Rack rack;
+    std::string error;
+    EXPECT_FALSE(LoadRack(path, &rack, &error));
+    EXPECT_EQ(error, path + ":2: clock is 3; expected \"fast\" or \"real\".");
+    std::filesystem::remove(path);
+}
+
+TEST(RackFiles, BeginWithTheBuiltInOnes)
+{
+    const auto racks = KnownRacks();
+    ASSERT_FALSE(racks.empty());
+    EXPECT_EQ(racks[0].name, "default");
+    EXPECT_FALSE(racks[0].meaning.empty());
+}
+
+} // namespace
+} // namespace zerix::sim

@@ -1,0 +1,325 @@
+// The scenes: that each is what its name says, follows its seed, and fits any sensor.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <numeric>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "sim/scene.h"
+#include "sim/sensor.h"
+
+namespace zerix::sim {
+namespace {
+
+std::shared_ptr<const Scene> Make(const std::string &text, uint64_t seed = 1)
+{
+    std::string error;
+    auto scene = MakeScene(text, seed, &error);
+    EXPECT_NE(scene, nullptr) << error;
+    return scene;
+}
+
+std::vector<Light> Sampled(const std::string &text, uint32_t width, uint32_t height,
+                           float pitch = 6.45F, uint64_t seed = 1)
+{
+    std::vector<Light> light;
+    Make(text, seed)->Sample(width, height, pitch, light);
+    return light;
+}
+
+bool Same(const std::vector<Light> &a, const std::vector<Light> &b)
+{
+    return a.size() == b.size() &&
+           std::equal(a.begin(), a.end(), b.begin(), [](const Light &x, const Light &y) {
+               return x.red == y.red && x.green == y.green && x.blue == y.blue;
+           });
+}
+
+double Total(const Light &light)
+{
+    return static_cast<double>(light.red) + static_cast<double>(light.green) +
+           static_cast<double>(light.blue);
+}
+
+constexpr const char *kDrawn[] = {"cells",    "stars", "resolution-chart", "colour-chart",
+                                  "gradient", "flat",  "position"};
+
+TEST(Scenes, AreKnownByTheirNames)
+{
+    std::set<std::string> names;
+    for (const SceneDescription &scene : KnownScenes()) {
+        EXPECT_TRUE(scene.usage.starts_with(scene.name));
+        EXPECT_FALSE(scene.meaning.empty());
+        names.insert(std::string(scene.name));
+    }
+    EXPECT_EQ(names, (std::set<std::string>{"cells", "stars", "resolution-chart", "colour-chart",
+                                            "gradient", "flat", "picture", "position"}));
+}
+
+TEST(Scenes, AnUnknownOneGivesTheKnownOnes)
+{
+    const std::string known =
+        "; the scenes are cells, stars, resolution-chart, colour-chart, gradient, "
+        "flat[:PHOTONS], picture:FILE, position.";
+    for (const char *text : {"", "moon", "cells:3", "picture", "picture:", "flat:", ":", "Cells"}) {
+        std::string error;
+        EXPECT_EQ(MakeScene(text, 1, &error), nullptr) << text;
+        EXPECT_EQ(error, "scene \"" + std::string(text) + "\" is unknown" + known);
+    }
+    EXPECT_EQ(MakeScene("moon", 1, nullptr), nullptr);
+}
+
+TEST(Scenes, AFlatOfNoNumberSaysSo)
+{
+    for (const char *number : {"bright", "-1", "12x", "1e13", "nan", "inf"}) {
+        std::string error;
+        EXPECT_EQ(MakeScene("flat:" + std::string(number), 1, &error), nullptr);
+        EXPECT_EQ(error, "scene \"flat:" + std::string(number) +
+                             "\": expected photons a second and square micrometre, from 0 to 1e12, "
+                             "behind the colon.");
+    }
+}
+
+TEST(Scenes, FitAnySizeAndStayFiniteAndPositive)
+{
+    const std::pair<uint32_t, uint32_t> kSizes[] = {{0, 0},   {0, 5},   {5, 0},  {1, 1},
+                                                    {7, 300}, {300, 7}, {64, 48}};
+    for (const char *text : kDrawn) {
+        for (const auto &[width, height] : kSizes) {
+            for (const float pitch : {3.4F, 24.0F}) {
+                const auto light = Sampled(text, width, height, pitch);
+                ASSERT_EQ(light.size(), static_cast<size_t>(width) * height) << text;
+                for (const Light &pixel : light) {
+                    for (const float part : {pixel.red, pixel.green, pixel.blue})
+                        ASSERT_TRUE(part >= -0.1F && part < 1e6F) << text << " " << part;
+                }
+            }
+        }
+    }
+}
+
+TEST(Scenes, FollowTheirSeed)
+{
+    for (const char *text : {"cells", "stars"}) {
+        const auto first = Sampled(text, 300, 200);
+        EXPECT_TRUE(Same(Sampled(text, 300, 200), first)) << text;
+        EXPECT_FALSE(Same(Sampled(text, 300, 200, 6.45F, 2), first)) << text;
+    }
+}
+
+// A larger sensor sees more of the same specimen, not another one.
+TEST(Scenes, AreTheSamePlaceOnALargerSensor)
+{
+    const auto small = Sampled("stars", 100, 80);
+    const auto large = Sampled("stars", 200, 160);
+    for (size_t y = 0; y < 80; ++y) {
+        for (size_t x = 0; x < 100; ++x) {
+            const double one = Total(small[y * 100 + x]);
+            ASSERT_NEAR(Total(large[(y + 40) * 200 + x + 50]), one, 0.01 * one + 0.1);
+        }
+    }
+}
+
+TEST(Scenes, FlatIsThePhotonsThatWereAskedFor)
+{
+    for (const Light &pixel : Sampled("flat:1234.5", 8, 8)) {
+        EXPECT_NEAR(Total(pixel), 1234.5, 0.01);
+        EXPECT_EQ(pixel.red, pixel.blue);
+    }
+    EXPECT_NEAR(Total(Sampled("flat", 1, 1)[0]), 30000, 0.1);
+}
+
+TEST(Scenes, GradientGrowsFromLeftToRight)
+{
+    const auto light = Sampled("gradient", 160, 16);
+    for (size_t x = 1; x < 160; ++x)
+        ASSERT_GT(light[x].green, light[x - 1].green);
+    std::set<float> steps;
+    for (size_t x = 0; x < 160; ++x)
+        steps.insert(light[15 * 160 + x].green);
+    EXPECT_EQ(steps.size(), 16U);
+    EXPECT_EQ(*steps.begin(), 0.0F);
+}
+
+TEST(Scenes, PositionCountsColumnsAndRows)
+{
+    const auto scene = Make("position");
+    EXPECT_TRUE(scene->IsInCounts());
+    EXPECT_EQ(scene->Count(0, 0), 0U);
+    EXPECT_EQ(scene->Count(5, 3), 188U);
+    EXPECT_EQ(scene->Count(1391, 1039), 64770U);
+    EXPECT_FALSE(Make("cells")->IsInCounts());
+}
+
+std::vector<uint16_t> PositionFrame(const ExposureSettings &settings)
+{
+    Sensor sensor(*FindSensorType(6), 1, "S");
+    sensor.SetScene(Make("position"));
+    std::vector<uint8_t> bytes(Sensor::FrameBytes(settings));
+    sensor.Expose(settings, {.commits = 1, .framesSinceCommit = 0}, bytes.data());
+    std::vector<uint16_t> counts;
+    if (settings.outputBits <= 8)
+        return {bytes.begin(), bytes.end()};
+    for (size_t i = 0; i < bytes.size(); i += 2)
+        counts.push_back(static_cast<uint16_t>(bytes[i] | bytes[i + 1] << 8));
+    return counts;
+}
+
+TEST(Scenes, PositionReachesTheConverterAsItIs)
+{
+    ExposureSettings settings{.exposureNanoseconds = 5,
+                              .x = 100,
+                              .y = 200,
+                              .width = 30,
+                              .height = 20,
+                              .gaindB = 12,
+                              .offsetCounts = 77};
+    const auto counts = PositionFrame(settings);
+    settings.outputBits = 8;
+    const auto top = PositionFrame(settings);
+    for (size_t y = 0; y < 20; ++y) {
+        for (size_t x = 0; x < 30; ++x) {
+            const size_t expected = (100 + x + 61 * (200 + y)) % 4096;
+            ASSERT_EQ(counts[y * 30 + x], expected);
+            ASSERT_EQ(top[y * 30 + x], expected / 16);
+        }
+    }
+    settings.outputBits = 12;
+    settings.horizontalBinning = 4;
+    settings.verticalBinning = 2;
+    EXPECT_EQ(PositionFrame(settings)[3 * 30 + 7], ((100 + 7) * 4 + 61 * (200 + 3) * 2) % 4096);
+    settings.fromFarCorner = true;
+    EXPECT_EQ(PositionFrame(settings)[3 * 30 + 7], (1391 - 107 * 4 + 61 * (1039 - 203 * 2)) % 4096);
+    settings.x = 348;
+    EXPECT_EQ(PositionFrame(settings)[0], 0);
+}
+
+// At the exposure that cameras come up with, a picture fills the converter without being cut off.
+TEST(Scenes, AreWellExposedAtTheDefaultExposure)
+{
+    const struct {
+        const char *scene;
+        uint16_t ccdModel;
+        double lowest; // of the brightest thousandth, as parts of the converter's range
+        double highest;
+    } kExpected[] = {{"cells", 6, 0.40, 0.80},         {"resolution-chart", 6, 0.55, 0.80},
+                     {"gradient", 6, 0.60, 0.80},      {"flat", 6, 0.45, 0.55},
+                     {"colour-chart", 53, 0.50, 0.80}, {"stars", 6, 0.03, 0.80}};
+    for (const auto &expected : kExpected) {
+        const SensorType &type = *FindSensorType(expected.ccdModel);
+        Sensor sensor(type, 20070314, "S");
+        sensor.SetScene(Make(expected.scene, 20070314));
+        const ExposureSettings settings{
+            .exposureNanoseconds = 16384000, .width = type.columns, .height = type.rows};
+        std::vector<uint8_t> bytes(Sensor::FrameBytes(settings));
+        sensor.Expose(settings, {.commits = 1, .framesSinceCommit = 0}, bytes.data());
+        std::vector<int> counts;
+        for (size_t i = 0; i < bytes.size(); i += 2)
+            counts.push_back(bytes[i] | bytes[i + 1] << 8);
+        const auto place =
+            counts.begin() + static_cast<std::ptrdiff_t>(counts.size() - counts.size() / 1000);
+        std::nth_element(counts.begin(), place, counts.end());
+        EXPECT_GE(*place, expected.lowest * 4096) << expected.scene;
+        EXPECT_LE(*place, expected.highest * 4096) << expected.scene;
+    }
+}
+
+TEST(Scenes, ResolutionChartIsDarkAndLightAlike)
+{
+    const auto light = Sampled("resolution-chart", 1320, 1000);
+    const auto [darkest, lightest] =
+        std::minmax_element(light.begin(), light.end(),
+                            [](const Light &a, const Light &b) { return a.green < b.green; });
+    EXPECT_NEAR(Total(*darkest), 1500, 10);
+    EXPECT_NEAR(Total(*lightest), 38000, 10);
+    // The first bar of the coarsest element: 10.5 to 12.7 units from the left, 8 to 19 from the
+    // top.
+    EXPECT_NEAR(Total(light[130 * 1320 + 115]), 1500, 10);
+    EXPECT_NEAR(Total(light[130 * 1320 + 103]), 38000, 10);
+    EXPECT_NEAR(Total(light[130 * 1320 + 130]), 38000, 10);
+}
+
+TEST(Scenes, ColourChartHasItsPatches)
+{
+    const auto light = Sampled("colour-chart", 640, 440);
+    const auto patch = [&](size_t column, size_t row) {
+        return light[(70 + row * 99) * 640 + 70 + column * 99];
+    };
+    EXPECT_GT(patch(2, 2).red, 4 * patch(2, 2).green);  // red
+    EXPECT_GT(patch(0, 2).blue, 4 * patch(0, 2).red);   // blue
+    EXPECT_GT(patch(1, 2).green, 2 * patch(1, 2).blue); // green
+    for (size_t column = 1; column < 6; ++column)
+        EXPECT_LT(patch(column, 3).green, patch(column - 1, 3).green);
+}
+
+TEST(Scenes, CellsAndStarsStandOutOfADimBackground)
+{
+    for (const char *text : {"cells", "stars"}) {
+        auto light = Sampled(text, 1392, 1040);
+        std::sort(light.begin(), light.end(),
+                  [](const Light &a, const Light &b) { return Total(a) < Total(b); });
+        const double background = Total(light[light.size() / 2]);
+        EXPECT_GT(background, 20) << text;
+        EXPECT_LT(background, 2000) << text;
+        EXPECT_GT(Total(light[light.size() - 1]), 30 * background) << text;
+    }
+}
+
+// Pictures ----------------------------------------------------------------------------------------
+
+class PictureFile {
+public:
+    explicit PictureFile(const std::string &content)
+        : m_path(testing::TempDir() + "zerix_scenes_test.ppm")
+    {
+        std::ofstream(m_path, std::ios::binary) << content;
+    }
+    ~PictureFile() { std::remove(m_path.c_str()); }
+    PictureFile(const PictureFile &) = delete;
+    PictureFile &operator=(const PictureFile &) = delete;
+
+    [[nodiscard]] std::string Scene() const { return "picture:" + m_path; }
+
+private:
+    std::string m_path;
+};
+
+TEST(ScenePictures, FillTheSensor)
+{
+    const PictureFile file("P6\n2 1\n255\n" + std::string("\xFF\x00\x00\x00\x00\xFF", 6));
+    const auto light = Sampled(file.Scene(), 40, 20);
+    EXPECT_NEAR(Total(light[0]), 40000.0 / 3, 1);
+    EXPECT_GT(light[0].red, 0.0F);
+    EXPECT_EQ(light[0].blue, 0.0F);
+    EXPECT_EQ(light[20 * 40 - 1].red, 0.0F);
+    EXPECT_NEAR(static_cast<double>(light[10 * 40 + 20].red), 40000.0 / 6, 400);
+}
+
+TEST(ScenePictures, LevelsBecomeLinearLight)
+{
+    const PictureFile file("P5\n1 1\n255\n" +
+                           std::string("\xBC", 1)); // half the light on a display
+    EXPECT_NEAR(Total(Sampled(file.Scene(), 3, 3)[4]), 20000, 200);
+}
+
+TEST(ScenePictures, AFileThatIsNoneSaysSo)
+{
+    std::string error;
+    EXPECT_EQ(MakeScene("picture:/nowhere/at all.png", 1, &error), nullptr);
+    EXPECT_EQ(error, "scene \"picture:/nowhere/at all.png\": the file can't be read.");
+    for (const char *content :
+         {"no picture", "P5\n100 100\n255\nshort", "P6\n1 1\n255\n\1\2", "P5 # x\n1 1\n255\n",
+          "P5\n1 1\n65535\n\1\2", "\x89PNG\r\n\x1A\n", "P5\n0 0\n255\n"}) {
+        const PictureFile file(content);
+        EXPECT_EQ(MakeScene(file.Scene(), 1, &error), nullptr);
+        EXPECT_EQ(error, "scene \"" + file.Scene() +
+                             "\": the file is no picture; expected PNG, JPEG or 8-bit PGM/PPM.");
+    }
+}
+
+} // namespace
+} // namespace zerix::sim
