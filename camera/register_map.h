@@ -32,6 +32,22 @@ struct Field {
     return (word & ~(Mask(field) << field.lowBit)) | (value << field.lowBit);
 }
 
+// What of `value` the field has room for.
+[[nodiscard]] constexpr uint32_t Fitted(Field field, uint32_t value) { return value & Mask(field); }
+
+// The two words of a 64-bit value.
+[[nodiscard]] constexpr uint64_t Join(uint32_t high, uint32_t low)
+{
+    return (uint64_t{high} << 32) | low;
+}
+[[nodiscard]] constexpr uint32_t HighOf(uint64_t value) { return static_cast<uint32_t>(value >> 32); }
+[[nodiscard]] constexpr uint32_t LowOf(uint64_t value) { return static_cast<uint32_t>(value); }
+
+[[nodiscard]] constexpr uint32_t SwapBytes(uint32_t word)
+{
+    return (word >> 24) | ((word >> 8) & 0xFF00u) | ((word << 8) & 0xFF0000u) | (word << 24);
+}
+
 // Every block begins with its version: major in the upper, minor in the lower half.
 [[nodiscard]] constexpr uint16_t MajorOf(uint32_t version) { return static_cast<uint16_t>(version >> 16); }
 [[nodiscard]] constexpr uint16_t MinorOf(uint32_t version) { return static_cast<uint16_t>(version); }

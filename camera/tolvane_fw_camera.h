@@ -1,9 +1,14 @@
 // The concrete camera: a shadow of the control block in memory, setters that change the shadow and write
 // one quadlet, a commit that makes a batch effective, and the stream of frames. Its parts by concern:
 //   tolvane_fw_camera.cpp  life cycle, opening and closing
-//   camera_registers.cpp   register blocks, commit, set-up of a fresh camera
+//   camera_registers.cpp   register blocks and the commit
+//   camera_setup.cpp       the default state of a fresh camera
 //   identity.cpp           facts of the information block
-//   gain.cpp, exposure.cpp, geometry.cpp, packet_size.cpp, controls.cpp   one family of settings each
+//   defaults.cpp           features that only single models have
+//   gain.cpp, em_gain.cpp, exposure.cpp, geometry.cpp, readout.cpp, packet_size.cpp, cooling.cpp,
+//   trigger.cpp, filter_wheel.cpp, vertical_clock.cpp, tweaking.cpp, controls.cpp   one family of
+//                          settings each
+//   factory_data.cpp       the factory's window on the information block
 //   streaming.cpp, run_loop.cpp, frame_queue.cpp   packets to images
 //
 // Threads: setters run on the caller's thread without a lock, but for those that say otherwise. Order of
@@ -13,10 +18,12 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "camera/assembler/frame_info.h"
+#include "camera/frame_queue.h"
 #include "camera/gain_record.h"
 #include "camera/register_block.h"
 #include "camera/z_camera.h"
@@ -319,6 +326,8 @@ public:
     void SetStreamingCallback(ZImageReceivedCallback callback, void *userData);
     uint16_t TurnOffStreaming();
     bool IsFrameValid(const tStFrameInfo &frame);
+    // Ends the camera's threads, if a failed close left them behind. Before the object is deleted.
+    void EndThreads();
 
 protected:
     // Registers. A read of a word that the block's version lacks gives 0; a write of one gives 15.
@@ -338,13 +347,71 @@ protected:
     uint16_t WriteControlWord(uint32_t offset);
     // Writes one quadlet to an absolute address.
     uint16_t WriteQuadlet(uint32_t address, uint32_t value);
+    // Exposures of the control block in nanoseconds: one word of microseconds in version 1, else the
+    // halves of 64 bits. The write goes ahead only if the value changes.
+    uint64_t ReadExposure(zerix::registers::Field high, zerix::registers::Field low) const;
+    uint16_t UpdateExposure(zerix::registers::Field high, zerix::registers::Field low, uint64_t nanoseconds);
+    // A setting that the stream must not see change: stops it first. The commit starts it again.
+    uint16_t WriteStopped(zerix::registers::Field field, uint32_t value);
+    // The whole sensor as the region, in the order that fits the way the binning went. Neither stops the
+    // stream nor takes the settings: the binning has done both.
+    void FillSensor(uint32_t width, uint32_t height, bool isUnbinned);
+    // A register of the sensor's voltages: 1 where the camera has none.
+    uint16_t WriteTweak(zerix::registers::Field field, uint32_t value);
+    uint32_t TweakDefault(zerix::registers::Field field);
+    // Nanoseconds of a number of vertical clock ticks.
+    uint32_t VClockPeriodOf(uint32_t ticks);
+    // The factory's window on the information block.
+    uint16_t TransferFactoryData(uint32_t operation, uint32_t *buffer, uint32_t length, uint32_t checksum);
+    uint16_t WriteFactoryData(const uint32_t *words, uint32_t length, uint32_t checksum);
     // Writes 1 to the command block's commit register.
     uint16_t Commit();
-    // Reads a whole block anew; its version decides the length.
+    // Reads a whole block anew; its version decides the length. A failure isn't printed.
     uint16_t ReadRegisterSet(zerix::RegisterBlock &block);
     uint16_t ReadVersionWord(zerix::RegisterBlock &block);
     // Prints the system's text of the last failure and translates the hardware number.
     static uint16_t ReportHalError(uint32_t halError);
+
+    // The parts of SetupControlRegisters, in their order.
+    uint16_t ReleaseTweakedRegion();
+    uint16_t SetupMode();
+    uint16_t SetupRegion();
+    uint16_t SetupExposures();
+    uint16_t SetupFeatures();
+    void SetupVoltages();
+    uint16_t SetupReadoutPort();
+
+    // The commit's last part, after a change of MiscCtrl.
+    uint16_t TakeOverMiscCtrl();
+
+    // The parts of OpenCamera and CloseCamera.
+    uint16_t StartThreads();
+    uint16_t StopThreads();
+    uint16_t CleanUpThreads();
+    uint16_t FailClose(uint16_t status);
+
+    // The parts of starting a stream and of taking one image.
+    struct StreamReceiver {
+        ZImageReceivedCallback callback;
+        void *userData;
+    };
+    StreamReceiver Receiver();
+    void SetReceiver(const StreamReceiver &receiver);
+    HALCamera CameraForThreads() const;
+    uint16_t FailStart(uint32_t halError);
+    uint64_t OneImageTimeLimit();
+    void AwaitOneImage(uint32_t fromSession);
+    ZExImage *TakeOneImage();
+
+    // The parts of preparing a frame and of working on a finished one.
+    bool HasExternalBuffer();
+    void DropNewestIfFull();
+    bool GiveDataTo(zerix::FrameRecord &record);
+    void FillFrameInfo(zerix::FrameRecord &record);
+    bool WorkOnOldestFrame();
+    uint32_t TimeStampNow() const;
+    ZExImage *MakeImage(tStFrameInfo &frame, uint16_t error, uint32_t timeStamp);
+    void Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback, uint32_t session);
 
     // Streaming, called by the hardware layer and the camera's two threads.
     tStFrameInfo *PrivatePeekNewFrame();
@@ -369,10 +436,16 @@ protected:
     HAL_Condition exposeDoneCondition{};
     ZExImage *oneImage = nullptr;
     std::atomic<bool> oneImageReady{false};
+    std::mutex oneImageMutex;                     // over the three around it
+    uint32_t oneImageSession = 0;                 // images of earlier ones come too late
+    std::atomic<uint32_t> streamSession{0};       // counts the starts of streaming
+    std::atomic<uint32_t> deliveringSession{0};   // of the image that the callback has
+    std::mutex callbackMutex;                     // makes streamingCallback and callbackUserData a pair
     std::atomic<bool> streaming{false};
     std::atomic<bool> runLoopActive{false};
     std::atomic<bool> exposeThreadActive{false};
-    std::deque<tStFrameInfo *> frameInfoQueue;  // new frames at the front; under frameQueueSemaphore
+    zerix::FrameRecords frameRecords;
+    zerix::FrameQueue frameInfoQueue;           // new frames at the front; under frameQueueSemaphore
     std::deque<void *> externalBuffers;         // under externalSemaphore
     std::atomic<uint8_t> frameBufferLength{100};
     bool imageFlag = false;
@@ -386,9 +459,11 @@ protected:
     HAL_Semaphore externalSemaphore = nullptr;
     HAL_Semaphore frameQueueSemaphore = nullptr;
     HAL_Semaphore closeSemaphore = nullptr;
+    bool runLoopOwesSignal = false;  // of closeSemaphore: it has been started and not waited for yet
     std::atomic<ZImageReceivedCallback> streamingCallback{nullptr};
     std::atomic<ZExposeDoneCallback> exposeDoneCallback{nullptr};
     std::atomic<void *> callbackUserData{nullptr};
+    std::atomic<void *> exposeDoneUserData{nullptr};
     char serialNumber[256] = {};
     bool shouldDeleteHALCamera = true;
     uint64_t counterStart = 0;

@@ -7,7 +7,10 @@
 // 16-bit status of the camera layer, 0 for success.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
+#include <mutex>
 #include <vector>
 
 #include "camera/z_object.h"
@@ -319,21 +322,25 @@ public:
     void SetRefCon(void *value) { refCon = value; }
     uint16_t GetCurrentFireWirePacketSize() const { return currentFireWirePacketSize; }
     void SetCurrentFireWirePacketSize(uint16_t bytes) { currentFireWirePacketSize = bytes; }
-    ZImagePipeline *GetImagePipeline() const { return imagePipeline; }
-    ZImagePipeline *GetBayerPipeline() const { return bayerPipeline; }
-    ZBayerInterpolation *GetBayerFilter() const { return bayerFilter; }
+    ZImagePipeline *GetImagePipeline() const { return imagePipeline.get(); }
+    ZImagePipeline *GetBayerPipeline() const { return bayerPipeline.get(); }
+    ZBayerInterpolation *GetBayerFilter() const { return bayerFilter.get(); }
     ZBenchmateRatioCorrection *GetBenchmateRatioCorrectionFilter() const
     {
-        return ratioCorrectionFilter;
+        return ratioCorrectionFilter.get();
     }
     bool DoWeHaveExclusiveAccess() const { return exclusiveAccess; }
 
-    // The library as a whole.
+    // The library as a whole. Initialize gives 24 when it has run before, which is no failure.
     static uint16_t Initialize();
     static uint16_t Shutdown();
     static bool IsInitalized();
+
+    // One closed object for each camera on the bus that nobody else holds. After a failure the list
+    // holds the cameras made until then. The owner of the list owns its cameras.
     static uint16_t GetCameraList(ZCameraList &list);
     static uint16_t FreeCameraList(ZCameraList &list);
+    // Forgets the cameras without ending them.
     static uint16_t EraseCameraList(ZCameraList &list);
     static uint16_t EraseClosedCamerasFromList(ZCameraList &list);
     static void FreeImage(ZExImage *image);
@@ -345,14 +352,28 @@ public:
 protected:
     ZCamera();
 
+    // Keeps count of the cameras that are open; has a lock of its own.
+    static void AddConnectedCamera(ZCamera *camera);
+    // Does nothing for a camera that isn't among them.
+    static void RemoveConnectedCamera(ZCamera *camera);
+
     void *refCon = nullptr;
     uint16_t currentFireWirePacketSize = 0;
-    ZImagePipeline *imagePipeline = nullptr;
-    ZImagePipeline *bayerPipeline = nullptr;
-    ZBayerInterpolation *bayerFilter = nullptr;
-    ZBenchmateRatioCorrection *ratioCorrectionFilter = nullptr;
-    bool isOpen = false;
-    bool exclusiveAccess = false;
+    std::unique_ptr<ZImagePipeline> imagePipeline;
+    std::unique_ptr<ZImagePipeline> bayerPipeline;
+    std::unique_ptr<ZBayerInterpolation> bayerFilter;
+    std::unique_ptr<ZBenchmateRatioCorrection> ratioCorrectionFilter;
+    // Asked by the monitor thread too.
+    std::atomic<bool> isOpen{false};
+    std::atomic<bool> exclusiveAccess{false};
+
+private:
+    static std::atomic<bool> m_isToolboxInitialized;
+    static std::atomic<bool> m_shouldOutputReads;
+    static std::atomic<bool> m_shouldOutputWrites;
+    static std::mutex m_connectedCamerasMutex;
+    static ZCameraList m_connectedCameras;  // not owned
+    static std::atomic<uint16_t> m_numOfConnectedCameras;
 };
 
 } // namespace ZX

@@ -1,0 +1,201 @@
+// The register blocks: reading them, the control block's shadow with its writes, and the commit. Setters
+// write on the caller's thread, without a lock; the commit takes the settings and the frame queue.
+#include <cinttypes>
+#include <cstdio>
+#include <string>
+
+#include "camera/hal_error.h"
+#include "camera/tolvane_fw_camera.h"
+#include "image/z_image_pipeline.h"
+#include "platform/os.h"
+
+namespace ZX {
+
+using zerix::RegisterBlock;
+using zerix::registers::Field;
+
+// Reading ----------------------------------------------------------------------------------------
+
+namespace {
+
+uint32_t ReadVersion(const HALCamera &camera, RegisterBlock &block)
+{
+    uint32_t version = 0;
+    const uint32_t error = HAL_CameraReadData(camera, block.address, &version, 1);
+    if (error == HAL_NO_ERROR)
+        block.SetVersion(version);
+    return error;
+}
+
+// A version without a row has no words, and nothing is asked for.
+uint32_t ReadWords(const HALCamera &camera, RegisterBlock &block)
+{
+    std::vector<uint32_t> words(block.LengthOfVersion());
+    if (!words.empty()) {
+        const auto count = static_cast<uint32_t>(words.size());
+        if (const uint32_t error = HAL_CameraReadData(camera, block.address, words.data(), count))
+            return error;
+    }
+    block.Fill(words);
+    return HAL_NO_ERROR;
+}
+
+} // namespace
+
+uint16_t TolvaneFWCamera::ReportHalError(uint32_t halError) { return zerix::ReportHalError(halError); }
+
+uint16_t TolvaneFWCamera::ReadVersionWord(RegisterBlock &block)
+{
+    const uint32_t error = ReadVersion(halCamera, block);
+    return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
+}
+
+uint16_t TolvaneFWCamera::ReadRegisterSet(RegisterBlock &block)
+{
+    uint32_t error = ReadVersion(halCamera, block);
+    if (error == HAL_NO_ERROR)
+        error = ReadWords(halCamera, block);
+    return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : static_cast<uint16_t>(HAL_TranslateError(error));
+}
+
+// The status block is read twice: its version first, which tells whether it is there.
+uint16_t TolvaneFWCamera::ReadCameraInfo()
+{
+    namespace registers = zerix::registers;
+    configurationBlock.address = registers::kRegistersAddress;
+    if (const uint16_t status = ReadRegisterSet(configurationBlock))
+        return status;
+    informationBlock.address = configurationBlock.Read(registers::kInformationAddress);
+    if (const uint16_t status = ReadRegisterSet(informationBlock))
+        return status;
+    streamingBlock.address = configurationBlock.Read(registers::kStreamingAddress);
+    commandBlock.address = configurationBlock.Read(registers::kCommandAddress);
+    controlBlock.address = configurationBlock.Read(registers::kControlAddress);
+    statusBlock.address = configurationBlock.Read(registers::kStatusAddress);
+    for (RegisterBlock *block : {&streamingBlock, &commandBlock, &controlBlock, &statusBlock})
+        if (const uint16_t status = ReadVersionWord(*block))
+            return status;
+    return ReadRegisterSet(statusBlock);
+}
+
+uint64_t TolvaneFWCamera::Information64(Field high, Field low) const
+{
+    return zerix::registers::Join(Information(high), Information(low));
+}
+
+uint64_t TolvaneFWCamera::Control64(Field high, Field low) const
+{
+    return zerix::registers::Join(Control(high), Control(low));
+}
+
+bool TolvaneFWCamera::CheckVersionAtLeast(uint16_t haveMajor, uint16_t haveMinor, uint16_t needMajor,
+                                          uint16_t needMinor)
+{
+    return haveMajor > needMajor || (haveMajor == needMajor && haveMinor >= needMinor);
+}
+
+bool TolvaneFWCamera::CheckConfigRegVersion(uint16_t major, uint16_t minor) const
+{
+    return CheckVersionAtLeast(informationBlock.major, informationBlock.minor, major, minor);
+}
+
+bool TolvaneFWCamera::HasCapability(zerix::registers::Capability capability, uint16_t sinceMinor) const
+{
+    const Field bit{zerix::registers::information::kCapabilitiesOffset, static_cast<uint32_t>(capability),
+                    1};
+    return CheckConfigRegVersion(2, sinceMinor) && Information(bit) != 0;
+}
+
+// Writing ----------------------------------------------------------------------------------------
+
+uint16_t TolvaneFWCamera::WriteQuadlet(uint32_t address, uint32_t value)
+{
+    const uint32_t error = HAL_CameraWriteData(halCamera, address, &value, 1);
+    return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
+}
+
+uint16_t TolvaneFWCamera::WriteControlWord(uint32_t offset)
+{
+    if (!controlBlock.HasWord(offset))
+        return kStatusNotSupported;
+    return WriteQuadlet(controlBlock.address + offset, controlBlock.Word(offset));
+}
+
+// The shadow keeps the new value also when the write fails.
+uint16_t TolvaneFWCamera::WriteField(Field field, uint32_t value)
+{
+    if (!controlBlock.Has(field))
+        return kStatusNotSupported;
+    controlBlock.Store(field.offset,
+                       zerix::registers::Insert(controlBlock.Word(field.offset), field, value));
+    return WriteControlWord(field.offset);
+}
+
+uint16_t TolvaneFWCamera::UpdateField(Field field, uint32_t value)
+{
+    return Control(field) == value ? uint16_t{kStatusOk} : WriteField(field, value);
+}
+
+uint16_t TolvaneFWCamera::WriteField64(Field high, Field low, uint64_t value)
+{
+    if (const uint16_t status = WriteField(high, zerix::registers::HighOf(value)))
+        return status;
+    return WriteField(low, zerix::registers::LowOf(value));
+}
+
+uint16_t TolvaneFWCamera::Commit()
+{
+    return WriteQuadlet(commandBlock.address + zerix::registers::kCommitOffset, 1);
+}
+
+// What was exposed under the old settings is thrown away. Of all settings only MiscCtrl changes what the
+// information block says.
+uint16_t TolvaneFWCamera::UpdateSettingsOnCamera()
+{
+    HAL_SemaphoreWait(settingsSemaphore);
+    HAL_SemaphoreWait(frameQueueSemaphore);
+    imagePipeline->ResetFilters();
+    const uint16_t committed = Commit();
+    if (committed == kStatusOk)
+        IgnoreFrameInfoVector();
+    HAL_SemaphoreSignal(frameQueueSemaphore);
+    HAL_SemaphoreSignal(settingsSemaphore);
+    if (committed != kStatusOk)
+        return committed;
+    if (miscCtrlChanged)
+        if (const uint16_t status = TakeOverMiscCtrl())
+            return status;
+    if (!restartStreaming)
+        return kStatusOk;
+    const uint16_t status =
+        StartStreamingImages(streamingCallback, exposeDoneCallback, isExternalBuffered, callbackUserData);
+    restartStreaming = false;
+    return status;
+}
+
+uint16_t TolvaneFWCamera::TakeOverMiscCtrl()
+{
+    if (const uint16_t status = ReadRegisterSet(informationBlock))
+        return status;
+    if (const uint16_t status = SetROIHeight(GetCCDHeight()))
+        return status;
+    if (const uint16_t status = SetROIWidth(GetCCDWidth()))
+        return status;
+    miscCtrlChanged = false;
+    return kStatusOk;
+}
+
+void TolvaneFWCamera::PrintOutControlRegisters()
+{
+    const uint32_t count = controlBlock.WordCount();
+    std::string text = "---\nLength in control registers: " + std::to_string(count) +
+                       "\nControl registers: ";
+    for (uint32_t index = 0; index < count; ++index) {
+        char word[12];
+        std::snprintf(word, sizeof word, "%08" PRIx32 " ", controlBlock.Word(index * 4));
+        text += word;
+    }
+    zerix::os::DebugOutput(text + "\n");
+}
+
+} // namespace ZX

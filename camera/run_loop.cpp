@@ -1,0 +1,182 @@
+// The camera's two threads: the run loop turns finished frames into images, runs the image pipeline and
+// calls the application; the other one tells it that an exposure has begun.
+#include <cinttypes>
+#include <cstdio>
+#include <memory>
+#include <new>
+
+#include "camera/semaphore_lock.h"
+#include "camera/tolvane_fw_camera.h"
+#include "image/z_ex_image.h"
+#include "image/z_image_pipeline.h"
+#include "platform/os.h"
+
+namespace ZX {
+
+using zerix::SemaphoreLock;
+
+namespace {
+
+constexpr uint64_t kTimeStampsPerSecond = 10000;
+
+void Complain(const char *format, uint32_t error)
+{
+    char text[160];
+    std::snprintf(text, sizeof text, format, error);
+    zerix::os::DebugOutput(text);
+}
+
+void ComplainAboutSemaphore(const char *function, uint32_t error)
+{
+    char text[160];
+    std::snprintf(text, sizeof text,
+                  "TolvaneFWCamera::PrivateImageStreamingRunLoop() error %" PRIu32 " occurred calling %s\n",
+                  error, function);
+    zerix::os::DebugOutput(text);
+}
+
+uint16_t ErrorOfStatus(uint32_t status)
+{
+    switch (status) {
+    case kFrameDataMissing: return 0x12;
+    case kFrameCut: return 0x13;
+    case kFrameOverflow: return 0x14;
+    case kFrameHostOverflow: return 0x15;
+    default: return 0;
+    }
+}
+
+// Plain, a mosaic, or already in colour.
+uint32_t ImageFormatOf(uint16_t cameraFormat, uint32_t bitDepth)
+{
+    switch (cameraFormat) {
+    case 1:
+    case 3: return bitDepth == 8 ? 2 : 3;
+    case 2: return bitDepth == 8 ? 4 : 5;
+    default: return 2;
+    }
+}
+
+} // namespace
+
+void TolvaneFWCamera::RunLoopThread(void *camera)
+{
+    static_cast<TolvaneFWCamera *>(camera)->PrivateImageStreamingRunLoop();
+}
+
+void TolvaneFWCamera::ExposeDoneThread(void *camera)
+{
+    static_cast<TolvaneFWCamera *>(camera)->PrivateExposeDoneLoop();
+}
+
+// Without the packet size, which a start of streaming changes while the threads run.
+HALCamera TolvaneFWCamera::CameraForThreads() const
+{
+    return {.cameraIndex = halCamera.cameraIndex,
+            .kind = halCamera.kind,
+            .isConnected = halCamera.isConnected,
+            .modelWord = halCamera.modelWord,
+            .packetBufferSize = 0,
+            .device = halCamera.device};
+}
+
+// A wake-up that comes while frames are worked on ends the next wait at once, so that neither a frame nor
+// the end is slept through.
+void TolvaneFWCamera::PrivateImageStreamingRunLoop()
+{
+    while (runLoopActive) {
+        if (const uint32_t error = HAL_CameraWaitingForFrame(CameraForThreads()))
+            Complain("PrivateImageStreamingRunLoop() - call to HAL_WaitingForFrame failed with error %" PRIu32
+                     "\n",
+                     error);
+        while (runLoopActive && WorkOnOldestFrame()) {
+        }
+    }
+    HAL_SemaphoreSignal(closeSemaphore);
+}
+
+// False if there is none to work on.
+bool TolvaneFWCamera::WorkOnOldestFrame()
+{
+    ZImageReceivedCallbackStruct record{};
+    uint32_t timeStamp = 0;
+    ZImageReceivedCallback callback = nullptr;
+    if (const uint32_t error = HAL_SemaphoreWait(frameQueueSemaphore)) {
+        ComplainAboutSemaphore("HAL_SemaphoreWait", error);
+        return false;
+    }
+    tStFrameInfo *frame = streaming ? frameInfoQueue.TakeOldestFinished() : nullptr;
+    if (frame != nullptr) {
+        timeStamp = TimeStampNow();
+        const StreamReceiver receiver = Receiver();
+        callback = receiver.callback;
+        record.userData = receiver.userData;
+    }
+    if (const uint32_t error = HAL_SemaphoreSignal(frameQueueSemaphore))
+        ComplainAboutSemaphore("HAL_SemaphoreSignal", error);
+    if (frame == nullptr)
+        return false;
+    const uint32_t session = zerix::RecordOf(*frame).session;
+    if (IsFrameValid(*frame)) {
+        record.error = ErrorOfStatus(frame->status);
+        record.image = MakeImage(*frame, record.error, timeStamp);
+    }
+    {
+        const SemaphoreLock queue(frameQueueSemaphore);
+        frameRecords.Release(*frame);
+    }
+    Deliver(record, callback, session);
+    return true;
+}
+
+// In units of a ten-thousandth of a second since the camera was opened.
+uint32_t TolvaneFWCamera::TimeStampNow() const
+{
+    const uint64_t now = zerix::os::PerformanceCounter();
+    return static_cast<uint32_t>((now - counterStart) / (counterFrequency / kTimeStampsPerSecond));
+}
+
+// The data goes over to the image, unless it is the application's. Null if there is no memory.
+ZExImage *TolvaneFWCamera::MakeImage(tStFrameInfo &frame, uint16_t error, uint32_t timeStamp)
+{
+    zerix::FrameRecord &owner = zerix::RecordOf(frame);
+    auto *image = new (std::nothrow)
+        ZExImage(frame.data, frame.size, frame.width, frame.height, static_cast<uint16_t>(frame.bitDepth),
+                 frame.exposure, frame.normalizedGain, ImageFormatOf(GetImageFormat(), frame.bitDepth),
+                 GetImageFormat(), static_cast<uint16_t>(frame.colourPattern), frame.startColour, imageFlag,
+                 GetModel(), static_cast<uint16_t>(halCamera.cameraIndex),
+                 static_cast<uint16_t>(frame.binning), GetLVWMode(), frame.headerWord, error, this,
+                 owner.ownsData, timeStamp);
+    if (image != nullptr)
+        owner.ownsData = false;
+    return image;
+}
+
+// The pipeline may hold an image back, as the filter wheel does with the first two of three. An image of
+// a stream that has been stopped meanwhile is nobody's any more.
+void TolvaneFWCamera::Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback,
+                              uint32_t session)
+{
+    if (record.image == nullptr)
+        return;
+    bool isReady = false;
+    GetImagePipeline()->ProcessImage(record.image, &isReady);
+    if (!isReady || callback == nullptr || !streaming || session != streamSession) {
+        ZCamera::FreeImage(record.image);
+        return;
+    }
+    deliveringSession = session;
+    callback(&record);
+}
+
+// No reset after the wait, which uses the signal up: a signal in between would be lost.
+void TolvaneFWCamera::PrivateExposeDoneLoop()
+{
+    while (exposeThreadActive) {
+        HAL_ConditionWait(exposeDoneCondition);
+        if (const ZExposeDoneCallback callback = exposeDoneCallback)
+            callback(exposeDoneUserData);
+    }
+}
+
+} // namespace ZX
