@@ -29,4 +29,29 @@ enum {
     ZERIX_ERROR_ROI_TOO_SMALL = 32
 };
 
+/* The phrases, as X(number, phrase). Numbers that are not here have none of their own and read
+ * ZERIX_ERROR_PHRASE_UNKNOWN. */
+#define ZERIX_ERROR_PHRASES(X) \
+    X(1, "the function is not supported for this device.") \
+    X(2, "one of the parameters used is not valid.") \
+    X(3, "the Zerix_Settings structure is corrupted or the size is invalid.") \
+    X(7, "Zerix has already been loaded through Zerix_LoadDriver().") \
+    X(8, "Zerix has not been loaded. Call Zerix_LoadDriver().") \
+    X(11, "the camera ID used is invalid.") \
+    X(13, "general internal error occurred (hardware fault).") \
+    X(14, "general internal error occurred (firewire fault).") \
+    X(15, "general internal error occurred (camera fault).") \
+    X(16, "general internal error occurred (driver fault).") \
+    X(18, "the size of pBuffer in the Zerix_Frame structure is too small.") \
+    X(21, "the function cannot be processed at this time.") \
+    X(22, "the queue for frame and settings changes is full.") \
+    X(24, "streaming is not on and is required for this call.  Call Zerix_SetStreaming().") \
+    X(25, "the host and the computer are out of sync, the frame returned is invalid.") \
+    X(26, "data in the frame is missing and has been filled in with black.") \
+    X(27, "the host has more data than it can process, restart streaming.") \
+    X(28, "the camera has been unplugged or turned off.") \
+    X(32, "the ROI used is too small.")
+
+#define ZERIX_ERROR_PHRASE_UNKNOWN "error string not defined yet"
+
 #endif

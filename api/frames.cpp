@@ -1,0 +1,91 @@
+// Taking frames: one at a time, or through the queue.
+#include <cstddef>
+#include <exception>
+#include <memory>
+
+#include "api/context.h"
+#include "api/exported_call.h"
+#include "api/frame_filling.h"
+#include "api/not_yet.h"
+#include "diag/dumps.h"
+
+using namespace zerix;
+using namespace zerix::api;
+
+namespace {
+
+static_assert(sizeof(Zerix_Frame) == (sizeof(void *) == 8 ? 88 : 72));
+static_assert(offsetof(Zerix_Frame, bufferSize) == sizeof(void *));
+static_assert(offsetof(Zerix_Frame, bitDepth) == offsetof(Zerix_Frame, size) + 4);
+static_assert(offsetof(Zerix_Frame, camera) == (sizeof(void *) == 8 ? 48 : 40));
+static_assert(offsetof(Zerix_Frame, filled) == (sizeof(void *) == 8 ? 80 : 68));
+
+struct ImageDeleter {
+    void operator()(ZX::ZExImage *image) const { ZX::ZCamera::FreeImage(image); }
+};
+
+uint32_t GrabOneImage(ZX::ZCamera &camera, Zerix_Frame &frame)
+{
+    ZerixContext &context = *ContextOf(camera);
+    if (context.queueCount.load() != 0)
+        return ZERIX_ERROR_BUSY;
+    if (frame.bufferSize < camera.GetImageSize())
+        return ZERIX_ERROR_BUFFER_TOO_SMALL;
+    ZX::ZExImage *received = nullptr;
+    const uint32_t error = MapCameraStatus(camera.GetOneImage(&received));
+    const std::unique_ptr<ZX::ZExImage, ImageDeleter> image(received);
+    if (error != ZERIX_SUCCESS)
+        return error;
+    if (image == nullptr)
+        return ZERIX_ERROR_DRIVER_FAULT;
+    PostProcess(*image, context);
+    if (const uint32_t fillError = FillFrame(*image, camera, context, frame))
+        return fillError;
+    diag::ZerixDebugOutputFrame(&frame);
+    return ZERIX_SUCCESS;
+}
+
+} // namespace
+
+uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame)
+try {
+    ExportedCall call(__func__);
+    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
+                                      NotNull(frame, ZERIX_ERROR_BAD_PARAMETER), Open(camera),
+                                      Exclusive(camera), HasContext(camera)))
+        return call.End(error);
+    return call.End(GrabOneImage(*CameraOf(camera), *frame));
+} catch (const std::exception &) {
+    return kExceptionError;
+}
+
+// The work of the queueing and streaming calls isn't written yet.
+uint32_t Zerix_QueueFrame(ZerixHandle, Zerix_Frame *, ZerixAsyncCallback, uint32_t, void *,
+                          uint32_t)
+{
+    return NotYet(ExportedCall(__func__, TracedIf{diag::ZLogShouldOutputFrame()}));
+}
+
+uint32_t Zerix_QueueSettings(ZerixHandle, Zerix_Settings *, ZerixAsyncCallback, uint32_t, void *,
+                             uint32_t)
+{
+    return NotYet(ExportedCall(__func__));
+}
+
+uint32_t Zerix_Abort(ZerixHandle) { return NotYet(ExportedCall(__func__)); }
+
+uint32_t Zerix_SetStreaming(ZerixHandle, uint32_t) { return NotYet(ExportedCall(__func__)); }
+
+uint32_t Zerix_Trigger(ZerixHandle) { return NotYet(ExportedCall(__func__)); }
+
+// Offered by the interface and supported by no camera.
+uint32_t Zerix_GrabFrameNow(ZerixHandle, Zerix_Frame *) { return NotYet(ExportedCall(__func__)); }
+
+uint32_t Zerix_GrabRawNow(ZerixHandle, Zerix_Frame *) { return NotYet(ExportedCall(__func__)); }
+
+uint32_t Zerix_ProcessRaw(ZerixHandle, Zerix_Frame *) { return NotYet(ExportedCall(__func__)); }
+
+uint32_t Zerix_SetFrameBuffers(ZerixHandle, Zerix_Frame **, uint32_t)
+{
+    return NotYet(ExportedCall(__func__));
+}
