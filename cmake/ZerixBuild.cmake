@@ -25,6 +25,19 @@ if(CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
+option(ZERIX_I386 "Build for i386; floating point is SSE2, so that its arithmetic is the 64-bit one's" OFF)
+
+# Of the tool and its tests.
+find_package(fmt REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(nlohmann_json REQUIRED)
+if(NOT ZERIX_I386)
+  find_package(PNG REQUIRED)
+  find_package(TIFF REQUIRED)
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(CFITSIO REQUIRED IMPORTED_TARGET cfitsio)
+endif()
+
 # Pixels must not depend on whether the compiler fuses a multiplication and an addition.
 add_compile_options(-ffp-contract=off)
 
@@ -32,7 +45,6 @@ add_compile_options(-ffp-contract=off)
 add_library(zerix_warnings INTERFACE)
 target_compile_options(zerix_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 
-option(ZERIX_I386 "Build for i386; floating point is SSE2, so that its arithmetic is the 64-bit one's" OFF)
 if(ZERIX_I386)
   add_compile_options(-m32 -msse2 -mfpmath=sse)
   add_link_options(-m32)

@@ -1,0 +1,37 @@
+# Shared by the scripts of this folder: where the tree is, and how Debian packages get installed.
+# Sourced, not run.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+# What the everyday build needs.
+BUILD_PACKAGES=(g++ cmake ninja-build ccache pkg-config googletest libtomlplusplus-dev libstb-dev
+    libcli11-dev libfmt-dev libtiff-dev libcfitsio-dev libpng-dev nlohmann-json3-dev)
+I386_PACKAGES=(g++-multilib)
+CHECK_PACKAGES=(clang-format clang-tidy python3)
+BENCH_PACKAGES=(libbenchmark-dev)
+
+# Installs the Debian packages named that are missing; root, or sudo, is needed only then.
+need() {
+    local missing=()
+    for package in "$@"; do
+        [ "$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null)" = "install ok installed" ] ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    echo "installing: ${missing[*]}"
+    local root=()
+    [ "$(id -u)" -eq 0 ] || root=(sudo)
+    "${root[@]}" apt-get -qq update
+    DEBIAN_FRONTEND=noninteractive "${root[@]}" apt-get -qq -y --no-install-recommends install \
+        "${missing[@]}" >/dev/null
+}
+
+# Configures and builds one preset; the remaining arguments name targets.
+build() {
+    local preset=$1
+    shift
+    cmake --preset "$preset" >"/tmp/zerix-configure-$preset.log" 2>&1 ||
+        { cat "/tmp/zerix-configure-$preset.log"; return 1; }
+    if [ $# -eq 0 ]; then cmake --build --preset "$preset"; else
+        cmake --build --preset "$preset" --target "$@"; fi
+}

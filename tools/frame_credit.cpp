@@ -1,0 +1,55 @@
+// One granted exposure at a time, on the virtual bus.
+#include "tools/frame_credit.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "platform/os.h"
+#include "zerix/zerix_sim.h"
+
+namespace zerix::tool {
+
+FrameCredit::FrameCredit(bool isSimulated, uint32_t uniqueId)
+{
+    uint32_t isFast = 0;
+    m_isSimulated = isSimulated && ZerixSim_FindCamera(uniqueId, &m_camera) == ZERIX_SIM_OK &&
+                    ZerixSim_IsFastClock(&isFast) == ZERIX_SIM_OK && isFast == 1;
+}
+
+uint32_t FrameCredit::WhileGranted(const std::function<uint32_t()> &grab)
+{
+    if (!m_isSimulated)
+        return grab();
+    ZerixSim_GiveCredit(m_camera, 1);
+    std::mutex mutex;
+    std::condition_variable finished;
+    bool isFinished = false;
+    std::thread granter([&] {
+        std::unique_lock lock(mutex);
+        while (!finished.wait_for(lock, std::chrono::seconds(2), [&] { return isFinished; }))
+            ZerixSim_GiveCredit(m_camera, 1);
+    });
+    const uint32_t result = grab();
+    {
+        const std::lock_guard lock(mutex);
+        isFinished = true;
+    }
+    finished.notify_one();
+    granter.join();
+    return result;
+}
+
+uint64_t FrameCredit::StartOfExposure(uint16_t frameNumber, uint64_t exposureNanoseconds) const
+{
+    uint64_t start = 0;
+    if (m_isSimulated && ZerixSim_GetFrameTime(m_camera, frameNumber, &start) == ZERIX_SIM_OK)
+        return start;
+    const os::WallTime now = os::WallClock();
+    const uint64_t nanoseconds =
+        static_cast<uint64_t>(now.seconds) * 1'000'000'000u + now.microseconds * 1000ull;
+    return nanoseconds - exposureNanoseconds;
+}
+
+} // namespace zerix::tool

@@ -1,0 +1,118 @@
+// FITS files: one image, rows top down (ROWORDER says so), with the keywords that astronomers' programs
+// read.
+#include "tools/writers/picture.h"
+
+#if defined(ZERIX_HAS_FITS)
+
+#include <filesystem>
+#include <system_error>
+
+#include <fitsio.h>
+#include <fmt/format.h>
+
+namespace zerix::tool {
+
+namespace {
+
+class FitsFile {
+public:
+    explicit FitsFile(const std::string &path)
+    {
+        // The library doesn't overwrite, and takes this name as it is, without its filter syntax.
+        std::error_code ignored;
+        if (std::filesystem::is_regular_file(path, ignored))
+            std::filesystem::remove(path, ignored);
+        fits_create_diskfile(&m_file, path.c_str(), &m_status);
+    }
+    ~FitsFile()
+    {
+        int ignored = 0;
+        if (m_file != nullptr)
+            fits_close_file(m_file, &ignored);
+    }
+    FitsFile(const FitsFile &) = delete;
+    FitsFile &operator=(const FitsFile &) = delete;
+
+    void Key(const char *name, const std::string &value, const char *comment)
+    {
+        fits_update_key_str(m_file, name, value.c_str(), comment, &m_status);
+    }
+    void Key(const char *name, double value, const char *comment)
+    {
+        fits_update_key_dbl(m_file, name, value, -12, comment, &m_status);
+    }
+    void Key(const char *name, int64_t value, const char *comment)
+    {
+        fits_update_key_lng(m_file, name, value, comment, &m_status);
+    }
+
+    void Image(const Picture &picture)
+    {
+        long size[2] = {static_cast<long>(picture.width), static_cast<long>(picture.height)};
+        const bool wide = picture.bytesPerSample == 2;
+        fits_create_img(m_file, wide ? USHORT_IMG : BYTE_IMG, 2, size, &m_status);
+        long first[2] = {1, 1};
+        const auto count = static_cast<LONGLONG>(picture.width) * picture.height;
+        std::vector<uint8_t> pixels(picture.pixels.begin(), picture.pixels.end());
+        fits_write_pix(m_file, wide ? TUSHORT : TBYTE, first, count, pixels.data(), &m_status);
+    }
+
+    std::string Close()
+    {
+        if (m_file != nullptr)
+            fits_close_file(m_file, &m_status);
+        m_file = nullptr;
+        if (m_status == 0)
+            return {};
+        char text[FLEN_STATUS] = {};
+        fits_get_errstatus(m_status, text);
+        return text;
+    }
+
+private:
+    fitsfile *m_file = nullptr;
+    int m_status = 0;
+};
+
+void WriteKeywords(FitsFile &file, const Picture &picture)
+{
+    file.Key("INSTRUME", picture.cameraModel, "camera model");
+    file.Key("SERIALNO", picture.serialNumber, "serial number of the camera");
+    file.Key("DATE-OBS", IsoTime(picture.unixNanoseconds), "start of the exposure, UTC");
+    file.Key("EXPTIME", static_cast<double>(picture.exposureNanoseconds) / 1e9, "[s] exposure");
+    file.Key("GAIN", picture.gain, "linear, relative to the camera's default");
+    file.Key("XBINNING", int64_t{picture.horizontalBinning}, "horizontal binning");
+    file.Key("YBINNING", int64_t{picture.verticalBinning}, "vertical binning");
+    if (picture.setTemperatureCelsius)
+        file.Key("SET-TEMP", double(*picture.setTemperatureCelsius), "[C] temperature asked for");
+    file.Key("DATAMAX", int64_t{(1 << picture.significantBits) - 1}, "top of the range");
+    if (!picture.bayerPattern.empty())
+        file.Key("BAYERPAT", picture.bayerPattern, "mosaic from the top left pixel");
+    file.Key("ROWORDER", std::string("TOP-DOWN"), "first row is the top of the image");
+    file.Key("FRAMENO", int64_t{picture.frameNumber}, "rolling frame number");
+    if (picture.hasMissingData)
+        file.Key("WARNING", std::string("missing data was filled in with black"), "");
+    file.Key("SWCREATE", std::string("zerix"), "");
+}
+
+} // namespace
+
+std::string WriteFits(const std::string &path, const Picture &picture)
+{
+    FitsFile file(path);
+    file.Image(picture);
+    WriteKeywords(file, picture);
+    return file.Close();
+}
+
+} // namespace zerix::tool
+
+#else
+
+namespace zerix::tool {
+
+std::string WriteFits(const std::string &, const Picture &) { return "this build has no FITS files"; }
+
+} // namespace zerix::tool
+
+#endif
