@@ -11,14 +11,9 @@ constexpr uint16_t kAstrelB1Model = 13;
 
 AstrelA2::AstrelA2(HALCamera camera) : ModelCamera(camera, 6) {}
 SparrowB::SparrowB(HALCamera camera) : ModelCamera(camera, 7) {}
-Benchmate::Benchmate(HALCamera camera) : ModelCamera(camera, 8) {}
-AstrelIntensified::AstrelIntensified(HALCamera camera) : ModelCamera(camera, 9) {}
 AstrelC1::AstrelC1(HALCamera camera) : ModelCamera(camera, 12) {}
-AstrelE1::AstrelE1(HALCamera camera) : ModelCamera(camera, 15) {}
-AstrelD1::AstrelD1(HALCamera camera) : ModelCamera(camera, 16) {}
 AstrelC2::AstrelC2(HALCamera camera) : ModelCamera(camera, 18) {}
 AstrelB2::AstrelB2(HALCamera camera) : ModelCamera(camera, 19) {}
-NoctisB1::NoctisB1(HALCamera camera) : ModelCamera(camera, 25) {}
 AstrelF1::AstrelF1(HALCamera camera) : ModelCamera(camera, 26) {}
 NoctisA2::NoctisA2(HALCamera camera) : ModelCamera(camera, 27) {}
 AstrelE2::AstrelE2(HALCamera camera) : ModelCamera(camera, 28) {}
@@ -28,7 +23,6 @@ MeridCobalt::MeridCobalt(HALCamera camera) : ModelCamera(camera, 31) {}
 MeridTeal::MeridTeal(HALCamera camera) : ModelCamera(camera, 32) {}
 AstrelG1::AstrelG1(HALCamera camera) : ModelCamera(camera, 33) {}
 AstrelOem1::AstrelOem1(HALCamera camera) : ModelCamera(camera, 1001) {}
-Metrol::Metrol(HALCamera camera) : ModelCamera(camera, 1002) {}
 
 SparrowIR::SparrowIR(HALCamera camera) : ModelCamera(camera, 10) {}
 bool SparrowIR::IsRGBFilterSupported() { return false; }

@@ -1,7 +1,14 @@
-// The model classes. Those without a body of their own are all in their rows of the model table.
+// All model classes. Those with little of their own are declared here, the others in their headers; those
+// without a body are all in their rows of the model table.
 #pragma once
 
+#include "camera/models/astrel_d1.h"
+#include "camera/models/astrel_e1.h"
+#include "camera/models/astrel_intensified.h"
+#include "camera/models/benchmate.h"
+#include "camera/models/metrol.h"
 #include "camera/models/model_camera.h"
+#include "camera/models/noctis_b1.h"
 
 namespace ZX {
 
@@ -30,16 +37,6 @@ public:
     explicit SparrowB(HALCamera camera);
 };
 
-class ZERIX_API Benchmate final : public ModelCamera {
-public:
-    explicit Benchmate(HALCamera camera);
-};
-
-class ZERIX_API AstrelIntensified final : public ModelCamera {
-public:
-    explicit AstrelIntensified(HALCamera camera);
-};
-
 class ZERIX_API SparrowIR final : public ModelCamera {
 public:
     explicit SparrowIR(HALCamera camera);
@@ -64,16 +61,6 @@ public:
     bool IsRGBFilterSupported() override;
 };
 
-class ZERIX_API AstrelE1 final : public ModelCamera {
-public:
-    explicit AstrelE1(HALCamera camera);
-};
-
-class ZERIX_API AstrelD1 final : public ModelCamera {
-public:
-    explicit AstrelD1(HALCamera camera);
-};
-
 class ZERIX_API AstrelC2 final : public ModelCamera {
 public:
     explicit AstrelC2(HALCamera camera);
@@ -82,11 +69,6 @@ public:
 class ZERIX_API AstrelB2 final : public ModelCamera {
 public:
     explicit AstrelB2(HALCamera camera);
-};
-
-class ZERIX_API NoctisB1 final : public ModelCamera {
-public:
-    explicit NoctisB1(HALCamera camera);
 };
 
 class ZERIX_API AstrelF1 final : public ModelCamera {
@@ -132,11 +114,6 @@ public:
 class ZERIX_API AstrelOem1 final : public ModelCamera {
 public:
     explicit AstrelOem1(HALCamera camera);
-};
-
-class ZERIX_API Metrol final : public ModelCamera {
-public:
-    explicit Metrol(HALCamera camera);
 };
 
 } // namespace ZX

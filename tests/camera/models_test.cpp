@@ -197,6 +197,14 @@ TEST(ModelTable, HasNoFilterWheelForTwoMonochromeModels)
         EXPECT_TRUE(MakeModel(number)->IsRGBFilterSupported()) << number;
 }
 
+TEST(ModelTable, ExposesTwoModelsLongerByDefault)
+{
+    for (const uint32_t number : {8u, 1002u})
+        EXPECT_EQ(MakeModel(number)->GetDefaultExposure(), 100'000'000u) << number;
+    for (const uint32_t number : {5u, 9u, 18u, 19u, kUnassigned})
+        EXPECT_EQ(MakeModel(number)->GetDefaultExposure(), 16'384'000u) << number;
+}
+
 TEST(AstrelB1, IsModel13WhateverTheRegistersSay)
 {
     auto camera = MakeLooseCamera(13, VersionWord(2, 11), {{0x38, 5u << 16}});

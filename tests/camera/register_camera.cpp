@@ -13,20 +13,6 @@ namespace {
 
 constexpr uint32_t kTransportToNowhere = 2;
 
-HALCamera HalCameraOn(Wire wire)
-{
-    HALCamera camera{};
-    if (wire == Wire::kNowhere) {
-        camera.kind = kTransportToNowhere;
-        return camera;
-    }
-    auto *device = new hal::FWCameraDevice("nowhere"); // the camera's destructor releases it
-    device->speedFlag = wire == Wire::kFast ? kernel::kSpeedFlag800 : kernel::kSpeedFlag400;
-    camera.kind = hal::kLiveTransport;
-    camera.device = device;
-    return camera;
-}
-
 void Fill(RegisterBlock &block, uint32_t address, uint32_t version)
 {
     block.address = address;
@@ -43,6 +29,35 @@ std::ostream &operator<<(std::ostream &stream, const SentQuadlet &quadlet)
     std::ostringstream text;
     text << std::hex << "0x" << quadlet.address << " = 0x" << quadlet.value;
     return stream << text.str();
+}
+
+HALCamera HalCameraOn(Wire wire)
+{
+    HALCamera camera{};
+    if (wire == Wire::kNowhere) {
+        camera.kind = kTransportToNowhere;
+        return camera;
+    }
+    auto *device = new hal::FWCameraDevice("nowhere");
+    device->speedFlag = wire == Wire::kFast ? kernel::kSpeedFlag800 : kernel::kSpeedFlag400;
+    camera.kind = hal::kLiveTransport;
+    camera.device = device;
+    return camera;
+}
+
+// The trace says "Async write to address 0xADDRESS", then "Hex data: VALUE ".
+SentQuadlets SentIn(const std::string &trace)
+{
+    static const std::string kAddress = "Async write to address 0x";
+    static const std::string kData = "Hex data: ";
+    SentQuadlets quadlets;
+    for (size_t at = trace.find(kAddress); at != std::string::npos; at = trace.find(kAddress, at + 1)) {
+        const size_t data = trace.find(kData, at);
+        quadlets.push_back(
+            {static_cast<uint32_t>(std::stoul(trace.substr(at + kAddress.size(), 8), nullptr, 16)),
+             static_cast<uint32_t>(std::stoul(trace.substr(data + kData.size(), 8), nullptr, 16))});
+    }
+    return quadlets;
 }
 
 RegisterCamera::RegisterCamera(uint32_t informationVersion, uint32_t controlVersion, Wire wire)
@@ -93,18 +108,9 @@ void RegisterCamera::GetReadoutFrequencyModes(std::vector<float> &modes)
         TolvaneFWCamera::GetReadoutFrequencyModes(modes);
 }
 
-// The trace says "Async write to address 0xADDRESS", then "Hex data: VALUE ".
 SentQuadlets RegisterCamera::TakeSent()
 {
-    static const std::string kAddress = "Async write to address 0x";
-    static const std::string kData = "Hex data: ";
-    SentQuadlets quadlets;
-    for (size_t at = m_trace.find(kAddress); at != std::string::npos; at = m_trace.find(kAddress, at + 1)) {
-        const size_t data = m_trace.find(kData, at);
-        quadlets.push_back(
-            {static_cast<uint32_t>(std::stoul(m_trace.substr(at + kAddress.size(), 8), nullptr, 16)),
-             static_cast<uint32_t>(std::stoul(m_trace.substr(data + kData.size(), 8), nullptr, 16))});
-    }
+    const SentQuadlets quadlets = SentIn(m_trace);
     m_trace.clear();
     return quadlets;
 }

@@ -42,6 +42,12 @@ enum class Wire {
     kFast,     // the same; a bus of 800 Mb/s
 };
 
+// A record of a camera that hangs there. The camera's destructor releases it.
+HALCamera HalCameraOn(Wire wire);
+
+// The quadlets that the hardware layer's trace of writes tells, oldest first.
+SentQuadlets SentIn(const std::string &trace);
+
 class RegisterCamera : public ZX::TolvaneFWCamera {
 public:
     explicit RegisterCamera(uint32_t informationVersion = kNewestInformation,
