@@ -1,5 +1,6 @@
 // The list of the cameras on the bus. Each device is connected for a moment, to read its model and
 // to see whether somebody else has it.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -32,18 +33,21 @@ uint32_t UsablePaths(const kernel::DevicePath *paths, uint32_t count)
     return usable;
 }
 
+// A walk over the list that broke off found nothing, and says so; without a list there is nothing
+// to say.
 uint32_t EnumeratePaths(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count)
 {
-    uint32_t found = 0;
+    constexpr uint32_t kNoList = 0xFFFFFFFFu;
+    uint32_t found = kNoList;
     const uint32_t error = kernel::Driver().Enumerate(paths, maximumCount, &found);
-    if (error != 0) {
-        os::SetLastError(error);
-        return HAL_ERROR_NOT_CONNECTED;
-    }
-    *count = UsablePaths(paths, found < maximumCount ? found : maximumCount);
-    os::DebugOutput(
-        Formatted("FWCameraGetList - got %d devices using setup API\n", static_cast<int>(*count)));
-    return HAL_NO_ERROR;
+    *count = error == 0 ? UsablePaths(paths, std::min(found, maximumCount)) : 0;
+    if (error == 0 || found != kNoList)
+        os::DebugOutput(Formatted("FWCameraGetList - got %d devices using setup API\n",
+                                  static_cast<int>(*count)));
+    if (error == 0)
+        return HAL_NO_ERROR;
+    os::SetLastError(error);
+    return HAL_ERROR_NOT_CONNECTED;
 }
 
 bool MakeDevice(HALCamera &camera, const char *path)

@@ -56,7 +56,9 @@ public:
     virtual ~KernelDriver() = default;
 
     // Writes the paths of the present devices of the interface class to `paths`, in the driver's
-    // order, at most `maximumCount`, and their number to `count`. Returns 0 or a system error.
+    // order, at most `maximumCount`, and their number to `count`. Returns 0 or a system error: with
+    // `count` untouched if there is no list of devices to be had at all, with 0 in it if the walk
+    // over the list broke off.
     // A path longer than kLongestDevicePath is given in full up to 1023 characters.
     virtual uint32_t Enumerate(DevicePath *paths, uint32_t maximumCount, uint32_t *count) = 0;
 

@@ -11,7 +11,8 @@ namespace ZX {
 
 class ZERIX_API ZExImage : public ZObject {
 public:
-    // With `ownsBuffer` the image frees `imageData`, which then must come from AllocateBuffer.
+    // With `ownsBuffer` the image frees `imageData`, which then must come from AllocateBuffer or
+    // from malloc.
     ZExImage(uint8_t *imageData, uint32_t imageSize, uint32_t width, uint32_t height,
              uint16_t bitDepth, uint64_t exposure, double gain, uint32_t imageFormat,
              uint16_t cameraImageFormat, uint16_t colourPattern, uint16_t rgbFilterStartColour,
@@ -21,7 +22,7 @@ public:
     ~ZExImage() override;
 
     // A buffer that an image may own, with undefined contents; null if there is no memory. Freed by
-    // the image that owns it, or with ReleaseBuffer (null is allowed).
+    // the image that owns it, or with ReleaseBuffer, which takes one from malloc or null as well.
     [[nodiscard]] static uint8_t *AllocateBuffer(uint32_t size);
     static void ReleaseBuffer(uint8_t *buffer);
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "image/z_ex_image.h"
 #include "image/z_image_filter.h"
@@ -103,26 +104,24 @@ uint32_t ZImagePipeline::GetNeededOutputBufferSize(ZInImageBufferStruct *in)
 int16_t ZImagePipeline::ProcessImage(ZInImageBufferStruct *in, ZOutImageBufferStruct *out,
                                      bool *done)
 {
-    if (!m_isSetUp)
-        return kPipelineNotSetUp;
-    *done = true;
-    if (m_filters.empty())
-        return kPipelineEmpty;
+    if (const int16_t status = CheckChain(*done))
+        return status;
     return RunChain(*in, *out, *done);
 }
 
+// The image grows even where the chain then can't be run.
 int16_t ZImagePipeline::ProcessImage(ZExImage *image, bool *done)
 {
-    if (!m_isSetUp)
-        return kPipelineNotSetUp;
-    *done = true;
-    if (m_filters.empty())
-        return kPipelineEmpty;
     m_inPlace = true;
     m_image = image;
     ZInImageBufferStruct in = InputOf(*image);
     ZOutImageBufferStruct out;
-    int16_t status = PrepareImage(*image, in, out);
+    const uint32_t needed = GetNeededOutputBufferSize(&in);
+    if (needed > image->GetImageSize())
+        image->ResizeBuffer(needed);
+    int16_t status = CheckChain(*done);
+    if (status == kFilterOk)
+        status = PrepareBuffers(needed, in, out);
     if (status == kFilterOk)
         status = RunChain(in, out, *done);
     if (status == kFilterOk) {
@@ -136,18 +135,23 @@ int16_t ZImagePipeline::ProcessImage(ZExImage *image, bool *done)
     return status;
 }
 
-int16_t ZImagePipeline::PrepareImage(ZExImage &image, ZInImageBufferStruct &in,
-                                     ZOutImageBufferStruct &out)
+int16_t ZImagePipeline::CheckChain(bool &done) const
 {
-    const uint32_t needed = GetNeededOutputBufferSize(&in);
-    if (needed > image.GetImageSize())
-        image.ResizeBuffer(needed);
-    if (image.GetImageSize() < in.size)
+    if (!m_isSetUp)
+        return kPipelineNotSetUp;
+    done = true;
+    return m_filters.empty() ? kPipelineEmpty : kFilterOk;
+}
+
+int16_t ZImagePipeline::PrepareBuffers(uint32_t needed, ZInImageBufferStruct &in,
+                                       ZOutImageBufferStruct &out)
+{
+    if (m_image->GetImageSize() < in.size)
         return kFilterBadFormat;
     // An image may be larger than Setup was told.
     if (!GrowScratch(std::max<uint64_t>(needed, LargestResult(in.width, in.height))))
         return kFilterBadFormat;
-    in.pBuffer = image.GetImageData();
+    in.pBuffer = m_image->GetImageData();
     out.pBuffer = m_scratch.get();
     return kFilterOk;
 }
@@ -155,8 +159,8 @@ int16_t ZImagePipeline::PrepareImage(ZExImage &image, ZInImageBufferStruct &in,
 int16_t ZImagePipeline::RunChain(ZInImageBufferStruct &in, ZOutImageBufferStruct &out, bool &done)
 {
     int16_t status = kFilterOk;
-    // The scratch buffer takes the image as it stands only when another filter will see it there; a
-    // caller's buffer always does.
+    // A caller's buffer always takes the image as it stands. The scratch buffer does only for a
+    // filter behind: one that works in place, as white balance does, finds the image in its output.
     bool copyIsDue = false;
     for (ZImageFilter *filter : m_filters) {
         if (!filter->IsEnabled()) {
@@ -207,19 +211,19 @@ int16_t ZImagePipeline::TakeResult(ZInImageBufferStruct &in, const ZOutImageBuff
     return kFilterOk;
 }
 
-// Keeps nothing of the contents when it grows.
+// Keeps nothing of the contents when it grows, and everything when it can't.
 bool ZImagePipeline::GrowScratch(uint64_t bytes)
 {
     if (bytes <= m_scratchSize)
         return true;
-    m_scratch.reset();
-    m_scratchSize = 0;
     if (bytes > SIZE_MAX / 2)
         return false;
-    m_scratch.reset(new (std::nothrow) uint8_t[static_cast<size_t>(bytes)]);
-    if (m_scratch != nullptr)
-        m_scratchSize = bytes;
-    return m_scratch != nullptr;
+    std::unique_ptr<uint8_t[]> larger(new (std::nothrow) uint8_t[static_cast<size_t>(bytes)]);
+    if (!larger)
+        return false;
+    m_scratch = std::move(larger);
+    m_scratchSize = bytes;
+    return true;
 }
 
 } // namespace ZX

@@ -46,7 +46,8 @@ public:
 
 private:
     int16_t RunChain(ZInImageBufferStruct &in, ZOutImageBufferStruct &out, bool &done);
-    int16_t PrepareImage(ZExImage &image, ZInImageBufferStruct &in, ZOutImageBufferStruct &out);
+    int16_t CheckChain(bool &done) const;
+    int16_t PrepareBuffers(uint32_t needed, ZInImageBufferStruct &in, ZOutImageBufferStruct &out);
     int16_t TakeResult(ZInImageBufferStruct &in, const ZOutImageBufferStruct &out);
     [[nodiscard]] bool GrowScratch(uint64_t bytes);
 

@@ -23,11 +23,12 @@ private:
     const HAL_Semaphore m_lock;
 };
 
+// Black: an exposure that was stored before the buffers were made anew is lost, but still counted.
 std::unique_ptr<uint8_t[]> MakePlane(uint64_t bytes)
 {
     if (bytes > SIZE_MAX / 2)
         return nullptr;
-    return std::unique_ptr<uint8_t[]>(new (std::nothrow) uint8_t[static_cast<size_t>(bytes)]);
+    return std::unique_ptr<uint8_t[]>(new (std::nothrow) uint8_t[static_cast<size_t>(bytes)]());
 }
 
 } // namespace

@@ -2,24 +2,36 @@
 #include "camera/assembler/frame_buffer_pool.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <new>
 
 namespace zerix {
+
+// Stands in front of each buffer, and keeps it aligned.
+struct alignas(64) FrameBufferPool::Header {
+    uint32_t size;
+    HiddenHeader next; // of those that are out
+};
 
 namespace {
 
 constexpr std::align_val_t kAlignment{64};
 
-// Stands in front of each buffer, and keeps it aligned.
-struct alignas(64) Header {
-    uint32_t size;
-};
-static_assert(sizeof(Header) == 64);
+} // namespace
 
-Header *HeaderOf(uint8_t *buffer) { return reinterpret_cast<Header *>(buffer) - 1; }
-
-uint8_t *Allocate(uint32_t size)
+FrameBufferPool::HiddenHeader FrameBufferPool::Hide(const Header *header)
 {
+    return ~reinterpret_cast<HiddenHeader>(header);
+}
+
+FrameBufferPool::Header *FrameBufferPool::Show(HiddenHeader hidden)
+{
+    return reinterpret_cast<Header *>(~hidden);
+}
+
+uint8_t *FrameBufferPool::Allocate(uint32_t size)
+{
+    static_assert(sizeof(Header) == 64);
     // At least a byte behind the header, so that the buffer's address is one of its block.
     const uint64_t bytes = sizeof(Header) + std::max<uint64_t>(size, 1);
     if (bytes > SIZE_MAX / 2)
@@ -27,13 +39,16 @@ uint8_t *Allocate(uint32_t size)
     void *const block = ::operator new(static_cast<size_t>(bytes), kAlignment, std::nothrow);
     if (block == nullptr)
         return nullptr;
-    auto *const header = new (block) Header{.size = size};
+    auto *const header = new (block) Header{.size = size, .next = kNoHeader};
     return reinterpret_cast<uint8_t *>(header + 1);
 }
 
-void Free(uint8_t *buffer) { ::operator delete(HeaderOf(buffer), kAlignment); }
+FrameBufferPool::Header *FrameBufferPool::HeaderOf(uint8_t *buffer)
+{
+    return reinterpret_cast<Header *>(buffer) - 1;
+}
 
-} // namespace
+void FrameBufferPool::Free(uint8_t *buffer) { ::operator delete(HeaderOf(buffer), kAlignment); }
 
 FrameBufferPool::~FrameBufferPool() { Trim(); }
 
@@ -44,26 +59,60 @@ uint8_t *FrameBufferPool::Acquire(uint32_t size)
         if (size > m_largest)
             return nullptr;
         if (uint8_t *const buffer = TakeIdle(size))
-            return buffer;
+            return NoteOut(buffer);
     }
-    return Allocate(size);
+    uint8_t *const buffer = Allocate(size);
+    const std::lock_guard lock(m_mutex);
+    return buffer != nullptr ? NoteOut(buffer) : nullptr;
 }
 
-// The oldest make room: after a change of settings the sizes of before are of no more use.
 void FrameBufferPool::Release(uint8_t *buffer)
 {
     if (buffer == nullptr)
         return;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (TakeFromOut(buffer)) {
+            Keep(buffer);
+            return;
+        }
+    }
+    std::free(buffer);
+}
+
+// The oldest make room: after a change of settings the sizes of before are of no more use.
+void FrameBufferPool::Keep(uint8_t *buffer)
+{
     const uint32_t size = SizeOf(buffer);
     if (size > kMostIdleBytes) {
         Free(buffer);
         return;
     }
-    const std::lock_guard lock(m_mutex);
     while (m_idleCount == kMostIdle || m_idleBytes + size > kMostIdleBytes)
         Free(RemoveIdle(0));
     m_idle[m_idleCount++] = buffer;
     m_idleBytes += size;
+}
+
+uint8_t *FrameBufferPool::NoteOut(uint8_t *buffer)
+{
+    HeaderOf(buffer)->next = m_out;
+    m_out = Hide(HeaderOf(buffer));
+    return buffer;
+}
+
+// By address alone: in front of a foreign buffer there is no header to look at.
+bool FrameBufferPool::TakeFromOut(const uint8_t *buffer)
+{
+    HiddenHeader *link = &m_out;
+    while (Header *const header = Show(*link)) {
+        if (reinterpret_cast<const uint8_t *>(header + 1) == buffer) {
+            *link = header->next;
+            return true;
+        }
+        link = &header->next;
+    }
+    return false;
 }
 
 void FrameBufferPool::Trim()

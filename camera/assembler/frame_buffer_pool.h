@@ -22,7 +22,8 @@ public:
     // memory.
     [[nodiscard]] uint8_t *Acquire(uint32_t size);
 
-    // Takes back what Acquire gave, of this pool or another; null is allowed.
+    // Takes back what Acquire gave. Any other buffer is an application's, which had it from malloc:
+    // it is freed. Null is allowed.
     void Release(uint8_t *buffer);
 
     // Frees what lies idle.
@@ -38,10 +39,26 @@ public:
     void SetLargestForTest(uint32_t bytes);
 
 private:
+    struct Header;
+    // An address inverted, so that leak checkers don't take the list of what is out for its owner.
+    using HiddenHeader = uintptr_t;
+    static constexpr HiddenHeader kNoHeader = ~HiddenHeader{0};
+    static HiddenHeader Hide(const Header *header);
+    static Header *Show(HiddenHeader hidden);
+
+    [[nodiscard]] static uint8_t *Allocate(uint32_t size);
+    static Header *HeaderOf(uint8_t *buffer);
+    static void Free(uint8_t *buffer);
+
+    // Under the mutex, all of them.
+    uint8_t *NoteOut(uint8_t *buffer);
+    bool TakeFromOut(const uint8_t *buffer);
+    void Keep(uint8_t *buffer);
     uint8_t *TakeIdle(uint32_t size);
     uint8_t *RemoveIdle(uint32_t index);
 
     mutable std::mutex m_mutex;
+    HiddenHeader m_out = kNoHeader;            // what was given and has not come back
     std::array<uint8_t *, kMostIdle> m_idle{}; // oldest first
     uint32_t m_idleCount = 0;
     uint64_t m_idleBytes = 0;

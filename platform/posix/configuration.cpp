@@ -113,11 +113,12 @@ bool TakeLine(std::string_view line, Values &values)
 // Each bad line once in the life of the process, however often the file is opened.
 void TellOfBadLine(const std::string &path, uint32_t number, std::string_view line)
 {
+    // Never destroyed: threads may still open the file while the process ends.
     static std::mutex mutex;
-    static std::set<std::string> told;
+    static auto *const told = new std::set<std::string>;
     const std::string place = path + ":" + std::to_string(number);
     const std::lock_guard lock(mutex);
-    if (!told.insert(place).second)
+    if (!told->insert(place).second)
         return;
     std::fprintf(stderr, "%s: expected \"name = value\", found \"%.*s\"\n", place.c_str(),
                  static_cast<int>(line.size()), line.data());

@@ -55,8 +55,8 @@ private:
     const uint32_t m_maximum;
 };
 
-// A signal is handed to a thread that waits at that moment, so that two signals in quick succession
-// release two waiters although neither has run yet.
+// A signal is handed to the thread that has waited longest, so that two signals in quick succession
+// release two waiters although neither has run yet, and nobody who comes later takes it from them.
 class AutomaticEvent final : public Event {
 public:
     [[nodiscard]] bool IsWhole() const { return m_monitor.IsWhole(); }
@@ -68,21 +68,17 @@ public:
             m_isSignalled = false;
             return WaitResult::kSignalled;
         }
-        Waiter waiter(*this);
-        if (!lock.WaitUntil(timeoutMilliseconds, [this] { return m_handed > 0; }))
+        Waiter self(*this);
+        if (!lock.WaitUntil(timeoutMilliseconds, [&self] { return self.isReleased; }))
             return WaitResult::kTimedOut;
-        --m_handed;
+        self.isGone = true;
         return WaitResult::kSignalled;
     }
 
     bool Signal() override
     {
         const Monitor::Lock lock(m_monitor);
-        if (m_handed < m_waiters)
-            ++m_handed;
-        else
-            m_isSignalled = true;
-        m_monitor.Wake();
+        SignalLocked();
         return true;
     }
 
@@ -93,29 +89,50 @@ public:
     }
 
 private:
-    // Counts a waiter, also one that is ended in its wait: what was handed to it goes to the next.
-    class Waiter {
-    public:
-        explicit Waiter(AutomaticEvent &event) : m_event(event) { ++m_event.m_waiters; }
+    // Stands in the queue, also for a thread that is ended in its wait: what was handed to it goes
+    // to the next.
+    struct Waiter {
+        explicit Waiter(AutomaticEvent &itsEvent) : event(itsEvent)
+        {
+            Waiter **last = &event.m_first;
+            while (*last != nullptr)
+                last = &(*last)->next;
+            *last = this;
+        }
         ~Waiter()
         {
-            --m_event.m_waiters;
-            if (m_event.m_handed > m_event.m_waiters) {
-                m_event.m_handed = m_event.m_waiters;
-                m_event.m_isSignalled = true;
-            }
+            if (isReleased && !isGone)
+                event.SignalLocked();
+            for (Waiter **link = &event.m_first; *link != nullptr; link = &(*link)->next)
+                if (*link == this) {
+                    *link = next;
+                    break;
+                }
         }
         Waiter(const Waiter &) = delete;
         Waiter &operator=(const Waiter &) = delete;
 
-    private:
-        AutomaticEvent &m_event;
+        AutomaticEvent &event;
+        Waiter *next = nullptr;
+        bool isReleased = false; // and out of the queue
+        bool isGone = false;     // with the signal
     };
+
+    void SignalLocked()
+    {
+        Waiter *const waiter = m_first;
+        if (waiter == nullptr) {
+            m_isSignalled = true;
+            return;
+        }
+        m_first = waiter->next;
+        waiter->isReleased = true;
+        m_monitor.Wake();
+    }
 
     Monitor m_monitor;
     bool m_isSignalled = false;
-    uint32_t m_waiters = 0;
-    uint32_t m_handed = 0; // never more than the waiters
+    Waiter *m_first = nullptr; // the longest wait; the others behind it
 };
 
 // Whoever waited when it was signalled is released, even if it is reset before that thread runs.

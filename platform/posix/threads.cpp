@@ -65,14 +65,25 @@ void *RunThread(void *parameter)
 
 class PosixThread final : public Thread {
 public:
-    PosixThread(std::shared_ptr<ThreadState> state, pthread_t handle, uint32_t id)
-        : m_state(std::move(state)), m_handle(handle), m_id(id)
-    {
-    }
+    explicit PosixThread(std::shared_ptr<ThreadState> state) : m_state(std::move(state)) {}
     ~PosixThread() override
     {
-        if (!m_isJoined)
+        if (m_isStarted && !m_isJoined)
             pthread_detach(m_handle);
+    }
+
+    // Once, before anybody else sees the object. 0 or a system error.
+    [[nodiscard]] int Start()
+    {
+        auto forThread = std::make_unique<std::shared_ptr<ThreadState>>(m_state);
+        if (const int error = pthread_create(&m_handle, nullptr, RunThread, forThread.get()))
+            return error;
+        static_cast<void>(forThread.release()); // the thread's now
+        m_isStarted = true;
+        Monitor::Lock lock(m_state->monitor);
+        static_cast<void>(lock.WaitUntil(kWaitForever, [this] { return m_state->id != 0; }));
+        m_id = m_state->id;
+        return 0;
     }
 
     uint32_t Id() const override { return m_id; }
@@ -106,28 +117,22 @@ private:
     }
 
     const std::shared_ptr<ThreadState> m_state;
-    const pthread_t m_handle;
-    const uint32_t m_id;
+    pthread_t m_handle{};
+    uint32_t m_id = 0;
+    bool m_isStarted = false;
     std::mutex m_joinMutex;
     bool m_isJoined = false;
 };
 
+// Everything that can lack memory comes before the thread.
 std::unique_ptr<Thread> StartThread(const std::shared_ptr<ThreadState> &state)
 {
-    auto forThread = std::make_unique<std::shared_ptr<ThreadState>>(state);
-    pthread_t handle;
-    if (const int error = pthread_create(&handle, nullptr, RunThread, forThread.get())) {
+    auto thread = std::make_unique<PosixThread>(state);
+    if (const int error = thread->Start()) {
         SetLastError(static_cast<uint32_t>(error));
         return nullptr;
     }
-    static_cast<void>(forThread.release()); // the thread's now
-    uint32_t id;
-    {
-        Monitor::Lock lock(state->monitor);
-        static_cast<void>(lock.WaitUntil(kWaitForever, [&state] { return state->id != 0; }));
-        id = state->id;
-    }
-    return std::make_unique<PosixThread>(state, handle, id);
+    return thread;
 }
 
 } // namespace

@@ -62,6 +62,15 @@ TEST_F(BandwidthTest, ComesBackAtTheSlowerSpeed)
     EXPECT_EQ(Speed(), 800);
 }
 
+TEST_F(BandwidthTest, TakesASlotOf4890AtTheSlowerSpeed)
+{
+    BeConnected();
+    driver.Next(kernel::kControlAllocateResources, Fails(kernel::kErrorNotSupported));
+    EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 4878, 2), 0u);
+    EXPECT_EQ(camera.packetBufferSize, 4890u);
+    EXPECT_EQ(Speed(), 400);
+}
+
 TEST_F(BandwidthTest, RefusesASlotTooBigForTheSlowerSpeed)
 {
     BeConnected();

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/os.h"
+#include "tests/hal/counting_allocator.h"
 #include "zerix/zerix_hal.h"
 
 namespace zerix {
@@ -87,7 +88,48 @@ TEST_F(HalCondition, ASignalWakesAThreadThatWaits)
 
 TEST_F(HalCondition, TheSecondWordIsLeftAlone) { EXPECT_EQ(m_condition.carried, &m_word); }
 
-TEST(HalConditionRecord, WithoutAnEventFailsWith33)
+TEST(HalConditionRecord, WithoutMemoryGives32AndLeavesTheCallersWords)
+{
+    int word = 0;
+    auto *const untouched = reinterpret_cast<HALConditionRecord *>(&word);
+    HAL_Condition condition{.record = untouched, .carried = &word};
+    const test::LackingAllocation lacking(1);
+    EXPECT_EQ(HAL_ConditionCreate(&condition), 32u);
+    EXPECT_EQ(condition.record, untouched);
+    EXPECT_EQ(condition.carried, &word);
+}
+
+TEST(HalConditionRecord, IsGoneOnceDestroyedAndTheSecondWordStays)
+{
+    int word = 0;
+    HAL_Condition condition{.record = nullptr, .carried = &word};
+    ASSERT_EQ(HAL_ConditionCreate(&condition), 0u);
+    EXPECT_NE(condition.record, nullptr);
+    EXPECT_EQ(HAL_ConditionDestroy(&condition), 0u);
+    EXPECT_EQ(condition.record, nullptr);
+    EXPECT_EQ(condition.carried, &word);
+}
+
+// Nobody tests whether the system had an event: the record is made all the same, and stays when
+// its event can't be closed.
+TEST(HalConditionRecord, WithoutAnEventIsMadeAndFailsWith33)
+{
+    HAL_Condition condition{};
+    {
+        const test::LackingAllocation lacking(2);
+        EXPECT_EQ(HAL_ConditionCreate(&condition), 0u);
+    }
+    ASSERT_NE(condition.record, nullptr);
+    auto *const record = condition.record;
+    EXPECT_EQ(HAL_ConditionTimedWait(condition, 0), 33u);
+    EXPECT_EQ(HAL_ConditionSignal(condition), 33u);
+    EXPECT_EQ(HAL_ConditionDestroy(&condition), 33u);
+    EXPECT_EQ(condition.record, record);
+    EXPECT_EQ(HAL_ConditionDestroy(&condition), 33u);
+    ::operator delete(record);
+}
+
+TEST(HalConditionRecord, ThatDoesNotExistFailsWith33)
 {
     HAL_Condition condition{};
     EXPECT_EQ(HAL_ConditionWait(condition), 33u);

@@ -1,4 +1,4 @@
-// Counts what each thread takes from the heap with operator new.
+// Counts what each thread takes from the heap with operator new, and lets it lack memory.
 #pragma once
 
 #include <cstdint>
@@ -6,5 +6,17 @@
 namespace zerix::test {
 
 uint64_t AllocationsOfThisThread();
+
+enum class Counted { kThatMayBeNull, kAll };
+
+// While it lives, this thread's n-th allocation from now fails, once; counted are only those that
+// answer with null then, or all.
+class LackingAllocation {
+public:
+    explicit LackingAllocation(uint32_t n, Counted counted = Counted::kThatMayBeNull);
+    ~LackingAllocation();
+    LackingAllocation(const LackingAllocation &) = delete;
+    LackingAllocation &operator=(const LackingAllocation &) = delete;
+};
 
 } // namespace zerix::test

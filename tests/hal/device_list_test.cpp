@@ -1,4 +1,5 @@
 // The list of the cameras on the bus.
+#include "tests/hal/counting_allocator.h"
 #include "tests/hal/hal_fixture.h"
 
 using namespace zerix;
@@ -210,6 +211,50 @@ TEST_F(DeviceList, FailsWhenTheBusCannotBeListed)
     EXPECT_EQ(os::LastError(), 5u);
     EXPECT_EQ(m_count, 99u);
     EXPECT_EQ(Said(), "");
+}
+
+TEST_F(DeviceList, FailsWhenTheWalkOverTheBusBreaksOff)
+{
+    driver.paths = {"one"};
+    driver.enumerateError = kernel::kErrorGenFailure;
+    driver.enumerationBreaksOff = true;
+    EXPECT_EQ(List(), 17u);
+    EXPECT_EQ(os::LastError(), 31u);
+    EXPECT_EQ(m_list, &m_untouched);
+    EXPECT_EQ(m_count, 99u);
+    EXPECT_EQ(Said(), "FWCameraGetList - got 0 devices using setup API\n");
+    EXPECT_EQ(driver.Calls(), (Calls{"enumerate 10"}));
+}
+
+// The paths, the work area, and each device's record with its mutex and event.
+TEST_F(DeviceList, AsksTheOtherDevicesWhenOneHasNoRecordAndFailsThen)
+{
+    driver.paths = {"one", "two"};
+    for (const uint32_t allocation : {3u, 4u, 5u}) {
+        driver.Forget();
+        {
+            const LackingAllocation lacking(allocation);
+            EXPECT_EQ(List(), 17u) << allocation;
+        }
+        EXPECT_EQ(m_list, &m_untouched);
+        const Calls calls = driver.Calls();
+        ASSERT_GE(calls.size(), 2u);
+        EXPECT_EQ(calls[1], "open two") << allocation;
+        EXPECT_EQ(calls.back(), "close");
+    }
+    EXPECT_EQ(List(), 0u);
+    EXPECT_EQ(m_count, 2u);
+}
+
+TEST_F(DeviceList, FailsWithoutAWorkArea)
+{
+    driver.paths = {"one"};
+    for (const uint32_t allocation : {1u, 2u}) {
+        driver.Forget();
+        const LackingAllocation lacking(allocation);
+        EXPECT_EQ(List(), 17u) << allocation;
+        EXPECT_EQ(driver.Calls().size(), allocation - 1) << "nothing is opened";
+    }
 }
 
 } // namespace

@@ -1,7 +1,8 @@
-// Starting and stopping the stream, the receive thread, and the run loop's wait.
+// Starting and stopping the stream, and the receive thread.
 #include <chrono>
+#include <mutex>
+#include <utility>
 
-#include "hal/receive_thread.h"
 #include "tests/hal/stream_fixture.h"
 
 using namespace zerix;
@@ -13,37 +14,6 @@ using IsoStream = StreamTest;
 
 const Calls kStopCalls = {"22A0C4", "22A0BC", "22A07C"};
 const Bytes kFrame = {1, 2, 3, 4, 5, 6, 7, 8};
-
-Bytes SlotWithLength(size_t slotBytes, uint16_t length)
-{
-    Bytes slot(slotBytes, 0xEE);
-    slot[6] = static_cast<uint8_t>(length);
-    slot[7] = static_cast<uint8_t>(length >> 8);
-    return slot;
-}
-
-TEST(PacketSlot, GivesOnlyAPayloadThatFitsIt)
-{
-    struct Case {
-        size_t slotBytes;
-        uint16_t length;
-        size_t payload;
-    };
-    const Case cases[] = {{112, 0, 0},   {112, 12, 0},  {112, 13, 13},     {112, 104, 104},
-                          {112, 105, 0}, {112, 112, 0}, {112, 113, 0},     {112, 0xFFFF, 0},
-                          {21, 13, 13},  {20, 13, 0},   {9056, 9044, 9044}};
-    for (const Case &c : cases) {
-        Bytes slot = SlotWithLength(c.slotBytes, c.length);
-        const auto payload = hal::PayloadOf(slot);
-        EXPECT_EQ(payload.size(), c.payload) << c.slotBytes << " " << c.length;
-        if (!payload.empty()) {
-            EXPECT_EQ(payload.data(), slot.data() + 8);
-        }
-    }
-    Bytes tiny(7);
-    EXPECT_TRUE(hal::PayloadOf(tiny).empty());
-    EXPECT_TRUE(hal::PayloadOf({}).empty());
-}
 
 TEST_F(IsoStream, QueuesListensAndTurnsTheCameraOn)
 {
@@ -158,6 +128,55 @@ TEST_F(IsoStream, WritesNothingToAFrameAfterTheStop)
     BeStreaming();
     ASSERT_TRUE(driver.Fill({ContinuingPacket(1, 4, {5, 6, 7, 8})}));
     ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 122));
+    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(sink.data, (Bytes{1, 2, 3, 4, 0, 0, 0, 0}));
+    EXPECT_EQ(sink.doneCount, 0u);
+}
+
+// Lets a stop pass first that comes while the receive thread is on its way to parse a buffer.
+class StopFirstMutex final : public os::Mutex {
+public:
+    void lock() override
+    {
+        const bool isReceiving = std::this_thread::get_id() != m_stopper;
+        if (isReceiving) {
+            m_receiverIsHere->Signal();
+            m_stopHasPassed->Wait();
+        }
+        m_mutex.lock();
+    }
+    void unlock() override
+    {
+        m_mutex.unlock();
+        if (std::this_thread::get_id() == m_stopper)
+            m_stopHasPassed->Signal();
+    }
+    bool AwaitReceiver() { return m_receiverIsHere->Wait(20000) == os::WaitResult::kSignalled; }
+
+private:
+    const std::thread::id m_stopper = std::this_thread::get_id();
+    std::mutex m_mutex;
+    std::unique_ptr<os::Semaphore> m_receiverIsHere = os::Semaphore::Create(0, 100);
+    std::unique_ptr<os::Semaphore> m_stopHasPassed = os::Semaphore::Create(0, 100);
+};
+
+// A frame that begins after the stop has dropped the one before must be dropped too.
+TEST_F(IsoStream, DropsAFrameThatBeginsWhileItStops)
+{
+    BeStreaming();
+    const auto before =
+        std::exchange(Device().ring->bufferMutex, std::make_unique<StopFirstMutex>());
+    auto &mutex = static_cast<StopFirstMutex &>(*Device().ring->bufferMutex);
+    sink.frame.valid = true;
+    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, {1, 2, 3, 4})}));
+    ASSERT_TRUE(mutex.AwaitReceiver());
+    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(sink.data, (Bytes{1, 2, 3, 4, 0, 0, 0, 0})) << "it had begun";
+    EXPECT_TRUE(sink.frame.finished);
+    EXPECT_FALSE(sink.frame.valid);
+    EXPECT_EQ(sink.doneCount, 0u);
+    BeStreaming();
+    ASSERT_TRUE(driver.Fill({ContinuingPacket(1, 4, {5, 6, 7, 8})}));
     EXPECT_EQ(Stop(), 0u);
     EXPECT_EQ(sink.data, (Bytes{1, 2, 3, 4, 0, 0, 0, 0}));
     EXPECT_EQ(sink.doneCount, 0u);
@@ -358,44 +377,6 @@ TEST_F(IsoStream, OtherKindsHaveFixedAnswers)
     EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u);
     EXPECT_EQ(driver.Calls(), Calls{});
     camera.kind = 0;
-}
-
-TEST_F(IsoStream, AWakeUpBeforeTheWaitIsNotLost)
-{
-    EXPECT_EQ(HAL_CameraStopWaitingForFrame(camera), 0u);
-    EXPECT_EQ(HAL_CameraStopWaitingForFrame(camera), 0u);
-    EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u);
-    EXPECT_EQ(Device().frameWaitEvent->Wait(0), os::WaitResult::kTimedOut) << "and is used up";
-}
-
-TEST_F(IsoStream, WaitsUntilItIsWoken)
-{
-    const auto waits = os::Semaphore::Create(0, 1);
-    std::thread waiter([&] {
-        EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u);
-        waits->Signal();
-    });
-    EXPECT_EQ(waits->Wait(50), os::WaitResult::kTimedOut);
-    EXPECT_EQ(HAL_CameraStopWaitingForFrame(camera), 0u);
-    EXPECT_EQ(waits->Wait(20000), os::WaitResult::kSignalled);
-    waiter.join();
-}
-
-TEST_F(IsoStream, DisconnectEndsTheWait)
-{
-    std::thread waiter([&] { EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u); });
-    HALCamera copy = camera;
-    EXPECT_EQ(HAL_CameraDisconnect(&copy), 0u);
-    waiter.join();
-    EXPECT_EQ(HAL_CameraWaitingForFrame(camera), 0u) << "nothing to wait for";
-}
-
-TEST_F(IsoStream, AWakeUpOfAnEarlierConnectionIsForgotten)
-{
-    HAL_CameraStopWaitingForFrame(camera);
-    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
-    EXPECT_EQ(Connect(), 0u);
-    EXPECT_EQ(Device().frameWaitEvent->Wait(0), os::WaitResult::kTimedOut);
 }
 
 } // namespace

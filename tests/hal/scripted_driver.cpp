@@ -73,6 +73,7 @@ void ScriptedDriver::Reset()
     const std::lock_guard lock(m_mutex);
     paths.clear();
     enumerateError = 0;
+    enumerationBreaksOff = false;
     openError = 0;
     isSimulated = true;
     isRecording = true;
@@ -218,8 +219,11 @@ uint32_t ScriptedDriver::Enumerate(kernel::DevicePath *list, uint32_t maximumCou
 {
     const std::lock_guard lock(m_mutex);
     Log("enumerate " + std::to_string(maximumCount));
-    if (enumerateError != 0)
+    if (enumerateError != 0) {
+        if (enumerationBreaksOff)
+            *count = 0;
         return enumerateError;
+    }
     *count = std::min(maximumCount, static_cast<uint32_t>(paths.size()));
     for (uint32_t i = 0; i < *count; ++i)
         std::snprintf(list[i].text, sizeof list[i].text, "%s", paths[i].c_str());

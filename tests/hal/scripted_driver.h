@@ -54,6 +54,7 @@ public:
     // plain handles; queued buffers pend until they are filled.
     std::vector<std::string> paths;
     uint32_t enumerateError = 0;
+    bool enumerationBreaksOff = false; // after it had begun; else the error comes at its start
     uint32_t openError = 0;
     std::atomic<bool> isSimulated = true;
     std::atomic<bool> isRecording = true;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/os.h"
+#include "tests/hal/counting_allocator.h"
 #include "zerix/zerix_hal.h"
 
 namespace zerix {
@@ -55,6 +56,18 @@ TEST(HalSemaphore, IsNullOnceDestroyed)
     ASSERT_EQ(HAL_SemaphoreCreate(&semaphore), 0u);
     EXPECT_EQ(HAL_SemaphoreDestroy(&semaphore), 0u);
     EXPECT_EQ(semaphore, nullptr);
+}
+
+TEST(HalSemaphore, WithoutMemoryGives32AndLeavesTheCallersWord)
+{
+    int word = 0;
+    auto *const untouched = reinterpret_cast<HAL_Semaphore>(&word);
+    for (const uint32_t allocation : {1u, 2u}) { // the system's, and the record
+        const test::LackingAllocation lacking(allocation);
+        HAL_Semaphore semaphore = untouched;
+        EXPECT_EQ(HAL_SemaphoreCreate(&semaphore), 32u);
+        EXPECT_EQ(semaphore, untouched);
+    }
 }
 
 TEST(HalSemaphore, ThatDoesNotExistFailsToWait)

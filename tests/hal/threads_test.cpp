@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "platform/os.h"
+#include "tests/hal/counting_allocator.h"
 #include "tests/support/debug_output_capture.h"
 #include "zerix/zerix_hal.h"
 
@@ -55,6 +56,37 @@ TEST(HalThread, IsRunningAndOpenUntilItsRoutineReturns)
         std::this_thread::yield();
     EXPECT_EQ(thread->handleIsOpen, 1u);
     EXPECT_EQ(HAL_ThreadCleanup(thread, kTimeout), 0u);
+}
+
+TEST(HalThread, WithoutMemoryForItsRecordsGives22AndALine)
+{
+    int word = 0;
+    auto *const untouched = reinterpret_cast<threadInfo *>(&word);
+    for (const uint32_t allocation : {1u, 2u}) {
+        const test::DebugOutputCapture capture;
+        const test::LackingAllocation lacking(allocation);
+        threadInfo *thread = untouched;
+        EXPECT_EQ(HAL_ThreadCreate([](void *) {}, nullptr, &thread), 22u);
+        EXPECT_EQ(thread, untouched);
+        EXPECT_EQ(capture.Text(), "HAL_ThreadCreate:HAL_ThreadCreate: either threadParam or "
+                                  "threadInfo are set to NULL");
+    }
+}
+
+TEST(HalThread, WithoutMemoryForTheSystemsThreadGives22AndRunsNothing)
+{
+    std::atomic<bool> hasRun{false};
+    const auto run = [](void *p) { static_cast<std::atomic<bool> *>(p)->store(true); };
+    for (const uint32_t allocation : {3u, 4u, 5u}) { // behind the two records
+        const test::DebugOutputCapture capture;
+        const test::LackingAllocation lacking(allocation, test::Counted::kAll);
+        int word = 0;
+        auto *thread = reinterpret_cast<threadInfo *>(&word);
+        EXPECT_EQ(HAL_ThreadCreate(run, &hasRun, &thread), 22u) << allocation;
+        EXPECT_EQ(thread, nullptr);
+        EXPECT_EQ(capture.Text(), "HAL_ThreadCreate:HAL_ThreadCreate: CreateThread returned NULL");
+    }
+    EXPECT_FALSE(hasRun);
 }
 
 TEST(HalThread, CleanupOfNoThreadGives0) { EXPECT_EQ(HAL_ThreadCleanup(nullptr, 5000), 0u); }

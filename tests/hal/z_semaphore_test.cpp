@@ -4,6 +4,7 @@
 
 #include "hal/z_semaphore.h"
 #include "platform/os.h"
+#include "tests/hal/counting_allocator.h"
 #include "tests/support/debug_output_capture.h"
 
 namespace ZX {
@@ -17,6 +18,20 @@ TEST(ZSemaphore, IsFreeWhenMadeAndFreeAgainWhenSignalled)
     semaphore.Signal();
     semaphore.Wait();
     EXPECT_TRUE(capture.Lines().empty());
+}
+
+TEST(ZSemaphore, ThatCannotBeMadeTellsSoAndHoldsNobody)
+{
+    const zerix::test::DebugOutputCapture capture;
+    const zerix::test::LackingAllocation lacking(1);
+    {
+        ZSemaphore semaphore;
+        EXPECT_EQ(capture.Text(), "ZSemaphore::ZSemaphore() call to HAL_SemaphoreCreate failed\n");
+        semaphore.Wait();
+        semaphore.Signal(); // always succeeds, as does the end
+    }
+    EXPECT_EQ(capture.Text(), "ZSemaphore::ZSemaphore() call to HAL_SemaphoreCreate failed\n"
+                              "ZSemaphore::ZSemaphore() call to HAL_SemaphoreWait failed\n");
 }
 
 TEST(ZSemaphore, HoldsAThreadUntilItIsSignalled)

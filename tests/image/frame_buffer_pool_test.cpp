@@ -1,6 +1,7 @@
 // The memory of frames.
 #include "camera/assembler/frame_buffer_pool.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <thread>
@@ -84,6 +85,23 @@ TEST(FrameBufferPool, CanBeMadeToFail)
     EXPECT_EQ(pool.Acquire(11), nullptr);
     pool.Release(pool.Acquire(10));
     EXPECT_EQ(pool.IdleCount(), 1u);
+}
+
+TEST(FrameBufferPool, FreesAForeignBufferAndKeepsItsOwn)
+{
+    FrameBufferPool pool;
+    uint8_t *const first = pool.Acquire(10);
+    uint8_t *const second = pool.Acquire(10);
+    uint8_t *const third = pool.Acquire(10);
+    pool.Release(static_cast<uint8_t *>(std::malloc(10)));
+    EXPECT_EQ(pool.IdleCount(), 0u);
+    pool.Release(second);
+    pool.Release(third);
+    pool.Release(first);
+    EXPECT_EQ(pool.IdleCount(), 3u);
+    EXPECT_EQ(pool.Acquire(10), first);
+    pool.Release(first);
+    EXPECT_EQ(pool.IdleCount(), 3u);
 }
 
 TEST(FrameBufferPool, ServesManyThreads)

@@ -78,6 +78,20 @@ TEST_F(PipelineOnAnImage, GrowsAMosaicForItsColoursBeforeTheFirstFilterRuns)
     EXPECT_EQ(image->GetImageFormat(), 4u);
 }
 
+TEST_F(PipelineOnAnImage, GrowsTheImageAlsoWhereItWasNotSetUp)
+{
+    ToldFilter filter(Answer(0));
+    filter.needed = 4;
+    filter.Disable();
+    pipeline.AddFilter(&filter);
+    const auto image = MakeImage({10, 20}, 2, 1, 4);
+    m_done = false;
+    EXPECT_EQ(pipeline.ProcessImage(image.get(), &m_done), 27);
+    EXPECT_FALSE(m_done);
+    EXPECT_EQ(BytesOf(*image), (Bytes{10, 20, 0, 0}));
+    EXPECT_EQ(image->GetImageFormat(), 4u);
+}
+
 TEST_F(PipelineOnAnImage, AnImageLargerThanTheSetupIsWorkedOnWhole)
 {
     ToldFilter addOne(Repeat(1, 1, 2));

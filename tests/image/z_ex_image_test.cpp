@@ -1,4 +1,6 @@
 // The image record and its buffer.
+#include <cstdlib>
+#include <cstring>
 #include <gtest/gtest.h>
 
 #include "camera/assembler/frame_buffer_pool.h"
@@ -83,6 +85,22 @@ TEST(ZExImage, OnlyAnOwnerGivesItsBufferBack)
     EXPECT_EQ(zerix::FrameBuffers().IdleCount(), 0u);
     ZExImage::ReleaseBuffer(buffer);
     ZExImage::ReleaseBuffer(nullptr);
+}
+
+TEST(ZExImage, FreesABufferThatAnApplicationHadFromMalloc)
+{
+    zerix::FrameBuffers().Trim();
+    auto *const buffer = static_cast<uint8_t *>(std::malloc(3));
+    std::memcpy(buffer, "abc", 3);
+    {
+        ZExImage image(buffer, 3, 3, 1, 8, 0, 1.0, 2, 1, 5, 0, false, 0, 0, 1, false, 0, 0, nullptr,
+                       true, 0);
+        image.ResizeBuffer(5);
+        EXPECT_EQ(BytesOf(image), (Bytes{'a', 'b', 'c', 0, 0}));
+        EXPECT_EQ(zerix::FrameBuffers().IdleCount(), 0u);
+    }
+    EXPECT_EQ(zerix::FrameBuffers().IdleCount(), 1u) << "the larger one is the pool's";
+    zerix::FrameBuffers().Trim();
 }
 
 TEST(ZExImageResize, ToTheSameSizeDoesNothing)
