@@ -2,6 +2,7 @@
 #include "sim/camera_traits.h"
 
 #include "sim/exact_math.h"
+#include "sim/register_map.h"
 
 namespace zerix::sim {
 namespace {
@@ -53,6 +54,17 @@ double GainDecibels(const CameraDescription &description, uint32_t rawGain)
 double MultiplicationFactor(uint32_t raw)
 {
     return Power(100.0, static_cast<double>(raw) / static_cast<double>(kHundredfoldMultiplication));
+}
+
+double IntensifierFactor(uint32_t raw)
+{
+    return FactorFromDecibels(static_cast<double>(raw) * kIntensifierDecibelsPerCount);
+}
+
+bool HasRegulatedCooling(const CameraDescription &description)
+{
+    return description.cooler && description.regulatedCooling &&
+           IsAtLeast(description.information, 2, 7);
 }
 
 uint32_t LiveModeStep(const SensorType &sensor)

@@ -33,6 +33,12 @@ double GainDecibels(const CameraDescription &description, uint32_t rawGain);
 // Factor of electron multiplication of a raw value above its minimum.
 double MultiplicationFactor(uint32_t raw);
 
+// Factor of an image intensifier of a raw value above none.
+double IntensifierFactor(uint32_t raw);
+
+// Cameras whose blocks are too old to tell of regulated cooling cool as far as they can.
+bool HasRegulatedCooling(const CameraDescription &description);
+
 // Rows that the live mode of a Benchmate leaves out: one pair of every so many pairs is sent.
 uint32_t LiveModeStep(const SensorType &sensor);
 

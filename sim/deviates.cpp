@@ -57,6 +57,10 @@ double NoneOf(double x)
     return 1.0 - x * sum;
 }
 
+// No rest of a mean beyond the grid's step has a smaller probability of no event: e to the power
+// -0.125 is 0.88249...
+constexpr double kNoneOfAnyRest = 0.8824;
+
 QuantileCell Cell(double start, double end, double units)
 {
     return {.start = static_cast<float>(start), .step = static_cast<float>((end - start) / units)};
@@ -165,6 +169,19 @@ void PoissonTable::Fill(double mean, Distribution *distribution)
     }
 }
 
+// By inversion of a mean up to 0.125, where a short series is exact enough and the search ends at
+// once.
+uint32_t PoissonTable::DeviateOfRest(double mean, double left)
+{
+    uint32_t count = 0;
+    double probability = NoneOf(mean);
+    for (; left >= probability && count < kMostOfRest; ++count) {
+        left -= probability;
+        probability = probability * mean / (count + 1.0);
+    }
+    return count;
+}
+
 uint32_t PoissonTable::Deviate(float mean, uint64_t bits) const
 {
     const auto step = static_cast<uint32_t>(static_cast<int32_t>(mean * kStepsPerUnit));
@@ -176,16 +193,12 @@ uint32_t PoissonTable::Deviate(float mean, uint64_t bits) const
         while (count + 1 < kCounts && word >= distribution.upTo[count])
             ++count;
     }
-    // The rest is at most 0.125, where a short series is exact enough and the search ends at once.
+    const double left =
+        static_cast<double>(static_cast<uint32_t>(bits >> 32U)) * (1.0 / 4294967296.0);
+    if (left < kNoneOfAnyRest)
+        return count;
     const float rest = mean - static_cast<float>(static_cast<int32_t>(step)) / kStepsPerUnit;
-    const double x = static_cast<double>(rest);
-    double probability = NoneOf(x);
-    double left = static_cast<double>(static_cast<uint32_t>(bits >> 32U)) * (1.0 / 4294967296.0);
-    for (uint32_t more = 1; left >= probability && more < 12; ++more) {
-        left -= probability;
-        probability = probability * x / more;
-        ++count;
-    }
+    return count + DeviateOfRest(static_cast<double>(rest), left);
     return count;
 }
 

@@ -66,13 +66,18 @@ public:
     // Means from here on are left to the normal approximation.
     static constexpr float kLimit = 24.0F;
 
+    // No deviate is above this.
+    static constexpr uint32_t kMostCounts = 74;
+
     // Of a mean from 0 to below kLimit.
     [[nodiscard]] uint32_t Deviate(float mean, uint64_t bits) const;
 
 private:
     static constexpr uint32_t kSteps = 192;
     static constexpr float kStepsPerUnit = 8.0F;
-    static constexpr uint32_t kCounts = 64;
+    static constexpr uint32_t kCounts = 64;     // 0 to 63 of the part on the grid
+    static constexpr uint32_t kMostOfRest = 11; // of the part beside it
+    static_assert(kCounts - 1 + kMostOfRest == kMostCounts);
 
     struct Distribution {
         std::array<uint32_t, kCounts>
@@ -81,6 +86,7 @@ private:
     };
 
     PoissonTable();
+    static uint32_t DeviateOfRest(double mean, double left);
     static void Fill(double mean, Distribution *distribution);
 
     std::array<Distribution, kSteps> m_distributions;

@@ -161,8 +161,7 @@ void PlanAnalogue(const CameraDescription &description, const SensorType &sensor
     const uint32_t offset = ReadField(words, control::kOffset) * (range / 256) / 16;
     exposure.offsetCounts = static_cast<int32_t>(range / kBlackLevelParts + offset);
     if (description.model == model::kIntensified)
-        exposure.gaindB += static_cast<double>(ReadField(words, control::kIntensifierGain)) *
-                           kIntensifierDecibelsPerCount;
+        exposure.intensification = IntensifierFactor(ReadField(words, control::kIntensifierGain));
     const bool hasGainWord = control::kMultiplicationBelowMost.offset / 4 < words.size();
     if (sensor.electronMultiplying && hasGainWord) {
         const uint32_t below = ReadField(words, control::kMultiplicationBelowMost);

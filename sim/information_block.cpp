@@ -111,7 +111,7 @@ void PutAnalogue(Words &words, const CameraDescription &description)
 uint32_t Capabilities(const CameraDescription &description, const SensorType &sensor)
 {
     uint32_t bits = kHighSensitivity | kBlackout;
-    if (description.cooler && description.regulatedCooling)
+    if (HasRegulatedCooling(description))
         bits |= kRegulatedCooling | kFan;
     if (description.hardwareVersion >= 2)
         bits |= kDualChannel;
@@ -124,7 +124,7 @@ uint32_t Capabilities(const CameraDescription &description, const SensorType &se
 void PutExtras(Words &words, const CameraDescription &description, const SensorType &sensor)
 {
     Put(words, 0x2A4, Capabilities(description, sensor));
-    if (description.cooler && description.regulatedCooling)
+    if (HasRegulatedCooling(description))
         Put(words, 0x29C, Halves(CountsOfCelsius(20.0), CountsOfCelsius(-30.0)));
     Put(words, 0x308, 128);
     if (!sensor.electronMultiplying)

@@ -14,12 +14,12 @@ struct BlockVersion {
 
 struct FaultText {
     std::string text;
-    uint32_t line = 0;  // in the rack file; 0 for none
+    uint32_t line = 0; // in the rack file; 0 for none
 };
 
 struct CameraDescription {
-    uint32_t model = 0;            // model number
-    std::string serial;            // at most 27 characters
+    uint32_t model = 0;      // model number
+    std::string serial = {}; // at most 27 characters
     uint64_t uniqueId = 0;
     uint16_t ccdModel = 0;
     BlockVersion configuration{1, 1};
@@ -35,23 +35,24 @@ struct CameraDescription {
     uint16_t bitDepth = 12;
     bool cooler = true;
     bool regulatedCooling = true;
-    bool registersFromAlternateAddress = false; // the model register answers only at the second address
+    bool registersFromAlternateAddress =
+        false; // the model register answers only at the second address
     std::string scene = "cells";
-    std::string reads = "pending";  // register reads complete "pending", "immediate" or "mixed"
-    std::vector<FaultText> faults;
-    bool inUse = false;             // another process holds it
+    std::string reads = "pending"; // register reads complete "pending", "immediate" or "mixed"
+    std::vector<FaultText> faults = {};
+    bool inUse = false; // another process holds it
 };
 
 struct Rack {
     std::string name;
-    uint32_t speed = 800;     // Mb/s: 400 or 800
+    uint32_t speed = 800; // Mb/s: 400 or 800
     bool fastClock = true;
     uint64_t seed = 1;
     std::vector<CameraDescription> cameras;
 };
 
-// Loads a rack: null or empty for the built-in one, a name ("default", or a file NAME.toml among the
-// installed racks), or a path. False, and one sentence with file, line and what was expected.
+// Loads a rack: null or empty for the built-in one, a name ("default", or a file NAME.toml among
+// the installed racks), or a path. False, and one sentence with file, line and what was expected.
 bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error);
 
 struct RackDescription {

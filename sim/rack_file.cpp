@@ -4,34 +4,17 @@
 #include "sim/rack_file.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
+#include <utility>
 
-#define TOML_HEADER_ONLY 1
-#define TOML_EXCEPTIONS 0
-#define TOML_ENABLE_FORMATTERS 0
-#include <toml++/toml.h>
-
-#include "sim/block_versions.h"
+#include "sim/model_names.h"
+#include "sim/rack_values.h"
 #include "sim/scene.h"
-#include "sim/sensor.h"
 
 namespace zerix::sim {
 namespace {
 
-struct ModelName {
-    uint32_t number;
-    std::string_view name;
-};
-
-constexpr ModelName kModels[] = {
-    {5, "Astrel A1"},          {6, "Astrel A2"},   {7, "Sparrow B"},     {8, "Benchmate"},
-    {9, "Astrel Intensified"}, {10, "Sparrow IR"}, {12, "Astrel C1"},    {13, "Astrel B1"},
-    {14, "NoctisA1"},          {15, "Astrel E1"},  {16, "OEM Camera 3"}, {18, "Astrel C2"},
-    {19, "Astrel B2"},         {25, "Noctis C1"},  {26, "Astrel F1"},    {27, "Noctis A2"},
-    {28, "Astrel E2"},         {29, "Astrel C3"},  {30, "Astrel B3"},    {31, "Merid Cobalt"},
-    {32, "Merid Teal"},        {33, "Astrel G1"},  {1001, "OXA"},        {1002, "MT1"},
-};
+constexpr std::string_view kCameras = "camera";
 
 // Where a value is going and what to say if it can't.
 struct Reader {
@@ -46,161 +29,12 @@ struct Reader {
     }
 };
 
-std::string Quoted(std::string_view text) {
-    return std::string(1, '"').append(text).append(1, '"');
-}
-
-// What stands in the file, as a message tells it.
-std::string Found(const toml::node &node)
-{
-    if (const auto *text = node.as_string())
-        return Quoted(text->get());
-    if (const auto *number = node.as_integer())
-        return std::to_string(number->get());
-    if (const auto *truth = node.as_boolean())
-        return truth->get() ? "true" : "false";
-    if (node.is_floating_point())
-        return "a number with a fraction";
-    if (node.is_array())
-        return "a list";
-    return node.is_table() ? "a table" : "a date or time";
-}
-
 template <typename Target>
 struct Key {
     std::string_view name;
     std::string_view expected;
     bool (*read)(const toml::node &node, Target *target); // false if the value is not as expected
 };
-
-// Integers and texts ------------------------------------------------------------------------------
-
-template <typename Number>
-bool ReadNumber(const toml::node &node, uint64_t lowest, uint64_t highest, Number *target)
-{
-    const auto *number = node.as_integer();
-    if (number == nullptr || number->get() < 0)
-        return false;
-    const auto value = static_cast<uint64_t>(number->get());
-    if (value < lowest || value > highest)
-        return false;
-    *target = static_cast<Number>(value);
-    return true;
-}
-
-bool ReadText(const toml::node &node, size_t longest, std::string *target)
-{
-    const auto *text = node.as_string();
-    if (text == nullptr || text->get().empty() || text->get().size() > longest)
-        return false;
-    *target = text->get();
-    return true;
-}
-
-bool ReadTruth(const toml::node &node, bool *target)
-{
-    const auto *truth = node.as_boolean();
-    if (truth == nullptr)
-        return false;
-    *target = truth->get();
-    return true;
-}
-
-// 64 bits do not fit into an integer of the file's language: they may be a text in hexadecimal.
-bool ReadUniqueId(const toml::node &node, uint64_t *target)
-{
-    const auto *text = node.as_string();
-    if (text == nullptr)
-        return ReadNumber(node, 1, ~0ULL, target);
-    std::string_view digits = text->get();
-    if (!digits.starts_with("0x"))
-        return false;
-    digits.remove_prefix(2);
-    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), *target, 16);
-    return parsed.ec == std::errc() && parsed.ptr == digits.data() + digits.size() && *target != 0;
-}
-
-bool ReadModel(const toml::node &node, uint32_t *target)
-{
-    if (const auto *text = node.as_string()) {
-        *target = FindModel(text->get());
-        return *target != 0;
-    }
-    uint32_t number = 0;
-    if (!ReadNumber(node, 1, 0xFFFF, &number))
-        return false;
-    *target = number;
-    return std::any_of(std::begin(kModels), std::end(kModels),
-                       [number](const ModelName &model) { return model.number == number; });
-}
-
-bool ReadSensor(const toml::node &node, uint16_t *target)
-{
-    const auto *text = node.as_string();
-    for (uint16_t ccdModel = 0; FindSensorType(ccdModel) != nullptr; ++ccdModel) {
-        const bool wanted = text != nullptr
-                                ? FindSensorType(ccdModel)->name == text->get()
-                                : node.is_integer() && node.as_integer()->get() == ccdModel;
-        if (wanted) {
-            *target = ccdModel;
-            return true;
-        }
-    }
-    return false;
-}
-
-bool ReadVersionOf(Block block, const toml::node &node, BlockVersion *target)
-{
-    const auto *text = node.as_string();
-    if (text == nullptr)
-        return false;
-    for (const BlockVersion &known : KnownBlockVersions(block)) {
-        if (text->get() == std::to_string(known.major) + "." + std::to_string(known.minor)) {
-            *target = known;
-            return true;
-        }
-    }
-    return false;
-}
-
-bool ReadScene(const toml::node &node, std::string *target)
-{
-    if (!ReadText(node, 4096, target))
-        return false;
-    const std::string_view name = std::string_view(*target).substr(0, target->find(':'));
-    const auto &known = KnownScenes();
-    return std::any_of(known.begin(), known.end(),
-                       [name](const SceneDescription &scene) { return scene.name == name; });
-}
-
-bool ReadReads(const toml::node &node, std::string *target)
-{
-    return ReadText(node, 16, target) &&
-           (*target == "pending" || *target == "immediate" || *target == "mixed");
-}
-
-bool ReadFaults(const toml::node &node, std::vector<FaultText> *target)
-{
-    const auto *list = node.as_array();
-    if (list == nullptr)
-        return false;
-    for (const toml::node &entry : *list) {
-        FaultText fault{.text = {}, .line = entry.source().begin.line};
-        if (!ReadText(entry, 4096, &fault.text))
-            return false;
-        target->push_back(std::move(fault));
-    }
-    return true;
-}
-
-bool ReadClock(const toml::node &node, bool *fastClock)
-{
-    std::string clock;
-    if (!ReadText(node, 8, &clock) || (clock != "fast" && clock != "real"))
-        return false;
-    *fastClock = clock == "fast";
-    return true;
-}
 
 // The keys ----------------------------------------------------------------------------------------
 
@@ -293,15 +127,6 @@ constexpr Key<Camera> kCameraKeys[] = {
      [](const toml::node &node, Camera *camera) { return ReadFaults(node, &camera->faults); }},
 };
 
-std::string KnownModels()
-{
-    std::string models;
-    for (const ModelName &model : kModels)
-        models +=
-            (models.empty() ? "" : ", ") + std::to_string(model.number) + " " + Quoted(model.name);
-    return models;
-}
-
 std::string KnownVersions(Block block)
 {
     std::string versions;
@@ -336,32 +161,44 @@ std::string Expected(std::string_view key, std::string_view expected)
     return {};
 }
 
-template <typename Target, size_t kCount>
-bool ReadKeys(const toml::table &table, const Key<Target> (&keys)[kCount],
-              std::string_view alsoKnown, const Reader &reader, Target *target)
+// A table keeps its keys by the alphabet; messages tell the first mistake of the file.
+struct Entry {
+    const toml::key *name;
+    const toml::node *value;
+};
+
+std::vector<Entry> InOrderOfTheFile(const toml::table &table)
 {
-    for (const auto &[name, node] : table) {
-        if (name.str() == alsoKnown)
-            continue;
-        const auto *key =
-            std::find_if(std::begin(keys), std::end(keys),
-                         [&name = name](const auto &row) { return row.name == name.str(); });
-        if (key == std::end(keys)) {
-            std::string known;
-            for (const auto &row : keys)
-                known += (known.empty() ? "" : ", ") + std::string(row.name);
-            if (!alsoKnown.empty())
-                known += ", " + std::string(alsoKnown);
-            return reader.Fail(name.source(), "the key " + Quoted(name.str()) +
-                                                  " is unknown; the keys here are " + known);
-        }
-        if (!key->read(node, target)) {
-            return reader.Fail(node.source(), std::string(key->name) + " is " + Found(node) +
-                                                  "; expected " +
-                                                  Expected(key->name, key->expected));
-        }
+    std::vector<Entry> entries;
+    for (const auto &[name, value] : table)
+        entries.push_back({.name = &name, .value = &value});
+    std::sort(entries.begin(), entries.end(), [](const Entry &a, const Entry &b) {
+        return a.name->source().begin < b.name->source().begin;
+    });
+    return entries;
+}
+
+template <typename Target, size_t kCount>
+bool ReadKey(const Entry &entry, const Key<Target> (&keys)[kCount], std::string_view alsoKnown,
+             const Reader &reader, Target *target)
+{
+    const std::string_view name = entry.name->str();
+    const auto *key = std::find_if(std::begin(keys), std::end(keys),
+                                   [name](const auto &row) { return row.name == name; });
+    if (key == std::end(keys)) {
+        std::string known;
+        for (const auto &row : keys)
+            known += (known.empty() ? "" : ", ") + std::string(row.name);
+        if (!alsoKnown.empty())
+            known += ", " + std::string(alsoKnown);
+        return reader.Fail(entry.name->source(),
+                           "the key " + Quoted(name) + " is unknown; the keys here are " + known);
     }
-    return true;
+    if (key->read(*entry.value, target))
+        return true;
+    return reader.Fail(entry.value->source(), std::string(key->name) + " is " +
+                                                  Found(*entry.value) + "; expected " +
+                                                  Expected(key->name, key->expected));
 }
 
 // What a camera has that the file does not tell: it differs from camera to camera where it must.
@@ -377,8 +214,10 @@ bool ReadCamera(const toml::table &table, const Reader &reader, Rack *rack)
 {
     Camera camera;
     camera.ccdModel = 6;
-    if (!ReadKeys(table, kCameraKeys, {}, reader, &camera))
-        return false;
+    for (const Entry &entry : InOrderOfTheFile(table)) {
+        if (!ReadKey(entry, kCameraKeys, {}, reader, &camera))
+            return false;
+    }
     if (camera.model == 0)
         return reader.Fail(table.source(),
                            "the camera has no model; expected " + Expected("model", {}));
@@ -392,15 +231,12 @@ bool ReadCamera(const toml::table &table, const Reader &reader, Rack *rack)
     return true;
 }
 
-bool ReadCameras(const toml::table &root, const Reader &reader, Rack *rack)
+bool ReadCameras(const toml::node &node, const Reader &reader, Rack *rack)
 {
-    const toml::node *node = root.get("camera");
-    if (node == nullptr)
-        return true;
-    const auto *cameras = node->as_array();
+    const auto *cameras = node.as_array();
     if (cameras == nullptr)
-        return reader.Fail(node->source(), "camera is " + Found(*node) +
-                                               "; expected [[camera]], one for each camera");
+        return reader.Fail(node.source(), "camera is " + Found(node) +
+                                              "; expected [[camera]], one for each camera");
     for (const toml::node &camera : *cameras) {
         if (!camera.is_table())
             return reader.Fail(camera.source(), "camera is " + Found(camera) +
@@ -413,15 +249,6 @@ bool ReadCameras(const toml::table &root, const Reader &reader, Rack *rack)
 
 } // namespace
 
-uint32_t FindModel(std::string_view name)
-{
-    for (const ModelName &model : kModels) {
-        if (model.name == name)
-            return model.number;
-    }
-    return 0;
-}
-
 bool ParseRack(std::string_view text, const std::string &fileName, Rack *rack, std::string *error)
 {
     const Reader reader{.fileName = fileName, .error = error};
@@ -431,9 +258,13 @@ bool ParseRack(std::string_view text, const std::string &fileName, Rack *rack, s
                            "no TOML: " + std::string(parsed.error().description()));
     Rack read;
     read.name = fileName;
-    if (!ReadKeys(parsed.table(), kRackKeys, "camera", reader, &read) ||
-        !ReadCameras(parsed.table(), reader, &read))
-        return false;
+    for (const Entry &entry : InOrderOfTheFile(parsed.table())) {
+        const bool good = entry.name->str() == kCameras
+                              ? ReadCameras(*entry.value, reader, &read)
+                              : ReadKey(entry, kRackKeys, kCameras, reader, &read);
+        if (!good)
+            return false;
+    }
     *rack = std::move(read);
     return true;
 }

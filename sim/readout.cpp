@@ -3,6 +3,7 @@
 #include "sim/readout.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "sim/deviates.h"
@@ -13,9 +14,6 @@ namespace zerix::sim {
 namespace {
 
 constexpr uint64_t kGoldenRatio = 0x9E3779B97F4A7C15ULL;
-
-// Electrons above this number multiply as a sum that is nearly normal; below they do so one by one.
-constexpr float kFewElectrons = 16.0F;
 
 struct Rate {
     float megahertz;
@@ -83,14 +81,17 @@ void CountElectrons(const ReadoutChain &chain, const ReadoutPiece &piece, float 
     }
 }
 
-// Electrons with their shot noise, and the deviates of the read noise.
-void Draw(const ReadoutChain &chain, const ReadoutPiece &piece, float *electrons, float *read)
+// Electrons with their shot noise, and the deviates of the read noise. `spare` is a normal deviate
+// of each pixel whose electrons were counted, for those that multiply; null if there is no use.
+void Draw(const ReadoutChain &chain, const ReadoutPiece &piece, float *electrons, float *read,
+          float *spare)
 {
     const uint32_t small = CountOfSmallMeans(piece);
-    if (small == piece.count) {
+    if (small == piece.count && spare == nullptr) {
         DrawReadNormals(chain, piece, read);
     } else {
-        float shot[kReadoutPiece];
+        float own[kReadoutPiece];
+        float *shot = spare != nullptr ? spare : own;
         DrawNormals(chain, piece, shot, read);
         AddShotNoise(piece, shot, electrons);
     }
@@ -98,32 +99,121 @@ void Draw(const ReadoutChain &chain, const ReadoutPiece &piece, float *electrons
         CountElectrons(chain, piece, electrons);
 }
 
-// What the electrons of one pixel become, in units of one multiplied electron, beyond their number.
-float ExcessOfMultiplication(float electrons, uint64_t bits)
+// What n electrons become is a sum of n exponential deviates: gamma distributed, whose cube root is
+// nearly normal with a mean of 1 - 1/(9n) and a variance of 1/(9n) in units of n. From two
+// electrons on that is good to a few thousandths of the probability, and in mean and variance much
+// better.
+struct CubeRoot {
+    float mean;
+    float deviation;
+};
+
+CubeRoot CubeRootOfSum(float electrons)
 {
-    if (electrons >= kFewElectrons) {
-        const float z = NormalTable::Get().Deviate(static_cast<uint32_t>(bits));
-        return std::sqrt(electrons) * z + (z * z - 1.0F) * (1.0F / 3.0F);
-    }
-    const ExponentialTable &exponential = ExponentialTable::Get();
-    float excess = 0.0F;
-    const auto count = static_cast<int32_t>(electrons + 0.5F);
-    for (int32_t i = 0; i < count; ++i)
-        excess += exponential.Deviate(RandomBits(bits, static_cast<uint64_t>(i))) - 1.0F;
-    return excess;
+    const float variance = (1.0F / 9.0F) / (electrons > 1.0F ? electrons : 1.0F);
+    return {.mean = 1.0F - variance, .deviation = std::sqrt(variance)};
 }
 
-void Multiply(const ReadoutChain &chain, const ReadoutPiece &piece, float *electrons)
+// The same of counted electrons, from a table.
+class CubeRootTable {
+public:
+    static const CubeRootTable &Get()
+    {
+        static const CubeRootTable table;
+        return table;
+    }
+
+    [[nodiscard]] const CubeRoot &Of(float electrons) const
+    {
+        return m_roots[static_cast<size_t>(static_cast<int32_t>(electrons))];
+    }
+
+private:
+    CubeRootTable() : m_roots()
+    {
+        for (size_t count = 0; count < m_roots.size(); ++count)
+            m_roots[count] = CubeRootOfSum(static_cast<float>(static_cast<int32_t>(count)));
+    }
+
+    std::array<CubeRoot, PoissonTable::kMostCounts + 1> m_roots;
+};
+
+// Where the shot noise has used its normal deviate, the multiplication draws another.
+void DrawCubeRoots(const ReadoutChain &chain, const ReadoutPiece &piece, const float *electrons,
+                   const float *spare, float *roots)
 {
+    const CubeRootTable &table = CubeRootTable::Get();
+    const NormalTable &normal = NormalTable::Get();
     const uint64_t first = PixelCounter(piece.column, piece.row);
     for (uint32_t i = 0; i < piece.count; ++i) {
-        float excess = 0.0F;
-        if (chain.noise)
-            excess = ExcessOfMultiplication(electrons[i], RandomBits(chain.multiplyKey, first + i));
+        if (piece.mean[i] < PoissonTable::kLimit) {
+            const CubeRoot &root = table.Of(electrons[i]);
+            roots[i] = root.mean + root.deviation * spare[i];
+        } else {
+            const CubeRoot root = CubeRootOfSum(electrons[i]);
+            const uint64_t bits = RandomBits(chain.multiplyKey, first + i);
+            roots[i] = root.mean + root.deviation * normal.Deviate(static_cast<uint32_t>(bits));
+        }
+    }
+}
+
+void ExcessOfSums(uint32_t count, const float *electrons, const float *roots, float *excess)
+{
+    for (uint32_t i = 0; i < count; ++i) {
+        const float root = std::max(roots[i], 0.0F);
+        excess[i] = std::max(electrons[i], 0.0F) * (root * root * root - 1.0F);
+    }
+}
+
+// A single electron becomes one exponential deviate. The list keeps a branch that no processor can
+// foresee out of the loop.
+void ExcessOfSingles(const ReadoutChain &chain, const ReadoutPiece &piece, const float *electrons,
+                     float *excess)
+{
+    uint32_t singles[kReadoutPiece];
+    uint32_t count = 0;
+    for (uint32_t i = 0; i < piece.count; ++i) {
+        singles[count] = i;
+        count += electrons[i] == 1.0F ? 1U : 0U;
+    }
+    const ExponentialTable &exponential = ExponentialTable::Get();
+    const uint64_t first = PixelCounter(piece.column, piece.row);
+    for (uint32_t k = 0; k < count; ++k) {
+        const uint32_t i = singles[k];
+        excess[i] = exponential.Deviate(RandomBits(chain.multiplyKey, first + i)) - 1.0F;
+    }
+}
+
+void Multiply(const ReadoutChain &chain, uint32_t count, const float *excess, float *electrons)
+{
+    for (uint32_t i = 0; i < count; ++i) {
         const float charge =
-            chain.multiplication * electrons[i] + chain.multiplicationRoot * excess;
+            chain.multiplication * electrons[i] + chain.multiplicationRoot * excess[i];
         electrons[i] = charge > 0.0F ? charge : 0.0F;
     }
+}
+
+// The whole of a piece's noise on a sensor that multiplies. `excess` is what the electrons of a
+// pixel become, in units of one multiplied electron, beyond their number.
+void DrawMultiplied(const ReadoutChain &chain, const ReadoutPiece &piece, float *electrons,
+                    float *read)
+{
+    float spare[kReadoutPiece];
+    float roots[kReadoutPiece];
+    float excess[kReadoutPiece];
+    Draw(chain, piece, electrons, read, spare);
+    DrawCubeRoots(chain, piece, electrons, spare, roots);
+    ExcessOfSums(piece.count, electrons, roots, excess);
+    ExcessOfSingles(chain, piece, electrons, excess);
+    Multiply(chain, piece.count, excess, electrons);
+}
+
+void DrawNothing(const ReadoutChain &chain, const ReadoutPiece &piece, float *electrons,
+                 float *read)
+{
+    for (uint32_t i = 0; i < piece.count; ++i)
+        electrons[i] = chain.multiplication * piece.mean[i];
+    std::fill_n(read, piece.count, 0.0F);
 }
 
 void Convert(const ReadoutChain &chain, uint32_t count, const float *electrons, const float *read,
@@ -173,10 +263,10 @@ ReadoutChain MakeReadoutChain(const SensorType &type, const ExposureSettings &se
     const double electronsPerCount = settings.electronsPerCount > 0.0
                                          ? settings.electronsPerCount
                                          : type.fullWellElectrons / range;
-    const double multiplication =
-        type.electronMultiplying
-            ? static_cast<double>(ClampedFloat(settings.electronMultiplication, 1.0, 1e5))
-            : 1.0;
+    // An intensifier multiplies before the read noise, as an electron-multiplying register does.
+    const double factor = settings.intensification *
+                          (type.electronMultiplying ? settings.electronMultiplication : 1.0);
+    const auto multiplication = static_cast<double>(ClampedFloat(factor, 1.0, 1e5));
     const auto spread = static_cast<float>(multiplication * (multiplication - 1.0));
     const bool eightBits = settings.outputBits <= 8;
     return {.shotKey = DeriveKey(key, 1),
@@ -201,14 +291,12 @@ void ReadOut(const ReadoutChain &chain, const ReadoutPiece &piece, uint8_t *pixe
     float electrons[kReadoutPiece];
     float read[kReadoutPiece];
     int32_t counts[kReadoutPiece];
-    if (chain.noise) {
-        Draw(chain, piece, electrons, read);
-    } else {
-        std::copy_n(piece.mean, piece.count, electrons);
-        std::fill_n(read, piece.count, 0.0F);
-    }
-    if (chain.multiplication > 1.0F)
-        Multiply(chain, piece, electrons);
+    if (!chain.noise)
+        DrawNothing(chain, piece, electrons, read);
+    else if (chain.multiplication > 1.0F)
+        DrawMultiplied(chain, piece, electrons, read);
+    else
+        Draw(chain, piece, electrons, read, nullptr);
     Convert(chain, piece.count, electrons, read, counts);
     WriteCounts(chain, counts, piece.count, pixels);
 }

@@ -1,5 +1,5 @@
-// What a virtual camera looks at. A scene is a picture in the plane of the sensor, without limits of
-// resolution; a sensor samples it at its pixels.
+// What a virtual camera looks at. A scene is a picture in the plane of the sensor, without limits
+// of resolution; a sensor samples it at its pixels.
 #pragma once
 
 #include <cstdint>
@@ -26,16 +26,17 @@ public:
     virtual void Sample(uint32_t width, uint32_t height, float pitchMicrometres,
                         std::vector<Light> &light) const = 0;
 
-    // A scene in counts stands for the test generator of the converter: its pixels are Count() as it
-    // is, cut to the converter's depth, whatever exposure, gain and offset are, and without noise.
+    // A scene in counts stands for the test generator of the converter: its pixels are Count() as
+    // it is, cut to the converter's depth, whatever exposure, gain and offset are, and without
+    // noise.
     [[nodiscard]] virtual bool IsInCounts() const { return false; }
     [[nodiscard]] virtual uint32_t Count(uint32_t /*column*/, uint32_t /*row*/) const { return 0; }
 };
 
 struct SceneDescription {
-    std::string_view name;     // "cells"
-    std::string_view usage;    // "cells", "flat[:PHOTONS]", "picture:FILE"
-    std::string_view meaning;  // one sentence
+    std::string_view name;    // "cells"
+    std::string_view usage;   // "cells", "flat[:PHOTONS]", "picture:FILE"
+    std::string_view meaning; // one sentence
 };
 const std::vector<SceneDescription> &KnownScenes();
 

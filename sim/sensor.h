@@ -1,6 +1,7 @@
 // A virtual camera's sensor: what lies between the light of a scene and the numbers of a converter.
-// Everything follows from a seed: the same seed and settings give the same bytes on every platform, so
-// no library function whose last bit may differ decides a pixel. Not for use by two threads at once.
+// Everything follows from a seed: the same seed and settings give the same bytes on every platform,
+// so no library function whose last bit may differ decides a pixel. Not for use by two threads at
+// once.
 #pragma once
 
 #include <cstdint>
@@ -17,13 +18,13 @@ enum class Mosaic : uint8_t { kNone, kRggb, kGrbg };
 
 // Typical figures of a sensor, as in its data sheet.
 struct SensorType {
-    uint16_t firstCcdModel;       // number of the CCD model, as the camera's registers give it
+    uint16_t firstCcdModel; // number of the CCD model, as the camera's registers give it
     std::string_view name;
     uint32_t columns;
     uint32_t rows;
     float pitchMicrometres;
     Mosaic mosaic;
-    bool twoFields;               // read out as two interlaced fields
+    bool twoFields; // read out as two interlaced fields
     bool electronMultiplying;
     uint32_t fullWellElectrons;
     float darkElectronsPerSecond; // a pixel, at 20 C
@@ -43,23 +44,24 @@ struct ExposureSettings {
     uint32_t height = 0;
     uint32_t horizontalBinning = 1;
     uint32_t verticalBinning = 1;
-    uint16_t converterBits = 12;       // depth of the converter
-    uint16_t outputBits = 12;          // 8: the converter's top bits, one byte a pixel; else 16-bit words
-    bool bigEndian = false;            // byte order of 16-bit words
-    bool fromFarCorner = false;        // the image turned by 180 degrees
-    float megahertz = 20;              // pixel rate; sets the read noise
-    double gaindB = 0;                 // analogue gain relative to the default gain, decibels
-    int32_t offsetCounts = 0;          // of the converter
-    double electronMultiplication = 1;
+    uint16_t converterBits = 12; // depth of the converter
+    uint16_t outputBits = 12;    // 8: the converter's top bits, one byte a pixel; else 16-bit words
+    bool bigEndian = false;      // byte order of 16-bit words
+    bool fromFarCorner = false;  // the image turned by 180 degrees
+    float megahertz = 20;        // pixel rate; sets the read noise
+    double gaindB = 0;           // analogue gain relative to the default gain, decibels
+    int32_t offsetCounts = 0;    // of the converter
+    double electronMultiplication = 1; // of sensors that multiply
+    double intensification = 1;        // of an image intensifier before the sensor
     double celsius = 20;               // the sensor's temperature
     double electronsPerCount = 0;      // at 0 dB; 0: full well over the converter's range
-    uint8_t filterColour = 0xFF;       // wheel filter before a monochrome sensor: 0, 1, 3; 0xFF none
-    bool noise = true;                 // off for tests that compare pixels exactly
+    uint8_t filterColour = 0xFF; // wheel filter before a monochrome sensor: 0, 1, 3; 0xFF none
+    bool noise = true;           // off for tests that compare pixels exactly
 };
 
 // What the noise of a frame is keyed on, beside the seed and the serial number.
 struct NoiseKey {
-    uint32_t commits;         // commits since power-on
+    uint32_t commits; // commits since power-on
     uint32_t framesSinceCommit;
 };
 
@@ -83,7 +85,8 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-// Read noise in electrons by pixel rate (before division by the multiplication gain, where there is one).
+// Read noise in electrons by pixel rate (before division by the multiplication gain, where there is
+// one).
 double ReadNoiseElectrons(float megahertz);
 
 // Dark current in electrons a pixel and second.

@@ -207,7 +207,7 @@ void VirtualCamera::SetCooler()
     m_coolerWord = word;
     const bool on = m_description.cooler && ReadField(m_latched, control::kCoolerOn) != 0;
     const double unregulated = kAmbientCelsius - 30.0;
-    const double target = m_description.regulatedCooling
+    const double target = HasRegulatedCooling(m_description)
                               ? CelsiusOfCounts(ReadField(m_latched, control::kCoolerTarget))
                               : unregulated;
     m_cooler.Set(on, target, m_clock.Now());
@@ -215,7 +215,7 @@ void VirtualCamera::SetCooler()
 
 void VirtualCamera::RefreshStatus()
 {
-    const bool locked = m_description.regulatedCooling && m_cooler.IsLocked(m_clock.Now());
+    const bool locked = HasRegulatedCooling(m_description) && m_cooler.IsLocked(m_clock.Now());
     WriteField(m_blocks[kStatus].words, kStatusLock, locked ? 3 : 0);
 }
 
@@ -285,8 +285,10 @@ std::optional<uint64_t> VirtualCamera::FrameTime(uint16_t rollingFrameNumber) co
 
 bool VirtualCamera::MayBegin() const
 {
-    const bool hasRegion =
-        ReadField(m_latched, control::kWidth) > 0 && ReadField(m_latched, control::kHeight) > 0;
+    // Of a single row a camera that sends row pairs has nothing to send.
+    const ExposureSettings region =
+        PlanFrame(m_description, *m_sensorType, m_latched, m_framesSinceCommit).exposure;
+    const bool hasRegion = region.width > 0 && region.height > 0;
     const bool triggered = TriggerOf(m_latched) == Trigger::kFree || m_shots > 0;
     return m_plugged && hasRegion && triggered && m_credit > 0;
 }

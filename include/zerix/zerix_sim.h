@@ -50,8 +50,8 @@ ZERIX_API uint32_t ZerixSim_Plug(uint32_t camera);
 /* One pulse on the trigger line. */
 ZERIX_API uint32_t ZerixSim_FireTrigger(uint32_t camera);
 
-/* "cells", "stars", "resolution", "gradient", "flat", "flat:PHOTONS", "picture:FILE.png" … From the
- * next exposure on. */
+/* "cells", "stars", "resolution-chart", "gradient", "flat", "flat:PHOTONS", "picture:FILE.png" …
+ * From the next exposure on. */
 ZERIX_API uint32_t ZerixSim_SetScene(uint32_t camera, const char *scene);
 
 /* Adds a fault to the camera's plan, in the words of a rack file, for example

@@ -272,6 +272,20 @@ TEST_F(Clock, TheSoftwareTriggerIsACommand)
     EXPECT_EQ(0u, client.Stop());
 }
 
+TEST_F(Clock, ATriggeredExposureBeginsAfterTheTriggerDelay)
+{
+    BusClient client;
+    ASSERT_EQ(0u, client.Connect());
+    EXPECT_EQ(0u, client.Write(client.Control() + 0x4C, {7'000'000}));
+    client.Apply({.triggerCode = 2});
+    client.Start(8);
+    const uint64_t before = Now();
+    EXPECT_EQ(0u, ZerixSim_FireTrigger(0));
+    ASSERT_TRUE(client.NextFrame(kFrameBytes));
+    EXPECT_EQ(before + 7'000'000, FrameTime(0));
+    EXPECT_EQ(0u, client.Stop());
+}
+
 TEST_F(Clock, ADoubleShotGivesTwoExposuresAPulse)
 {
     BusClient client;

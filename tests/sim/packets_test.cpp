@@ -318,5 +318,48 @@ TEST_F(Packets, TheLiveModeOfABenchmateLeavesOutRowPairs)
     EXPECT_EQ(expected, frame.pixels);
 }
 
+TEST_F(Packets, TheLiveModeFromTheFarCornerCountsItsRowPairsFromThere)
+{
+    Choose("[[camera]]\nmodel = 8\nsensor = 12\nbit-depth = 12\nscene = \"position\"\ncooler = "
+           "false\nstream-format = 2\n");
+    BusClient client;
+    ASSERT_EQ(0u, client.Connect());
+    EXPECT_EQ(0u, client.Write(client.Control() + 8, {4}));
+    const Frame frame = FirstFrame(client, {.width = 64, .height = 6}, 64 * 6 * 2);
+    std::vector<uint8_t> expected;
+    for (uint32_t row : {0u, 1u, 16u, 17u, 32u, 33u}) {
+        for (uint32_t column = 0; column < 64; ++column) {
+            const uint32_t count = (2559 - column + 61 * (1919 - row)) % 4096;
+            expected.push_back(static_cast<uint8_t>(count));
+            expected.push_back(static_cast<uint8_t>(count >> 8));
+        }
+    }
+    EXPECT_EQ(expected, frame.pixels);
+    EXPECT_EQ(8, frame.header.colour); // red comes first on the sensor, blue last
+}
+
+TEST_F(Packets, ABenchmateAskedForOneRowSendsNothingUntilItHasTwo)
+{
+    Choose("[[camera]]\nmodel = 8\nsensor = 12\nbit-depth = 12\nscene = \"position\"\ncooler = "
+           "false\n");
+    BusClient client;
+    ASSERT_EQ(0u, client.Connect());
+    client.Apply({.width = 64, .height = 1});
+    ASSERT_EQ(0u, ZerixSim_GiveCredit(0, 1));
+    client.Start(4);
+    for (int i = 0; i < 2; ++i) {
+        const auto packets = client.NextBuffer();
+        ASSERT_TRUE(packets);
+        for (const Packet &packet : *packets)
+            EXPECT_TRUE(packet.isIdle);
+    }
+    EXPECT_EQ(0u, client.Write(client.Control() + 0x0C, {64u << 16 | 2u}));
+    EXPECT_EQ(0u, client.Commit());
+    const auto frame = client.NextFrame(64 * 2); // the first of the two fields
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(0, frame->header.rollingNumber);
+    EXPECT_EQ(0u, client.Stop());
+}
+
 } // namespace
 } // namespace zerix::test

@@ -8,6 +8,7 @@
 
 #include "sim/block_versions.h"
 #include "sim/built_in_racks.h"
+#include "sim/model_names.h"
 #include "sim/rack.h"
 #include "sim/rack_file.h"
 #include "sim/register_map.h"
@@ -258,6 +259,19 @@ TEST(RackMistakes, OfTheRackAreTold)
         EXPECT_EQ(ErrorOf(mistake.text), mistake.error);
     EXPECT_TRUE(ErrorOf("speed = 400\nclock = ").starts_with("my.toml:2: no TOML: "))
         << ErrorOf("speed = 400\nclock = ");
+}
+
+TEST(RackMistakes, TheFirstOfTheFileIsTold)
+{
+    EXPECT_EQ(ErrorOf("speed = 600\nclock = \"slow\""),
+              "my.toml:1: speed is 600; expected 400 or 800.");
+    EXPECT_EQ(ErrorOf("seed = 1\nzoom = 2\naim = 3"),
+              "my.toml:2: the key \"zoom\" is unknown; the keys here are name, speed, clock, seed, "
+              "camera.");
+    EXPECT_EQ(ErrorOf("[[camera]]\nmodel = 18\nserial = 12\ncooler = 1"),
+              "my.toml:3: serial is 12; expected a text of 1 to 27 characters.");
+    EXPECT_EQ(ErrorOf("camera = 3\nclock = 1"),
+              "my.toml:1: camera is 3; expected [[camera]], one for each camera.");
 }
 
 TEST(RackMistakes, OfACameraAreTold)

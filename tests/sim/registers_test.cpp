@@ -123,6 +123,32 @@ TEST_F(Registers, TellAnElectronMultiplyingSensorAndAMosaic)
     EXPECT_EQ(53u << 16 | 1u << 8, colour.Word(colour.Information() + 0x44));
 }
 
+TEST_F(Registers, TellOfRegulatedCoolingFromVersion27On)
+{
+    OneCamera(Line("information", "2.7"));
+    {
+        BusClient client;
+        EXPECT_EQ(1u << 4, client.Word(client.Information() + 0x2A4) & 1u << 4);
+    }
+    // Without it the cooler reaches 30 degrees below its surroundings, whatever the target, and
+    // there is nothing to lock.
+    OneCamera(Line("information", "2.6"));
+    BusClient client;
+    EXPECT_EQ(0u, client.Write(client.Control() + 0x38, {3082u << 16 | 1}));
+    EXPECT_EQ(0u, client.Write(client.Control() + 0x18, {300, 0, 0})); // 1288 s of exposure
+    EXPECT_EQ(0u, client.Write(client.Control() + 0x0C, {16u << 16 | 4u}));
+    ASSERT_EQ(0u, client.Connect());
+    EXPECT_EQ(0u, client.Commit());
+    ASSERT_EQ(0u, ZerixSim_GiveCredit(0, 1));
+    client.Start(4);
+    ASSERT_TRUE(client.NextFrame(16 * 4));
+    EXPECT_EQ(0u, client.Stop());
+    int32_t celsius = 0;
+    ASSERT_EQ(0u, ZerixSim_GetSensorTemperature(0, &celsius));
+    EXPECT_EQ(-5000, celsius);
+    EXPECT_EQ(0u, client.Word(client.Status() + 4));
+}
+
 TEST_F(Registers, FirstVersionsGiveExposuresInMicroseconds)
 {
     OneCamera(Line("information", "1.2"));

@@ -84,7 +84,7 @@ const Configuration kConfigurations[] = {
       .offsetCounts = 100,
       .electronMultiplication = 250,
       .celsius = -40},
-     0xD56E46265890F27AULL},
+     0x522FE14B16E74171ULL},
     {"StarsBinnedEightBits",
      "stars",
      8,
