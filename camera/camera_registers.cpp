@@ -5,6 +5,7 @@
 #include <string>
 
 #include "camera/hal_error.h"
+#include "camera/semaphore_lock.h"
 #include "camera/tolvane_fw_camera.h"
 #include "image/z_image_pipeline.h"
 #include "platform/os.h"
@@ -12,6 +13,7 @@
 namespace ZX {
 
 using zerix::RegisterBlock;
+using zerix::SemaphoreLock;
 using zerix::registers::Field;
 
 // Reading ----------------------------------------------------------------------------------------
@@ -91,12 +93,12 @@ uint64_t TolvaneFWCamera::Control64(Field high, Field low) const
 bool TolvaneFWCamera::CheckVersionAtLeast(uint16_t haveMajor, uint16_t haveMinor, uint16_t needMajor,
                                           uint16_t needMinor)
 {
-    return haveMajor > needMajor || (haveMajor == needMajor && haveMinor >= needMinor);
+    return zerix::registers::IsVersionAtLeast(haveMajor, haveMinor, needMajor, needMinor);
 }
 
 bool TolvaneFWCamera::CheckConfigRegVersion(uint16_t major, uint16_t minor) const
 {
-    return CheckVersionAtLeast(informationBlock.major, informationBlock.minor, major, minor);
+    return informationBlock.IsAtLeast(major, minor);
 }
 
 bool TolvaneFWCamera::HasCapability(zerix::registers::Capability capability, uint16_t sinceMinor) const
@@ -148,20 +150,23 @@ uint16_t TolvaneFWCamera::Commit()
     return WriteQuadlet(commandBlock.address + zerix::registers::kCommitOffset, 1);
 }
 
-// What was exposed under the old settings is thrown away. Of all settings only MiscCtrl changes what the
-// information block says.
+// What was exposed under the old settings is thrown away.
+uint16_t TolvaneFWCamera::CommitSettings()
+{
+    const SemaphoreLock settings(settingsSemaphore);
+    const SemaphoreLock queue(frameQueueSemaphore);
+    imagePipeline->ResetFilters();
+    if (const uint16_t status = Commit())
+        return status;
+    IgnoreFrameInfoVector();
+    return kStatusOk;
+}
+
+// Of all settings only MiscCtrl changes what the information block says.
 uint16_t TolvaneFWCamera::UpdateSettingsOnCamera()
 {
-    HAL_SemaphoreWait(settingsSemaphore);
-    HAL_SemaphoreWait(frameQueueSemaphore);
-    imagePipeline->ResetFilters();
-    const uint16_t committed = Commit();
-    if (committed == kStatusOk)
-        IgnoreFrameInfoVector();
-    HAL_SemaphoreSignal(frameQueueSemaphore);
-    HAL_SemaphoreSignal(settingsSemaphore);
-    if (committed != kStatusOk)
-        return committed;
+    if (const uint16_t status = CommitSettings())
+        return status;
     if (miscCtrlChanged)
         if (const uint16_t status = TakeOverMiscCtrl())
             return status;

@@ -1,5 +1,5 @@
 // A camera's gain limits and the scale that its analogue board follows, as set up once from its
-// information block.
+// information block. 64 bytes everywhere.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@ namespace zerix {
 
 struct GainRecord {
     uint32_t curveType;         // 1 piecewise, 2 linear in decibels, 3 and above a ratio to the default
-    double dynamicRangedB;
+    alignas(8) double dynamicRangedB;
     uint32_t significantFigures;
     uint32_t resolution;        // microdecibels
     uint32_t normGainMax;       // millionths
@@ -22,5 +22,6 @@ struct GainRecord {
     uint32_t gainDefault;
     uint32_t recordValid;
 };
+static_assert(sizeof(GainRecord) == 64);
 
 } // namespace zerix

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "camera/semaphore_lock.h"
 #include "camera/tolvane_fw_camera.h"
 
 namespace ZX {
@@ -13,20 +14,6 @@ namespace information = zerix::registers::information;
 using zerix::registers::Field;
 
 namespace {
-
-class SettingsHold {
-public:
-    explicit SettingsHold(HAL_Semaphore semaphore) : m_semaphore(semaphore)
-    {
-        HAL_SemaphoreWait(m_semaphore);
-    }
-    ~SettingsHold() { HAL_SemaphoreSignal(m_semaphore); }
-    SettingsHold(const SettingsHold &) = delete;
-    SettingsHold &operator=(const SettingsHold &) = delete;
-
-private:
-    HAL_Semaphore m_semaphore;
-};
 
 std::optional<uint32_t> CodeOfBinning(uint16_t mode)
 {
@@ -100,16 +87,16 @@ uint16_t TolvaneFWCamera::WriteStopped(Field field, uint32_t value)
     return WriteField(field, value);
 }
 
-// X and Y compare with the register: a model that reads from the far corner tells another X than the one
-// it stores, and which of the two is the same as before is not the same question.
+// X and Y are compared with what the camera tells, which on a model that reads from the far corner is not
+// what the register holds.
 uint16_t TolvaneFWCamera::SetROIX(uint32_t x)
 {
-    return x == Control(control::kRoiX) ? uint16_t{kStatusOk} : WriteStopped(control::kRoiX, x);
+    return x == GetROIX() ? uint16_t{kStatusOk} : WriteStopped(control::kRoiX, x);
 }
 
 uint16_t TolvaneFWCamera::SetROIY(uint32_t y)
 {
-    return y == Control(control::kRoiY) ? uint16_t{kStatusOk} : WriteStopped(control::kRoiY, y);
+    return y == GetROIY() ? uint16_t{kStatusOk} : WriteStopped(control::kRoiY, y);
 }
 
 // A size beyond the sensor is not refused. It is compared as it was asked for, so that it is written
@@ -172,12 +159,15 @@ uint16_t TolvaneFWCamera::SetSymmetricalBinning(uint16_t mode)
         return kStatusOk;
     if (const uint16_t status = TurnOffStreaming())
         return status;
-    const SettingsHold hold(settingsSemaphore);
+    const zerix::SemaphoreLock settings(settingsSemaphore);
     const auto code = CodeOfBinning(mode);
     if (!code)
         return kStatusBadValue;
     WriteField(control::kBinning, *code);
-    FillSensor(GetMaxCCDWidthForBinningMode(mode), GetMaxCCDHeightForBinningMode(mode), mode == 1);
+    if (mode == 1)
+        FillSensor(GetCCDWidth(), GetCCDHeight(), true);
+    else
+        FillSensor(GetMaxCCDWidthForBinningMode(mode), GetMaxCCDHeightForBinningMode(mode), false);
     return kStatusOk;
 }
 

@@ -79,8 +79,7 @@ uint16_t TolvaneFWCamera::GetCCDModel()
 
 const char *TolvaneFWCamera::GetCCDModelString()
 {
-    const uint16_t model = GetCCDModel();
-    return model < zerix::tables::kCcdModelTexts.size() ? zerix::tables::kCcdModelTexts[model] : "";
+    return zerix::tables::CcdModelText(GetCCDModel());
 }
 
 uint32_t TolvaneFWCamera::GetPixelSize()

@@ -40,7 +40,7 @@ public:
     [[nodiscard]] bool Has(registers::Field field) const { return HasWord(field.offset); }
     [[nodiscard]] bool IsAtLeast(uint16_t needMajor, uint16_t needMinor) const
     {
-        return major > needMajor || (major == needMajor && minor >= needMinor);
+        return registers::IsVersionAtLeast(major, minor, needMajor, needMinor);
     }
 
     void SetVersion(uint32_t word)

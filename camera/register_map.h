@@ -52,6 +52,12 @@ struct Field {
 [[nodiscard]] constexpr uint16_t MajorOf(uint32_t version) { return static_cast<uint16_t>(version >> 16); }
 [[nodiscard]] constexpr uint16_t MinorOf(uint32_t version) { return static_cast<uint16_t>(version); }
 
+[[nodiscard]] constexpr bool IsVersionAtLeast(uint16_t haveMajor, uint16_t haveMinor,
+                                              uint16_t needMajor, uint16_t needMinor)
+{
+    return haveMajor > needMajor || (haveMajor == needMajor && haveMinor >= needMinor);
+}
+
 // Length of a block in words by its exact version. A table ends with a row of zeros.
 struct regVersionEntry {
     uint32_t major;

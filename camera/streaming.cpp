@@ -1,5 +1,5 @@
-// Starting and stopping the stream, taking one image, and what the hardware layer calls on its receive
-// thread. Callbacks of the application run with no lock held.
+// Starting and stopping the stream, taking one image, and what the hardware layer calls on its
+// receive thread. Callbacks of the application run with no lock held.
 #include <cinttypes>
 #include <cstdio>
 #include <string>
@@ -11,6 +11,9 @@
 
 namespace ZX {
 
+// Applications of 32 bits know the record by its layout.
+static_assert(sizeof(void *) != 4 || sizeof(ZImageReceivedCallbackStruct) == 12);
+
 using zerix::FrameRecord;
 using zerix::SemaphoreLock;
 
@@ -18,14 +21,18 @@ namespace {
 
 constexpr uint32_t kStreamingControlOffset = zerix::registers::kBulkDataControlOffset;
 constexpr uint32_t kSoftwareTriggerMode = 5;
-constexpr uint64_t kOneImageReserve = 5'000'000'000;  // nanoseconds
+constexpr uint64_t kOneImageReserve = 5'000'000'000; // nanoseconds
 constexpr uint16_t kCameraLost = 0x1A;
 
-bool IsAbortable(uint32_t triggerMode) { return triggerMode == 0 || triggerMode == 5 || triggerMode == 8; }
+bool IsAbortable(uint32_t triggerMode)
+{
+    return triggerMode == 0 || triggerMode == 5 || triggerMode == 8;
+}
 
 uint32_t BytesPerSample(uint32_t bitDepth) { return bitDepth / 8 + (bitDepth % 8 != 0 ? 1 : 0); }
 
-template <typename... Arguments> std::string Text(const char *format, Arguments... arguments)
+template <typename... Arguments>
+std::string Text(const char *format, Arguments... arguments)
 {
     char text[160];
     std::snprintf(text, sizeof text, format, arguments...);
@@ -51,8 +58,8 @@ uint16_t TolvaneFWCamera::StartStreamingImages(ZImageReceivedCallback streamCall
             return status;
     }
     SemaphoreLock settings(settingsSemaphore);
-    // A new tag for each start. Where it can't be told, the camera goes on with the old one, and its
-    // frames are dropped.
+    // A new tag for each start. Where it can't be told, the camera goes on with the old one, and
+    // its frames are dropped.
     SetPSN(static_cast<uint8_t>(GetPSN() + 1));
     if (const uint16_t status = Commit())
         return status;
@@ -70,8 +77,8 @@ uint16_t TolvaneFWCamera::StartStreamingImages(ZImageReceivedCallback streamCall
     return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : FailStart(error);
 }
 
-// Takes back what was started, so that the next start begins afresh. The receive thread may be waiting
-// for settingsSemaphore, so it isn't held here.
+// Takes back what was started, so that the next start begins afresh. The receive thread may be
+// waiting for settingsSemaphore, so it isn't held here.
 uint16_t TolvaneFWCamera::FailStart(uint32_t halError)
 {
     const uint16_t status = ReportHalError(halError);
@@ -111,8 +118,8 @@ void TolvaneFWCamera::SetStreamingCallback(ZImageReceivedCallback callback, void
     exposeDoneUserData = userData;
 }
 
-// The pair changes as one: a callback must never see another's user data. While one image is taken, the
-// expose-done callback keeps its own.
+// The pair changes as one: a callback must never see another's user data. While one image is taken,
+// the expose-done callback keeps its own.
 void TolvaneFWCamera::SetReceiver(const StreamReceiver &receiver)
 {
     const std::lock_guard lock(callbackMutex);
@@ -154,8 +161,8 @@ uint16_t TolvaneFWCamera::IgnoreNextFrame() { return SetPSN(static_cast<uint8_t>
 // Under frameQueueSemaphore.
 void TolvaneFWCamera::IgnoreFrameInfoVector() { frameInfoQueue.MarkAllStale(); }
 
-// Under frameQueueSemaphore. A frame that is still being assembled, by a receive thread that could not
-// be ended, is nobody's to free.
+// Under frameQueueSemaphore. A frame that is still being assembled, by a receive thread that could
+// not be ended, is nobody's to free.
 void TolvaneFWCamera::ClearFrameInfoVector()
 {
     while (tStFrameInfo *frame = frameInfoQueue.TakeOldestFinished())
@@ -176,7 +183,8 @@ bool TolvaneFWCamera::IsFrameValid(const tStFrameInfo &frame)
 uint64_t TolvaneFWCamera::OneImageTimeLimit()
 {
     if (GetRGBFilterCycleMode())
-        return GetExposure() + GetRGBFilterBlueExposure() + GetRGBFilterRedExposure() + kOneImageReserve;
+        return GetExposure() + GetRGBFilterBlueExposure() + GetRGBFilterRedExposure() +
+               kOneImageReserve;
     return (IsInterlaced() ? 3 : 2) * GetExposure() + kOneImageReserve;
 }
 
@@ -237,8 +245,8 @@ void TolvaneFWCamera::GetOneImageCallback(ZImageReceivedCallbackStruct *record)
     camera.oneImage = record->image;
     camera.oneImageReady = true;
     if (const uint32_t error = HAL_ConditionSignal(camera.imageCondition))
-        zerix::os::DebugOutput(
-            Text("GetOneImageCallback error %" PRIu32 " occurred calling HAL_ConditionSignal\n", error));
+        zerix::os::DebugOutput(Text(
+            "GetOneImageCallback error %" PRIu32 " occurred calling HAL_ConditionSignal\n", error));
 }
 
 // On the receive thread ---------------------------------------------------------------------------
@@ -301,9 +309,9 @@ bool TolvaneFWCamera::GiveDataTo(FrameRecord &record)
         externalBuffers.pop_front();
     }
     if (record.data == nullptr)
-        zerix::os::DebugOutput(Text("TolvaneFWCamera::PrivatePeekNewFrame - call to malloc with size %" PRIu32
-                                    " failed\n",
-                                    record.size));
+        zerix::os::DebugOutput(Text(
+            "TolvaneFWCamera::PrivatePeekNewFrame - call to malloc with size %" PRIu32 " failed\n",
+            record.size));
     return record.data != nullptr;
 }
 
@@ -327,7 +335,10 @@ tStFrameInfo *TolvaneFWCamera::PrivateGetNewFrame()
     return frameInfoQueue.Front();
 }
 
-void TolvaneFWCamera::PrivateImageHasArrived() { HAL_CameraStopWaitingForFrame(CameraForThreads()); }
+void TolvaneFWCamera::PrivateImageHasArrived()
+{
+    HAL_CameraStopWaitingForFrame(CameraForThreads());
+}
 
 // The device is lost: whoever waits for a frame is told.
 void TolvaneFWCamera::PrivateImageHasTimedOut()

@@ -366,6 +366,8 @@ protected:
     uint16_t WriteFactoryData(const uint32_t *words, uint32_t length, uint32_t checksum);
     // Writes 1 to the command block's commit register.
     uint16_t Commit();
+    // The same under the locks, with the filters reset and the frames in work marked as stale.
+    uint16_t CommitSettings();
     // Reads a whole block anew; its version decides the length. A failure isn't printed.
     uint16_t ReadRegisterSet(zerix::RegisterBlock &block);
     uint16_t ReadVersionWord(zerix::RegisterBlock &block);

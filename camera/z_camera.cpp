@@ -26,7 +26,8 @@ std::atomic<uint16_t> ZCamera::m_numOfConnectedCameras{0};
 
 // Life -------------------------------------------------------------------------------------------
 
-// Every new camera ends the tracing of writes, of all cameras; that of reads goes on.
+// Every new camera clears the flag of the traced writes, that of the reads not. The trace itself goes on:
+// the hardware layer isn't told.
 ZCamera::ZCamera()
     : imagePipeline(std::make_unique<ZImagePipeline>())
 {

@@ -4,6 +4,7 @@
 #include "camera/models/models.h"
 #include "image/z_bayer_interpolation.h"
 #include "image/z_benchmate_ratio_correction.h"
+#include "image/z_image_filter.h"
 #include "image/z_image_pipeline.h"
 #include "platform/os.h"
 #include "tests/virtual_bus/virtual_bus_fixture.h"
@@ -231,6 +232,33 @@ TEST_F(CameraList, GivesEachCameraItsPipelines)
     }
 }
 
+class SizeFilter final : public ZX::ZImageFilter {
+public:
+    int16_t Process(ZX::ZInImageBufferStruct *, ZX::ZOutImageBufferStruct *) override { return 31; }
+    int16_t Init(uint32_t newWidth, uint32_t newHeight) override
+    {
+        width = newWidth;
+        height = newHeight;
+        return 0;
+    }
+    int16_t SetOutputFormat(uint32_t) override { return 0; }
+    uint32_t width = 0;
+    uint32_t height = 0;
+};
+
+TEST_F(CameraList, SetsThePipelinesUpForTheSensor)
+{
+    UseCameras({Describe(18, 15)});  // 1004 x 1002
+    ListCameras();
+    for (ZX::ZImagePipeline *pipeline : {Camera().GetImagePipeline(), Camera().GetBayerPipeline()}) {
+        SizeFilter filter;
+        pipeline->AddFilter(&filter);
+        EXPECT_EQ(filter.width, 1004u);
+        EXPECT_EQ(filter.height, 1002u);
+        EXPECT_TRUE(pipeline->RemoveFilter(&filter));
+    }
+}
+
 TEST_F(CameraList, KeepsTheValueOfTheCaller)
 {
     ListCameras();
@@ -265,7 +293,13 @@ TEST_F(CameraList, TracesAsTold)
     const std::string traced = DebugText().substr(before);
     EXPECT_NE(traced.find("Async write to address 0x"), std::string::npos);
     EXPECT_EQ(camera.SetTriggerMode(0), 0);
+    EXPECT_EQ(camera.ReadCameraInfo(), 0);
     EXPECT_EQ(DebugText().substr(before), traced);
+    ZX::ZCamera::SetShouldOutputReads(true);
+    EXPECT_EQ(camera.ReadCameraInfo(), 0);
+    ZX::ZCamera::SetShouldOutputReads(false);
+    EXPECT_NE(DebugText().substr(before + traced.size()).find("Async read from address 0xd0000000"),
+              std::string::npos);
 }
 
 } // namespace

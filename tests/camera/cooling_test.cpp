@@ -1,5 +1,6 @@
 // The cooler: temperatures both ways, and the lock.
 #include "tests/camera/register_camera.h"
+#include "tests/virtual_bus/virtual_bus_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -101,6 +102,27 @@ TEST_F(Cooling, TheLockIsReadAnewAndOutlivesAFailedRead)
         broken.SetStatusWord(4, word);
         EXPECT_EQ(broken.GetRegulatedCoolingTemperatureLock(), locked) << word;
     }
+}
+
+class CoolingOnTheBus : public VirtualBusTest {};
+
+TEST_F(CoolingOnTheBus, TheLockIsAskedOfTheCameraEachTime)
+{
+    auto &camera = OpenOne(Describe(18, 6));
+    const uint32_t status = AddressOf(Block::kStatus);
+    const std::vector<BusTap::Read> wholeBlock = {{.address = status, .quadlets = 1},
+                                                  {.address = status, .quadlets = 4}};
+    for (const auto &[word, isLocked] :
+         std::vector<std::pair<uint32_t, bool>>{{3, true}, {1, false}, {7, true}}) {
+        tap.OverrideRegister(status + 4, word);
+        tap.TakeReads();
+        EXPECT_EQ(camera.GetRegulatedCoolingTemperatureLock(), isLocked) << word;
+        EXPECT_EQ(tap.TakeReads(), wholeBlock);
+    }
+    tap.OverrideRegister(status + 4, 0);
+    tap.FailAccess(kernel::kControlAsyncRead, status, kernel::kErrorGenFailure);
+    EXPECT_TRUE(camera.GetRegulatedCoolingTemperatureLock());
+    EXPECT_FALSE(camera.GetRegulatedCoolingTemperatureLock());
 }
 
 TEST(CoolingWithoutRegulation, IsZeroAndRefuses)

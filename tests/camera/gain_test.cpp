@@ -56,6 +56,20 @@ TEST(GainSetUp, OlderCamerasTellNeitherRangeNorFlagNorLimits)
     EXPECT_EQ(old.GetGainMax(), 4000u);
 }
 
+TEST(GainSetUp, TheFlagComesWith23AndTheRangeWith24)
+{
+    RegisterCamera flagged(Version(2, 3));
+    flagged.SetInformation(0x74, 4);
+    flagged.SetUpGain(kLinear, 0);
+    EXPECT_TRUE(flagged.gainRecord.gainFlag);
+    EXPECT_DOUBLE_EQ(flagged.GetNormalizedGaindBDR(), 34.1516);
+    RegisterCamera ranged(Version(2, 4));
+    ranged.SetInformation(0x108, 1'000'000);
+    EXPECT_DOUBLE_EQ(ranged.GetNormalizedGaindBDR(), 4.096);
+    ranged.analogBoardType = kPiecewise;
+    EXPECT_DOUBLE_EQ(ranged.GetNormalizedGaindBDR(), 4.096);
+}
+
 TEST(GainSetUp, TheFirstVersionAllowsAllCounts)
 {
     RegisterCamera camera(Version(1, 2), Version(1, 1));

@@ -131,6 +131,12 @@ TEST_F(Geometry, AFailedWriteEndsTheRegion)
     EXPECT_EQ(broken.SetROI(10, 20, 300, 200), 9);
     EXPECT_EQ(broken.TakeSent(), (SentQuadlets{Sent(0x10, 0x000A0000)}));
     EXPECT_EQ(broken.GetROIX(), 10u);
+    EXPECT_EQ(broken.SetROI(10, 20, 300, 200), 9);
+    EXPECT_EQ(broken.TakeSent(), (SentQuadlets{Sent(0x10, 0x000A0014)}));
+    EXPECT_EQ(broken.SetROI(10, 20, 300, 200), 9);
+    EXPECT_EQ(broken.TakeSent(), (SentQuadlets{Sent(0x0C, 300u << 16 | 1040)}));
+    EXPECT_EQ(broken.SetROI(10, 20, 300, 200), 9);
+    EXPECT_EQ(broken.TakeSent(), (SentQuadlets{Sent(0x0C, 300u << 16 | 200)}));
 }
 
 TEST_F(Geometry, AChangeOfTheRegionStopsTheStream)
@@ -147,17 +153,24 @@ TEST_F(Geometry, AChangeOfTheRegionStopsTheStream)
 class MirroredCamera : public RegisterCamera {
 public:
     uint32_t GetROIX() override { return 1392 - GetROIWidth() - RegisterCamera::GetROIX(); }
+    uint32_t GetROIY() override { return 540 - RegisterCamera::GetROIY(); }
 };
 
-TEST_F(Geometry, ThePositionIsComparedWithTheRegister)
+TEST_F(Geometry, ThePositionIsComparedWithWhatTheCameraTells)
 {
     MirroredCamera mirrored;
     Fill(mirrored);
     mirrored.SetControl(0x0C, 500u << 16 | 1040);
-    mirrored.SetControl(0x10, 100u << 16);
+    mirrored.SetControl(0x10, 100u << 16 | 60);
     EXPECT_EQ(mirrored.GetROIX(), 792u);
+    EXPECT_EQ(mirrored.GetROIY(), 480u);
     EXPECT_EQ(mirrored.SetROIX(792), 0);
-    EXPECT_EQ(mirrored.TakeSent(), (SentQuadlets{Sent(0x10, 792u << 16)}));
+    EXPECT_EQ(mirrored.SetROIY(480), 0);
+    EXPECT_EQ(mirrored.TakeSent(), SentQuadlets{});
+    EXPECT_EQ(mirrored.SetROIX(100), 0);
+    EXPECT_EQ(mirrored.SetROIY(60), 0);
+    EXPECT_EQ(mirrored.TakeSent(),
+              (SentQuadlets{Sent(0x10, 100u << 16 | 60), Sent(0x10, 100u << 16 | 60)}));
 }
 
 // Binning ------------------------------------------------------------------------------------------
@@ -173,6 +186,10 @@ TEST_F(Geometry, CodeTwoIsEightfoldWhereTheCameraSaysSo)
     camera.SetControl(0x08, 2);
     camera.SetInformation(0xA8, 0xFFFFFFFE);
     EXPECT_EQ(camera.GetSymmetricalBinningMode(), 3);
+    RegisterCamera first(Version(2, 2));
+    first.SetInformation(0xA8, 1);
+    first.SetControl(0x08, 2);
+    EXPECT_EQ(first.GetSymmetricalBinningMode(), 8);
     RegisterCamera old(Version(2, 1));
     old.SetControl(0x08, 2);
     EXPECT_EQ(old.GetSymmetricalBinningMode(), 3);
@@ -262,6 +279,17 @@ TEST_F(Geometry, BinningStopsTheStreamUntilTheCommit)
     EXPECT_TRUE(camera.restartStreaming);
     EXPECT_EQ(camera.SetROI(1, 1, 10, 10), 0);
     EXPECT_TRUE(camera.restartStreaming);
+}
+
+// The other two setters that drop it go on; see the readout's.
+TEST(GeometryOfASlowBus, AFailedDropEndsTheBinning)
+{
+    RegisterCamera camera(Version(2, 2), Version(2, 2), Wire::kBroken);
+    camera.SetControl(0x04, 7 << 8);  // 40 MHz
+    camera.SetControl(0x08, 1);
+    EXPECT_EQ(camera.SetSymmetricalBinning(1), 9);
+    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x04, 0)}));
+    EXPECT_EQ(camera.GetSymmetricalBinningMode(), 2);
 }
 
 TEST(GeometryOfASlowBus, UnbinningDropsTheFrequencyFirst)

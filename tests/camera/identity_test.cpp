@@ -1,5 +1,7 @@
 // What the information block says about a camera: numbers, texts, sensor figures, capabilities.
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "tests/camera/camera_access.h"
 #include "tests/virtual_bus/virtual_bus_fixture.h"
@@ -132,8 +134,8 @@ TEST(CameraSensor, HasAText)
 
 TEST(CameraSensor, HasNoTextBeyondTheTable)
 {
-    EXPECT_STREQ(MakeSensor(78)->GetCCDModelString(), "");
-    EXPECT_STREQ(MakeSensor(65535)->GetCCDModelString(), "");
+    EXPECT_STREQ(MakeSensor(78)->GetCCDModelString(), "Unknown");
+    EXPECT_STREQ(MakeSensor(65535)->GetCCDModelString(), "Unknown");
 }
 
 TEST(CameraSensor, HasItsFigures)
@@ -234,46 +236,78 @@ TEST(CameraCapability, OfAFilterWheelIsThatOfAMonochromeSensor)
 
 // What most models leave alone --------------------------------------------------------------------
 
-TEST(CameraDefaults, AreThoseOfACameraWithoutExtras)
+using Camera = ZX::TolvaneFWCamera;
+
+// A model that behaves otherwise is left out of the row that it overrides.
+struct BaseBehaviour {
+    const char *operation;
+    uint64_t result;
+    uint64_t (*call)(Camera &camera);
+    std::vector<uint32_t> overriders;
+};
+
+constexpr uint32_t kBenchmate = 8;
+constexpr uint32_t kIntensified = 9;
+constexpr uint32_t kD1 = 16;
+constexpr uint32_t kNoctisB1 = 25;
+constexpr uint32_t kMetrol = 1002;
+
+#define BASE_BEHAVIOUR(call, result, ...) \
+    {#call, result, [](Camera &camera) -> uint64_t { return camera.call; }, {__VA_ARGS__}}
+
+const std::vector<BaseBehaviour> kBaseBehaviours = {
+    BASE_BEHAVIOUR(IsLVWModeSupported(), 0, kBenchmate),
+    BASE_BEHAVIOUR(IsHorizontalBinningSupported(), 0, kMetrol),
+    BASE_BEHAVIOUR(IsVerticalBinningSupported(), 0, kMetrol, kBenchmate),
+    BASE_BEHAVIOUR(IsIntensifierAvailable(), 0, kIntensified),
+    BASE_BEHAVIOUR(IsTriggerDelayAvialable(), 0, kIntensified),
+    BASE_BEHAVIOUR(IsMetrolShutterDelaySupported(), 0, kMetrol),
+    BASE_BEHAVIOUR(IsReadoutPortSupported(), 0),
+    BASE_BEHAVIOUR(DoesSupportExternalBuffers(), 0),
+    BASE_BEHAVIOUR(IsInterlaced(), 0, kBenchmate),
+    BASE_BEHAVIOUR(GetLVWMode(), 0, kBenchmate),
+    BASE_BEHAVIOUR(GetReadoutPort(), 0, kNoctisB1),
+    BASE_BEHAVIOUR(GetAbsoluteOffsetDefault() == 0, 1),
+    BASE_BEHAVIOUR(GetMetrolShutterDelay(), 0, kMetrol),
+    BASE_BEHAVIOUR(GetNormalizedIntensifierGain(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetNormalizedIntensifierGainMin(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetNormalizedIntensifierGainMax(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetIntensifierGain(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetIntensifierGainMin(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetIntensifierGainMax(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetNormalizedIntensifierGaindB(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetNormalizedIntensifierGaindBMin(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetNormalizedIntensifierGaindBMax(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetNormalizedIntensifierGaindBResolution(), 0, kIntensified),
+    BASE_BEHAVIOUR(GetNormalizedIntensifierGainSignificantFigures(), 0, kIntensified),
+    BASE_BEHAVIOUR(SetupNormalizedIntensifiedGain(), 0, kIntensified),
+    BASE_BEHAVIOUR(IsSymmetricalBinningSupported(), 1, kMetrol, kBenchmate),
+    BASE_BEHAVIOUR(IsSyncBSupported(), 1, kBenchmate),
+    BASE_BEHAVIOUR(GetROIMaxWidthForLVWMode(), 1, kBenchmate),
+    BASE_BEHAVIOUR(GetROIMaxHeightForLVWMode(), 1, kBenchmate),
+    BASE_BEHAVIOUR(GetNormalizedGainDefault(), 1),
+    BASE_BEHAVIOUR(GetTagCode(), 1, kNoctisB1, 26, 27, 28, 31, 32, 33, kMetrol),
+    BASE_BEHAVIOUR(SetHorizontalBinning(1), 15, kMetrol),
+    BASE_BEHAVIOUR(SetVerticalBinning(1), 15, kMetrol, kBenchmate, kD1),
+    BASE_BEHAVIOUR(SetLVWMode(false), 15, kBenchmate),
+    BASE_BEHAVIOUR(SetReadoutPort(0), 15, kNoctisB1),
+    BASE_BEHAVIOUR(SetMetrolShutterDelay(50), 15, kMetrol),
+    BASE_BEHAVIOUR(SetNormalizedIntensifierGain(1'000'000), 15, kIntensified),
+};
+
+#undef BASE_BEHAVIOUR
+
+TEST(CameraDefaults, AreThoseOfEveryModelThatLeavesThemAlone)
 {
-    auto camera = MakeCamera(kNewest, {});
-    EXPECT_FALSE(camera->IsLVWModeSupported());
-    EXPECT_FALSE(camera->IsHorizontalBinningSupported());
-    EXPECT_FALSE(camera->IsVerticalBinningSupported());
-    EXPECT_FALSE(camera->IsIntensifierAvailable());
-    EXPECT_FALSE(camera->IsTriggerDelayAvialable());
-    EXPECT_FALSE(camera->IsMetrolShutterDelaySupported());
-    EXPECT_FALSE(camera->IsReadoutPortSupported());
-    EXPECT_FALSE(camera->DoesSupportExternalBuffers());
-    EXPECT_FALSE(camera->IsInterlaced());
-    EXPECT_FALSE(camera->GetLVWMode());
-    EXPECT_EQ(camera->GetReadoutPort(), 0u);
-    EXPECT_EQ(camera->GetAbsoluteOffsetDefault(), 0);
-    EXPECT_EQ(camera->GetMetrolShutterDelay(), 0u);
-    EXPECT_EQ(camera->GetNormalizedIntensifierGain(), 0u);
-    EXPECT_EQ(camera->GetNormalizedIntensifierGainMin(), 0u);
-    EXPECT_EQ(camera->GetNormalizedIntensifierGainMax(), 0u);
-    EXPECT_EQ(camera->GetIntensifierGain(), 0u);
-    EXPECT_EQ(camera->GetIntensifierGainMin(), 0u);
-    EXPECT_EQ(camera->GetIntensifierGainMax(), 0u);
-    EXPECT_EQ(camera->GetNormalizedIntensifierGaindB(), 0u);
-    EXPECT_EQ(camera->GetNormalizedIntensifierGaindBMin(), 0u);
-    EXPECT_EQ(camera->GetNormalizedIntensifierGaindBMax(), 0u);
-    EXPECT_EQ(camera->GetNormalizedIntensifierGaindBResolution(), 0u);
-    EXPECT_EQ(camera->GetNormalizedIntensifierGainSignificantFigures(), 0u);
-    EXPECT_EQ(camera->SetupNormalizedIntensifiedGain(), 0);
-    EXPECT_TRUE(camera->IsSymmetricalBinningSupported());
-    EXPECT_TRUE(camera->IsSyncBSupported());
-    EXPECT_EQ(camera->GetROIMaxWidthForLVWMode(), 1u);
-    EXPECT_EQ(camera->GetROIMaxHeightForLVWMode(), 1u);
-    EXPECT_EQ(camera->GetNormalizedGainDefault(), 1u);
-    EXPECT_EQ(camera->GetTagCode(), 1);
-    EXPECT_EQ(camera->SetHorizontalBinning(1), 15);
-    EXPECT_EQ(camera->SetVerticalBinning(1), 15);
-    EXPECT_EQ(camera->SetLVWMode(false), 15);
-    EXPECT_EQ(camera->SetReadoutPort(0), 15);
-    EXPECT_EQ(camera->SetMetrolShutterDelay(50), 15);
-    EXPECT_EQ(camera->SetNormalizedIntensifierGain(1'000'000), 15);
+    for (const uint32_t model : {5u,  6u,  7u,  8u,  9u,  10u, 11u, 12u, 13u, 14u, 15u,   16u,  18u,
+                                 19u, 25u, 26u, 27u, 28u, 29u, 30u, 31u, 32u, 33u, 1001u, 1002u}) {
+        auto camera = MakeLooseCamera(model, kNewest, {});
+        for (const BaseBehaviour &base : kBaseBehaviours)
+            if (std::find(base.overriders.begin(), base.overriders.end(), model) ==
+                base.overriders.end()) {
+                EXPECT_EQ(base.call(*camera), base.result) << base.operation << " of model " << model;
+            }
+    }
 }
 
 } // namespace

@@ -103,7 +103,9 @@ TEST_F(OpenClose, IsRefusedToAnOpenCameraWithoutHarm)
 {
     auto &camera = ListOne();
     EXPECT_EQ(camera.OpenCamera(), 0);
+    EXPECT_EQ(camera.ReallocateBandwidth(4096), 0);
     EXPECT_EQ(camera.OpenCamera(), 1);
+    EXPECT_EQ(camera.GetHalCamera().packetBufferSize, 4108u);
     EXPECT_TRUE(camera.DoWeHaveExclusiveAccess());
     EXPECT_EQ(camera.SetTriggerMode(1), 0);
     EXPECT_EQ(OpenHandles(), 1u);

@@ -91,6 +91,17 @@ TEST(ReadoutFrequency, OfAnUnbinnedCameraIsCutOnASmallPacket)
     EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x04, 5 << 8)}));
 }
 
+// The shadow has the 20 MHz, failed or not, so that nothing is left to do.
+TEST(ReadoutFrequency, GoesOnAfterAFailedCut)
+{
+    RegisterCamera camera(Version(2, 2), Version(2, 2), Wire::kBroken);
+    camera.SetControl(0x04, 1 << 8);
+    EXPECT_EQ(camera.SetReadoutFrequency(30.0f), 0);
+    EXPECT_EQ(camera.GetReadoutFrequency(), 20.0f);
+    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x04, 0)}));
+    EXPECT_EQ(camera.SetReadoutFrequency(10.0f), 9);
+}
+
 TEST(ReadoutFrequency, IsNotCutOnABigPacket)
 {
     RegisterCamera slow(kNewestInformation, kNewestControl, Wire::kBroken);  // 5000 bytes
@@ -156,6 +167,17 @@ TEST(BitDepth, AFastUnbinnedReadoutIsCutFirst)
     camera.SetControl(0x04, 5 << 8);
     EXPECT_EQ(camera.SetBitDepth(8), 0);
     EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x04, 0)}));
+}
+
+TEST(BitDepth, GoesOnAfterAFailedCut)
+{
+    RegisterCamera camera(Version(2, 2), Version(2, 2), Wire::kBroken);
+    camera.SetControl(0x04, 5 << 8);
+    EXPECT_EQ(camera.SetBitDepth(8), 0);
+    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x04, 0)}));
+    camera.SetControl(0x04, 5 << 8);
+    EXPECT_EQ(camera.SetBitDepth(14), 9);
+    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x04, 0), Sent(0x04, 3 << 3)}));
 }
 
 // Byte order and compression -----------------------------------------------------------------------

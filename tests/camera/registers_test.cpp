@@ -268,20 +268,31 @@ public:
     int16_t Process(ZX::ZInImageBufferStruct *, ZX::ZOutImageBufferStruct *) override { return 31; }
     int16_t Init(uint32_t, uint32_t) override { return 0; }
     int16_t SetOutputFormat(uint32_t) override { return 0; }
-    void Reset() override { ++resets; }
+    void Reset() override
+    {
+        ++resets;
+        writesBefore = tap.CountOf(kernel::kControlAsyncWrite);
+    }
+    explicit CountingFilter(BusTap &onBus) : tap(onBus) {}
+
+    BusTap &tap;
     int resets = 0;
+    uint32_t writesBefore = 0;
 };
 
 TEST_F(Registers, AreCommittedWithOneWrite)
 {
     auto &camera = OpenOne(Describe(18, 6));
-    CountingFilter filter;
+    CountingFilter filter(tap);
     camera.GetImagePipeline()->AddFilter(&filter);
     tap.TakeReads();
+    const uint32_t writesBefore = tap.CountOf(kernel::kControlAsyncWrite);
     EXPECT_EQ(camera.UpdateSettingsOnCamera(), 0);
     EXPECT_EQ(TakeWrites(), std::vector<RegisterWrite>{CommitWrite()});
     EXPECT_TRUE(tap.TakeReads().empty());
     EXPECT_EQ(filter.resets, 1);
+    EXPECT_EQ(filter.writesBefore, writesBefore);
+    EXPECT_EQ(tap.CountOf(kernel::kControlAsyncWrite), writesBefore + 1);
     camera.GetImagePipeline()->RemoveFilter(&filter);
 }
 

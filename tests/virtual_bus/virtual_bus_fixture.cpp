@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
@@ -46,6 +47,24 @@ struct PendingRead {
     uint32_t quadlets;
 };
 
+// From where a thread leaves the driver library to where it comes back.
+class Passage {
+public:
+    using Watch = void (*)(bool isGoingIn);
+    explicit Passage(Watch watch) : m_watch(watch) { Tell(true); }
+    ~Passage() { Tell(false); }
+    Passage(const Passage &) = delete;
+    Passage &operator=(const Passage &) = delete;
+
+private:
+    void Tell(bool isGoingIn) const
+    {
+        if (m_watch != nullptr)
+            m_watch(isGoingIn);
+    }
+    Watch m_watch;
+};
+
 class TapDriver final : public kernel::KernelDriver {
 public:
     static TapDriver &Get()
@@ -73,6 +92,7 @@ public:
                                   uint32_t inSize, void *out, uint32_t outSize,
                                   kernel::Overlapped *overlapped) override
     {
+        const Passage passage(m_watch);
         if (const uint32_t error = Note(code, in, inSize, out, overlapped))
             return {kernel::Completion::kFailed, error, 0};
         const auto result = m_bus.Control(device, code, in, inSize, out, outSize, overlapped);
@@ -87,6 +107,7 @@ public:
 
     kernel::ControlResult Wait(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override
     {
+        const Passage passage(m_watch);
         const auto result = m_bus.Wait(device, overlapped);
         const auto read = Forget(overlapped);
         if (read && result.completion == kernel::Completion::kDone)
@@ -99,9 +120,11 @@ public:
     bool IsSimulated() const override { return m_bus.IsSimulated(); }
 
     std::mutex m_mutex;
+    std::atomic<Passage::Watch> m_watch{nullptr};
     std::vector<Fault> m_faults;
     uint32_t m_openError = 0;
     bool m_pretendsInUse = false;
+    bool m_pretendsFree = false;
     std::map<uint32_t, uint32_t> m_overrides;
     std::map<uint32_t, uint32_t> m_counts;
     std::vector<BusTap::Read> m_reads;
@@ -165,6 +188,8 @@ private:
         const std::lock_guard lock(m_mutex);
         if (code == kernel::kControlIsOpen && m_pretendsInUse)
             *static_cast<uint32_t *>(out) = 1;
+        if (code == kernel::kControlIsOpen && m_pretendsFree)
+            *static_cast<uint32_t *>(out) = 0;
     }
 
     // What was pending comes as the bus has it, big-endian; what was not, in host order.
@@ -261,6 +286,12 @@ void BusTap::PretendInUse(bool inUse)
     TapDriver::Get().m_pretendsInUse = inUse;
 }
 
+void BusTap::PretendFree()
+{
+    const std::lock_guard lock(TapDriver::Get().m_mutex);
+    TapDriver::Get().m_pretendsFree = true;
+}
+
 void BusTap::OverrideRegister(uint32_t address, uint32_t value)
 {
     const std::lock_guard lock(TapDriver::Get().m_mutex);
@@ -279,13 +310,17 @@ std::vector<BusTap::Read> BusTap::TakeReads()
     return std::exchange(TapDriver::Get().m_reads, {});
 }
 
+void BusTap::WatchPassages(void (*watch)(bool isGoingIn)) { TapDriver::Get().m_watch = watch; }
+
 void BusTap::Reset()
 {
     TapDriver &driver = TapDriver::Get();
+    driver.m_watch = nullptr;
     const std::lock_guard lock(driver.m_mutex);
     driver.m_faults.clear();
     driver.m_openError = 0;
     driver.m_pretendsInUse = false;
+    driver.m_pretendsFree = false;
     driver.m_overrides.clear();
     driver.m_counts.clear();
     driver.m_reads.clear();
@@ -327,6 +362,7 @@ void VirtualBusTest::TearDown()
     EXPECT_EQ(held.resourcesHandles, 0u);
     EXPECT_EQ(held.queuedBuffers, 0u);
     EXPECT_EQ(held.pendingRequests, 0u);
+    EXPECT_EQ(held.threads, 0u);
     os::SetDebugOutputForTest({});
     std::error_code ignored;
     if (!m_state->rackFile.empty())

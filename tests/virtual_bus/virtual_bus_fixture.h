@@ -49,6 +49,8 @@ public:
     void FailOpen(uint32_t systemError);
     // The is-open request answers that somebody else has the device, until `inUse` is false.
     void PretendInUse(bool inUse);
+    // It answers that nobody has the device, until Reset.
+    void PretendFree();
     // From now on the quadlet at the address reads as `value`, whatever the camera holds.
     void OverrideRegister(uint32_t address, uint32_t value);
     // Requests of this code since Reset, failed ones too.
@@ -60,6 +62,8 @@ public:
         bool operator==(const Read &) const = default;
     };
     std::vector<Read> TakeReads();
+    // Called by every thread as its request or wait passes to the bus and as it comes back; null for none.
+    void WatchPassages(void (*watch)(bool isGoingIn));
     // Forgets all of the above.
     void Reset();
 };
