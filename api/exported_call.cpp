@@ -72,12 +72,14 @@ uint32_t Exclusive::operator()(ExportedCall &call) const
 {
     if (CameraOf(handle)->DoWeHaveExclusiveAccess())
         return ZERIX_SUCCESS;
-    call.Message("Another process has this camera open.");
+    diag::ZLogMessage(call.Name(), "Another process has this camera open.");
     return ZERIX_ERROR_BAD_HANDLE;
 }
 
 uint32_t GoodSettings::operator()(ExportedCall &call) const
 {
+    if (settings == nullptr)
+        return ZERIX_ERROR_BAD_SETTINGS;
     if (!tables::IsCurrentLayout(settings))
         return tables::HasMagic(settings) ? ZERIX_SUCCESS : ZERIX_ERROR_BAD_SETTINGS;
     if (CheckForBadSettingsEx(settings))

@@ -32,7 +32,8 @@ struct Info {
     uint32_t key;
 };
 
-// A call whose lines appear only on demand. Its failures are told all the same.
+// A call whose lines appear only on demand. Its failures and whose fault they are it tells all the
+// same.
 struct TracedIf {
     bool isTraced;
 };
@@ -66,6 +67,8 @@ public:
         if (m_isTraced)
             diag::ZLogMessage(m_name, format, arguments...);
     }
+
+    [[nodiscard]] const char *Name() const { return m_name; }
 
     // Writes the end line and returns the code.
     uint32_t End(uint32_t code);
@@ -113,8 +116,8 @@ struct Exclusive {
     ZerixHandle handle;
 };
 
-// The record has been through a fill; 3. For a current record the end line carries the check's own
-// name.
+// The record isn't null and has been through a fill; 3. For a current record the end line carries
+// the check's own name.
 struct GoodSettings {
     explicit GoodSettings(const Zerix_Settings *settingsToTest) : settings(settingsToTest) {}
     uint32_t operator()(ExportedCall &call) const;

@@ -381,7 +381,9 @@ ZERIX_API uint32_t Zerix_GetParamSparseTable64(const Zerix_Settings *settings, u
  *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT, ZERIX_ERROR_INITIALISATION
  *                                 no image came
  * An image with missing data is no error of the call: frame's errorCode tells it. Blocks until the
- * image is there, with a triggered camera for as long as no trigger comes. */
+ * image is there, at most five seconds longer than twice the exposure (three times on an
+ * interlaced camera; with the wheel turning, the three colours' exposures together). When that time
+ * is over, as it is where no trigger comes, the call fails and the camera goes on streaming. */
 ZERIX_API uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame);
 ZERIX_API uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame,
                                     ZerixAsyncCallback callback, uint32_t flags, void *userPointer,
@@ -411,7 +413,7 @@ ZERIX_API uint32_t Zerix_SetFrameBuffers(ZerixHandle camera, Zerix_Frame **frame
  *   ZERIX_ERROR_BAD_PARAMETER  value is null
  *   ZERIX_ERROR_NOT_SUPPORTED  there is no such key (*value is then 0), or the camera lacks what
  *                              the key asks about
- * Doesn't block. */
+ * Doesn't block, but for zinfRegulatedCoolingLock, which waits for the camera's answer. */
 ZERIX_API uint32_t Zerix_GetInfo(ZerixHandle camera, uint32_t key, uint32_t *value);
 
 /* Gives the camera's serial number as text.

@@ -117,6 +117,26 @@ TEST_F(SettingsRecord, WithoutItsMagicEndsTheCallOnce)
     EXPECT_EQ(check(&fresh), 3u);
 }
 
+TEST_F(SettingsRecord, ThatIsNullIsNoGoodRecord)
+{
+    ExportedCall call("Zerix_Example");
+    EXPECT_EQ(call.End(call.Check(GoodSettings(nullptr))), 3u);
+    EXPECT_FALSE(CheckForBadSettingsEx(nullptr));
+}
+
+// Whose fault it is stands in the log even where the call's other lines don't.
+TEST_F(SettingsRecord, OfAnUntracedCallTellsOfAnotherProcess)
+{
+    FakeCamera &held = AddCamera();
+    held.isHeldByAnother = true;
+    held.OpenCamera();
+    ExportedCall call("Zerix_Example", TracedIf{false});
+    EXPECT_EQ(call.End(call.Check(Open(HandleOf(held)), Exclusive(HandleOf(held)))), 9u);
+    EXPECT_EQ(Take(), (Lines{"Zerix_Example - Another process has this camera open.",
+                             EndingLine("Zerix_Example", "error string not defined yet", 9)}));
+    EXPECT_EQ(diag::ZLogDepth(), 0);
+}
+
 TEST_F(SettingsRecord, OfAClosedCameraEndsTheCall)
 {
     const auto check = [](const Zerix_Settings *settings) {

@@ -47,8 +47,9 @@ TEST_F(StreamFormat0, PutsAFrameTogetherFromBlocksOfOneSubPacket)
 
 TEST_F(StreamFormat0, ReadsTheHeaderBehindTheGroupsMarker)
 {
-    camera.Send(Block(0, 0, kFourWords,
-                      {GroupStart({.word = 0x0102, .plane = 6, .time = 0x03040506, .groupBytes = 2}, {1, 2})}));
+    camera.Send(Block(
+        0, 0, kFourWords,
+        {GroupStart({.word = 0x0102, .plane = 6, .time = 0x03040506, .groupBytes = 2}, {1, 2})}));
     ASSERT_EQ(camera.frames.size(), 1u);
     EXPECT_EQ(camera.frames[0]->info.headerWord, 0x0102);
     EXPECT_EQ(camera.frames[0]->info.headerTime, 0x03040506u);
@@ -104,14 +105,16 @@ TEST_F(StreamFormat0, CountsOverTheEndOfTheNumbers)
 // Sub-packet 1 is lost: its 16 bytes are what is left of the group.
 TEST_F(StreamFormat0, FillsTheRestOfAGroup)
 {
-    camera.Send({Block(0, 1, kFourWords, {Start(1)}), Block(2, 1, kFourWords, {Second(3), Rest(4)})});
+    camera.Send(
+        {Block(0, 1, kFourWords, {Start(1)}), Block(2, 1, kFourWords, {Second(3), Rest(4)})});
     ExpectOne(1, Joined({{2, 1}, {16, 0}, {2, 3}, {10, 4}}));
 }
 
 TEST_F(StreamFormat0, FillsWholeGroups)
 {
     camera.next.size = camera.next.expected = 56;
-    camera.Send({Block(0, 1, kFourWords, {Start(1), Rest(2)}), Block(4, 1, kFourWords, {Second(3), Rest(4)})});
+    camera.Send({Block(0, 1, kFourWords, {Start(1), Rest(2)}),
+                 Block(4, 1, kFourWords, {Second(3), Rest(4)})});
     EXPECT_TRUE(camera.arrived.empty());
     camera.Send(Block(6, 1, kFourWords, {Second(5)}));
     ExpectOne(1, Joined({{2, 1}, {16, 2}, {18, 0}, {2, 3}, {16, 4}, {2, 5}}));
@@ -120,13 +123,15 @@ TEST_F(StreamFormat0, FillsWholeGroups)
 TEST_F(StreamFormat0, CountsTheLossOverTheEndOfTheNumbers)
 {
     camera.next.size = camera.next.expected = 38;
-    camera.Send({Block(254, 1, kFourWords, {Start(1), Rest(2)}), Block(2, 1, kFourWords, {Second(3)})});
+    camera.Send(
+        {Block(254, 1, kFourWords, {Start(1), Rest(2)}), Block(2, 1, kFourWords, {Second(3)})});
     ExpectOne(1, Joined({{2, 1}, {16, 2}, {18, 0}, {2, 3}}));
 }
 
 TEST_F(StreamFormat0, FillsNoFurtherThanTheFrame)
 {
-    camera.Send({Block(0, 1, kFourWords, {Start(1)}), Block(40, 1, kFourWords, {Second(3), Rest(4)})});
+    camera.Send(
+        {Block(0, 1, kFourWords, {Start(1)}), Block(40, 1, kFourWords, {Second(3), Rest(4)})});
     ExpectOne(1, Joined({{2, 1}, {28, 0}}));
 }
 
@@ -172,13 +177,35 @@ TEST_F(StreamFormat0, LeavesAPieceAtTheEndOfTheBlock)
     EXPECT_EQ(camera.frames[0]->Data(), Joined({{2, 1}, {16, 2}, {2, 3}, {10, kUntouched}}));
 }
 
+// Number 0 comes where 2 was expected, but a new count begins with it.
 TEST_F(StreamFormat0, RestartsItsCountWithTheVersion)
 {
     camera.Send(Block(0, 1, kFourWords, {Start(1), Rest(2)}));
-    camera.assembler.Cancel();
     camera.assembler.SetStreamingVersion(0);
-    camera.Send(Block(0, 1, kFourWords, {Start(1), Rest(2), Second(3), Rest(4)}));
+    camera.Send(Block(0, 1, kFourWords, {Second(3), Rest(4)}));
     ExpectOne(0, Joined({{2, 1}, {16, 2}, {2, 3}, {10, 4}}));
+}
+
+TEST_F(StreamFormat0, CopiesNothingOfAGroupWhoseStartIsBadAfterALoss)
+{
+    camera.next.size = camera.next.expected = 20;
+    Bytes bad = Second(8);
+    bad[1] = 2;
+    camera.Send({Block(0, 1, kFourWords, {Start(1)}), Block(2, 1, kFourWords, {bad, Rest(9)}),
+                 Block(4, 1, kFourWords, {Second(5)})});
+    ExpectOne(1, Joined({{2, 1}, {16, 0}, {2, 5}}));
+}
+
+// Nothing of the image is missing, yet the loss is told.
+TEST_F(StreamFormat0, TellsOfALossBetweenTheFields)
+{
+    camera.next.size = 4;
+    camera.next.expected = 2;
+    camera.next.interlaced = true;
+    camera.next.lineBytes = 2;
+    camera.Send({Block(0, 0, kFourWords, {GroupStart({.groupBytes = 2}, {1, 2})}),
+                 Block(2, 0, kFourWords, {GroupStart({.field = 0, .groupBytes = 2}, {3, 4})})});
+    ExpectOne(1, {1, 2, 3, 4});
 }
 
 TEST_F(StreamFormat0, ClosesAFrameThatIsLongerThanItsBuffer)
