@@ -1,5 +1,5 @@
-// The frame assembler on recorded packets against a memcpy of the same payloads, and the turn of an image
-// against a memcpy of the frame. Only ratios within one run count.
+// The frame assembler on recorded packets against a memcpy of the same payloads, and the turn of an
+// image against a memcpy of the frame. Only ratios within one run count.
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -35,7 +35,8 @@ struct Recording {
 
     void AddPacket(const Bytes &packet)
     {
-        packets.push_back({static_cast<uint32_t>(bytes.size()), static_cast<uint32_t>(packet.size())});
+        packets.push_back(
+            {static_cast<uint32_t>(bytes.size()), static_cast<uint32_t>(packet.size())});
         bytes.insert(bytes.end(), packet.begin(), packet.end());
     }
 };
@@ -43,7 +44,17 @@ struct Recording {
 // On the wire: number, tag 1, time, depth 16, field 1, bytes of a group.
 Bytes WireHeader(uint32_t groupBytes)
 {
-    return {0, 1, 1, 0, 0, 0, 0, 1, 15, 1, static_cast<uint8_t>(groupBytes >> 8),
+    return {0,
+            1,
+            1,
+            0,
+            0,
+            0,
+            0,
+            1,
+            15,
+            1,
+            static_cast<uint8_t>(groupBytes >> 8),
             static_cast<uint8_t>(groupBytes)};
 }
 
@@ -53,8 +64,14 @@ Recording RecordPositioned(uint32_t frameBytes, uint32_t packetBytes)
     recording.frameBytes = frameBytes;
     for (uint32_t position = 0; position < frameBytes;) {
         const bool isFirst = position == 0;
-        Bytes packet = {static_cast<uint8_t>(isFirst ? 2 : 0), 1, 0, 1, 0, static_cast<uint8_t>(position >> 16),
-                        static_cast<uint8_t>(position >> 8), static_cast<uint8_t>(position)};
+        Bytes packet = {static_cast<uint8_t>(isFirst ? 2 : 0),
+                        1,
+                        0,
+                        1,
+                        0,
+                        static_cast<uint8_t>(position >> 16),
+                        static_cast<uint8_t>(position >> 8),
+                        static_cast<uint8_t>(position)};
         if (isFirst) {
             const Bytes header = WireHeader(0);
             packet.insert(packet.end(), header.begin(), header.end());
@@ -84,7 +101,8 @@ Recording RecordBlocks(uint32_t frameBytes, uint32_t packetBytes)
         const Bytes header = WireHeader(groupBytes);
         block.insert(block.end(), header.begin(), header.end());
         block.resize(8 + subPacket * kSubPacketsPerGroup, 0x55);
-        recording.pixels.push_back({base + 8 + kGroupLead, std::min(groupBytes, frameBytes - position)});
+        recording.pixels.push_back(
+            {base + 8 + kGroupLead, std::min(groupBytes, frameBytes - position)});
         recording.AddPacket(block);
         number = static_cast<uint8_t>(number + kSubPacketsPerGroup);
     }
@@ -93,7 +111,8 @@ Recording RecordBlocks(uint32_t frameBytes, uint32_t packetBytes)
 
 Recording Record(int64_t format, uint32_t frameBytes, uint32_t packetBytes)
 {
-    return format == 0 ? RecordBlocks(frameBytes, packetBytes) : RecordPositioned(frameBytes, packetBytes);
+    return format == 0 ? RecordBlocks(frameBytes, packetBytes)
+                       : RecordPositioned(frameBytes, packetBytes);
 }
 
 struct Target {
@@ -112,19 +131,24 @@ struct Target {
     int64_t frames = 0;
 };
 
-template <typename Work> void TimeIt(benchmark::State &state, Work work)
+template <typename Work>
+void TimeIt(benchmark::State &state, Work work)
 {
     const auto begin = std::chrono::steady_clock::now();
     work();
     benchmark::ClobberMemory();
-    state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
+    state.SetIterationTime(
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
 }
 
 uint32_t FrameBytes(const benchmark::State &state) { return static_cast<uint32_t>(state.range(1)); }
-uint32_t PacketBytes(const benchmark::State &state) { return static_cast<uint32_t>(state.range(2)); }
+uint32_t PacketBytes(const benchmark::State &state)
+{
+    return static_cast<uint32_t>(state.range(2));
+}
 
-// The assembler changes the packets, so every round has fresh ones. Format 2 is format 1 and the turn,
-// which is measured by itself.
+// The assembler changes the packets, so every round has fresh ones. Format 2 is format 1 and the
+// turn, which is measured by itself.
 void Assemble(benchmark::State &state)
 {
     const Recording recording = Record(state.range(0), FrameBytes(state), PacketBytes(state));
@@ -140,7 +164,8 @@ void Assemble(benchmark::State &state)
                 assembler.Packet(packets.data() + packet.begin, packet.length);
         });
     }
-    if (target.frames != static_cast<int64_t>(state.iterations()) || target.info.status != kFrameGood)
+    if (target.frames != static_cast<int64_t>(state.iterations()) ||
+        target.info.status != kFrameGood)
         state.SkipWithError("a frame was not assembled");
     state.SetBytesProcessed(state.iterations() * recording.frameBytes);
 }
@@ -165,13 +190,13 @@ void CopyPayloads(benchmark::State &state)
 
 // Aligned as the driver's frame buffers are.
 struct FrameDeleter {
-    void operator()(uint8_t *buffer) const { ::operator delete(buffer, std::align_val_t{64}); }
+    void operator()(uint8_t *buffer) const { ::operator delete (buffer, std::align_val_t{64}); }
 };
 std::unique_ptr<uint8_t, FrameDeleter> MakeFrame(int64_t bytes)
 {
     const auto size = static_cast<size_t>(bytes);
     std::unique_ptr<uint8_t, FrameDeleter> frame(
-        static_cast<uint8_t *>(::operator new(size, std::align_val_t{64})));
+        static_cast<uint8_t *>(::operator new (size, std::align_val_t{64})));
     std::memset(frame.get(), 0x55, size);
     return frame;
 }
@@ -180,7 +205,8 @@ void Turn(benchmark::State &state)
 {
     const auto frame = MakeFrame(state.range(0));
     for (auto _ : state)
-        TimeIt(state, [&] { TurnImage(frame.get(), static_cast<uint32_t>(state.range(0) / 2), 2); });
+        TimeIt(state,
+               [&] { TurnImage(frame.get(), static_cast<uint32_t>(state.range(0) / 2), 2); });
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 
@@ -189,7 +215,8 @@ void CopyFrame(benchmark::State &state)
     const auto frame = MakeFrame(state.range(0));
     const auto copy = MakeFrame(state.range(0));
     for (auto _ : state)
-        TimeIt(state, [&] { std::memcpy(copy.get(), frame.get(), static_cast<size_t>(state.range(0))); });
+        TimeIt(state,
+               [&] { std::memcpy(copy.get(), frame.get(), static_cast<size_t>(state.range(0))); });
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 

@@ -1,5 +1,6 @@
-// From recorded packets through the receive thread, the run loop and the grab into the application's
-// buffer, against one memcpy of the same frame; and what listing, opening and closing a camera takes.
+// From recorded packets through the receive thread, the run loop and the grab into the
+// application's buffer, against one memcpy of the same frame; and what listing, opening and closing
+// a camera takes.
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -35,7 +36,12 @@ void Require(uint32_t error, const char *what)
     std::abort();
 }
 
-void Discard(ZX::ZImageReceivedCallbackStruct *record) { ZX::ZCamera::FreeImage(record->image); }
+// A frame that came before the grab was ready for it: it gets another.
+void Discard(ZX::ZImageReceivedCallbackStruct *record)
+{
+    ZX::ZCamera::FreeImage(record->image);
+    Replay().LetThrough(1);
+}
 
 ZerixHandle OpenFirst()
 {

@@ -32,6 +32,7 @@ void ReplayDriver::Record(const RecordedStream &stream)
     m_position = 0;
     m_inFrame = false;
     m_ended = false;
+    m_framesLeft = 0;
 }
 
 void ReplayDriver::LetThrough(uint32_t frames)
@@ -57,11 +58,14 @@ ControlResult ReplayDriver::Control(kernel::DeviceHandle device, uint32_t code, 
                                     uint32_t inSize, void *out, uint32_t outSize,
                                     kernel::Overlapped *overlapped)
 {
+    if (code == kernel::kControlDetachBuffers)
+        EndQueue();
     if (code != kernel::kControlQueueBuffer)
         return m_bus.Control(device, code, in, inSize, out, outSize, overlapped);
     const std::lock_guard lock(m_mutex);
-    m_queue.push_back(
-        {overlapped, static_cast<uint8_t *>(out), outSize / kernel::kSlotsPerBuffer});
+    if (m_queue.empty())
+        m_ended = false; // a stream begins
+    m_queue.push_back({overlapped, static_cast<uint8_t *>(out), outSize / kernel::kSlotsPerBuffer});
     return {Completion::kPending, 0, 0};
 }
 
@@ -131,13 +135,18 @@ uint32_t ReplayDriver::WritePacket(uint8_t *payload)
     return lead + data + kTrailerBytes;
 }
 
-void ReplayDriver::CancelPending(kernel::DeviceHandle device)
+void ReplayDriver::EndQueue()
 {
     {
         const std::lock_guard lock(m_mutex);
         m_ended = true;
     }
     m_wake.notify_all();
+}
+
+void ReplayDriver::CancelPending(kernel::DeviceHandle device)
+{
+    EndQueue();
     m_bus.CancelPending(device);
 }
 

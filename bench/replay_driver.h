@@ -1,13 +1,13 @@
-// The virtual bus with a recorded stream in place of its own: every receive buffer comes back at once
-// with the packets of the next frames. Only the packets' headers and trailers are written anew, so
-// that a benchmark pays for no copy that isn't the driver's. Frames are let through one by one.
+// The virtual bus with a recorded stream in place of its own: every receive buffer comes back at
+// once with the packets of the next frames. Only the packets' headers and trailers are written
+// anew, so that a benchmark pays for no copy that isn't the driver's. Frames are let through one by
+// one.
 #pragma once
 
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <mutex>
-#include <set>
 
 #include "hal/kernel_driver.h"
 
@@ -34,7 +34,8 @@ public:
     kernel::ControlResult Control(kernel::DeviceHandle device, uint32_t code, const void *in,
                                   uint32_t inSize, void *out, uint32_t outSize,
                                   kernel::Overlapped *overlapped) override;
-    kernel::ControlResult Wait(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override;
+    kernel::ControlResult Wait(kernel::DeviceHandle device,
+                               kernel::Overlapped *overlapped) override;
     void CancelPending(kernel::DeviceHandle device) override;
     void Close(kernel::DeviceHandle device) override;
     bool IsSimulated() const override { return true; }
@@ -46,6 +47,7 @@ private:
         uint32_t slotBytes;
     };
 
+    void EndQueue();
     void Fill(const Queued &queued);
     uint32_t WritePacket(uint8_t *payload);
 

@@ -1,5 +1,5 @@
-// From the devices on the bus to camera objects: one of the class that fits the model for each, read,
-// brought to its default state and closed again. Not beside other calls on the same list.
+// From the devices on the bus to camera objects: one of the class that fits the model for each,
+// read, brought to its default state and closed again. Not beside other calls on the same list.
 #include <memory>
 #include <vector>
 
@@ -33,8 +33,8 @@ struct CameraEnder {
 };
 using OwnedCamera = std::unique_ptr<TolvaneFWCamera, CameraEnder>;
 
-// The devices of a listing. Whatever no camera object has taken is released at the end, whichever way
-// the listing ends.
+// The devices of a listing. Whatever no camera object has taken is released at the end, whichever
+// way the listing ends.
 class DeviceArray {
 public:
     DeviceArray() = default;
@@ -73,16 +73,17 @@ uint16_t ReadMasqueradedModel(ZCamera &camera, uint16_t *model)
     return kStatusOk;
 }
 
-// Builds the object of the class that settles: a camera that is to be treated as another model is built
-// once more, from the same device.
+// Builds the object of the class that settles: a camera that is to be treated as another model is
+// built once more, from the same device.
 uint16_t BuildCamera(HALCamera &device, OwnedCamera *built)
 {
     for (;;) {
         if (device.kind > 1)
             return kStatusUnknownKind;
-        OwnedCamera camera(zerix::models::MakeCamera(device, device.modelWord >> kModelShift).release());
+        OwnedCamera camera(
+            zerix::models::MakeCamera(device, device.modelWord >> kModelShift).release());
         void *const record = device.device;
-        device.device = nullptr;  // the object's, from here on
+        device.device = nullptr; // the object's, from here on
         if (camera->IsCameraOpen()) {
             *built = std::move(camera);
             return kStatusOk;

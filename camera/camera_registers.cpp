@@ -1,5 +1,6 @@
-// The register blocks: reading them, the control block's shadow with its writes, and the commit. Setters
-// write on the caller's thread, without a lock; the commit takes the settings and the frame queue.
+// The register blocks: reading them, the control block's shadow with its writes, and the commit.
+// Setters write on the caller's thread, without a lock; the commit takes the settings and the frame
+// queue.
 #include <cinttypes>
 #include <cstdio>
 #include <string>
@@ -44,7 +45,10 @@ uint32_t ReadWords(const HALCamera &camera, RegisterBlock &block)
 
 } // namespace
 
-uint16_t TolvaneFWCamera::ReportHalError(uint32_t halError) { return zerix::ReportHalError(halError); }
+uint16_t TolvaneFWCamera::ReportHalError(uint32_t halError)
+{
+    return zerix::ReportHalError(halError);
+}
 
 uint16_t TolvaneFWCamera::ReadVersionWord(RegisterBlock &block)
 {
@@ -57,7 +61,8 @@ uint16_t TolvaneFWCamera::ReadRegisterSet(RegisterBlock &block)
     uint32_t error = ReadVersion(halCamera, block);
     if (error == HAL_NO_ERROR)
         error = ReadWords(halCamera, block);
-    return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : static_cast<uint16_t>(HAL_TranslateError(error));
+    return error == HAL_NO_ERROR ? uint16_t{kStatusOk}
+                                 : static_cast<uint16_t>(HAL_TranslateError(error));
 }
 
 // The status block is read twice: its version first, which tells whether it is there.
@@ -90,8 +95,8 @@ uint64_t TolvaneFWCamera::Control64(Field high, Field low) const
     return zerix::registers::Join(Control(high), Control(low));
 }
 
-bool TolvaneFWCamera::CheckVersionAtLeast(uint16_t haveMajor, uint16_t haveMinor, uint16_t needMajor,
-                                          uint16_t needMinor)
+bool TolvaneFWCamera::CheckVersionAtLeast(uint16_t haveMajor, uint16_t haveMinor,
+                                          uint16_t needMajor, uint16_t needMinor)
 {
     return zerix::registers::IsVersionAtLeast(haveMajor, haveMinor, needMajor, needMinor);
 }
@@ -101,10 +106,11 @@ bool TolvaneFWCamera::CheckConfigRegVersion(uint16_t major, uint16_t minor) cons
     return informationBlock.IsAtLeast(major, minor);
 }
 
-bool TolvaneFWCamera::HasCapability(zerix::registers::Capability capability, uint16_t sinceMinor) const
+bool TolvaneFWCamera::HasCapability(zerix::registers::Capability capability,
+                                    uint16_t sinceMinor) const
 {
-    const Field bit{zerix::registers::information::kCapabilitiesOffset, static_cast<uint32_t>(capability),
-                    1};
+    const Field bit{zerix::registers::information::kCapabilitiesOffset,
+                    static_cast<uint32_t>(capability), 1};
     return CheckConfigRegVersion(2, sinceMinor) && Information(bit) != 0;
 }
 
@@ -172,8 +178,8 @@ uint16_t TolvaneFWCamera::UpdateSettingsOnCamera()
             return status;
     if (!restartStreaming)
         return kStatusOk;
-    const uint16_t status =
-        StartStreamingImages(streamingCallback, exposeDoneCallback, isExternalBuffered, callbackUserData);
+    const uint16_t status = StartStreamingImages(streamingCallback, exposeDoneCallback,
+                                                 isExternalBuffered, callbackUserData);
     restartStreaming = false;
     return status;
 }
@@ -193,8 +199,8 @@ uint16_t TolvaneFWCamera::TakeOverMiscCtrl()
 void TolvaneFWCamera::PrintOutControlRegisters()
 {
     const uint32_t count = controlBlock.WordCount();
-    std::string text = "---\nLength in control registers: " + std::to_string(count) +
-                       "\nControl registers: ";
+    std::string text =
+        "---\nLength in control registers: " + std::to_string(count) + "\nControl registers: ";
     for (uint32_t index = 0; index < count; ++index) {
         char word[12];
         std::snprintf(word, sizeof word, "%08" PRIx32 " ", controlBlock.Word(index * 4));

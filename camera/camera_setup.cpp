@@ -1,6 +1,6 @@
-// The default state of a fresh camera. The shadow of the control block is never read from the camera: it
-// begins as zeros, and then everything is set, in an order that the cameras' firmware relies on. What a
-// short control block has no word for is left out.
+// The default state of a fresh camera. The shadow of the control block is never read from the
+// camera: it begins as zeros, and then everything is set, in an order that the cameras' firmware
+// relies on. What a short control block has no word for is left out.
 #include "camera/tolvane_fw_camera.h"
 #include "image/z_image_pipeline.h"
 
@@ -11,13 +11,14 @@ namespace information = zerix::registers::information;
 namespace {
 
 constexpr uint16_t kGainCannotBeSetUp = kStatusGainNotConverted;
-constexpr uint64_t kRedExposure = 28'100'000;   // nanoseconds
+constexpr uint64_t kRedExposure = 28'100'000; // nanoseconds
 constexpr uint64_t kBlueExposure = 34'900'000;
 constexpr uint32_t kFastestFan = 4;
 constexpr uint32_t kSubVoltageScale = 1000;
 
 // Runs the steps in order, up to the first that fails.
-template <typename... Steps> uint16_t RunInOrder(Steps... steps)
+template <typename... Steps>
+uint16_t RunInOrder(Steps... steps)
 {
     uint16_t status = kStatusOk;
     const auto failed = [&status](uint16_t result) {
@@ -53,29 +54,32 @@ uint16_t TolvaneFWCamera::SetupControlRegisters(uint32_t address)
     controlBlock.FillWithZeros();
     return RunInOrder([this] { return ReleaseTweakedRegion(); },
                       [this] { return SetPSN(static_cast<uint8_t>(halCamera.cameraIndex)); },
-                      [this] { return SetupMode(); },
-                      [this] { return SetupRegion(); },
+                      [this] { return SetupMode(); }, [this] { return SetupRegion(); },
                       [this] { return SetupExposures(); },
                       // By way of 2, so that 1 is written whatever the camera had.
                       [this] { return SetSymmetricalBinning(2); },
                       [this] { return SetSymmetricalBinning(1); },
                       [this] { return SetupFeatures(); },
-                      [this] { SetupVoltages(); return uint16_t{kStatusOk}; },
+                      [this] {
+                          SetupVoltages();
+                          return uint16_t{kStatusOk};
+                      },
                       [this] { return SetupReadoutPort(); },
-                      [this] { imageFlag = false; return SetBigEndian(false); },
+                      [this] {
+                          imageFlag = false;
+                          return SetBigEndian(false);
+                      },
                       [this] { return UpdateSettingsOnCamera(); });
 }
 
-// MiscCtrl decides how large the sensor is, so it comes before all that depends on the size, and with the
-// smallest region, which fits any.
+// MiscCtrl decides how large the sensor is, so it comes before all that depends on the size, and
+// with the smallest region, which fits any.
 uint16_t TolvaneFWCamera::ReleaseTweakedRegion()
 {
     if (!IsTweekingRegisterSupported())
         return kStatusOk;
-    return RunInOrder([this] { return SetROIX(1); },
-                      [this] { return SetROIY(1); },
-                      [this] { return SetROIHeight(1); },
-                      [this] { return SetROIWidth(1); },
+    return RunInOrder([this] { return SetROIX(1); }, [this] { return SetROIY(1); },
+                      [this] { return SetROIHeight(1); }, [this] { return SetROIWidth(1); },
                       [this] { return SetMiscCtrlAd(GetMiscCtrlDefAd()); },
                       [this] { return Commit(); },
                       [this] { return ReadRegisterSet(informationBlock); });
@@ -83,34 +87,31 @@ uint16_t TolvaneFWCamera::ReleaseTweakedRegion()
 
 uint16_t TolvaneFWCamera::SetupMode()
 {
-    return RunInOrder([this] { return SetCompression(0); },
-                      [this] { return SetReadoutFrequency(GetReadoutFrequencyDefault()); },
-                      [this] { return SetBitDepth(8); },
-                      [this] { return SetNormalizedGain(1'000'000); },
-                      [this] { return SetAbsoluteOffset(0); },
-                      [this] { return SetTriggerMode(0); });
+    return RunInOrder(
+        [this] { return SetCompression(0); },
+        [this] { return SetReadoutFrequency(GetReadoutFrequencyDefault()); },
+        [this] { return SetBitDepth(8); }, [this] { return SetNormalizedGain(1'000'000); },
+        [this] { return SetAbsoluteOffset(0); }, [this] { return SetTriggerMode(0); });
 }
 
 // By way of a region of one pixel, so that each field is written at least once.
 uint16_t TolvaneFWCamera::SetupRegion()
 {
-    return RunInOrder([this] { return SetROIX(1); },
-                      [this] { return SetROIY(1); },
-                      [this] { return SetROIHeight(1); },
-                      [this] { return SetROIWidth(1); },
-                      [this] { return SetROIX(0); },
-                      [this] { return SetROIY(0); },
+    return RunInOrder([this] { return SetROIX(1); }, [this] { return SetROIY(1); },
+                      [this] { return SetROIHeight(1); }, [this] { return SetROIWidth(1); },
+                      [this] { return SetROIX(0); }, [this] { return SetROIY(0); },
                       [this] { return SetROIHeight(GetCCDHeight()); },
                       [this] { return SetROIWidth(GetCCDWidth()); });
 }
 
 uint16_t TolvaneFWCamera::SetupExposures()
 {
-    return RunInOrder([this] { return SetExposure(GetDefaultExposure()); },
-                      [this] { return SetRGBFilterDelays(Information(information::kRgbFilterDelays)); },
-                      [this] { return SetRGBFilterStartColour(0); },
-                      [this] { return SetRGBFilterRedExposure(kRedExposure); },
-                      [this] { return SetRGBFilterBlueExposure(kBlueExposure); });
+    return RunInOrder(
+        [this] { return SetExposure(GetDefaultExposure()); },
+        [this] { return SetRGBFilterDelays(Information(information::kRgbFilterDelays)); },
+        [this] { return SetRGBFilterStartColour(0); },
+        [this] { return SetRGBFilterRedExposure(kRedExposure); },
+        [this] { return SetRGBFilterBlueExposure(kBlueExposure); });
 }
 
 uint16_t TolvaneFWCamera::SetupFeatures()
@@ -126,8 +127,9 @@ uint16_t TolvaneFWCamera::SetupFeatures()
                     [this] { return SetVClockPeriod(GetVClockPeriodDefault()); }),
         ifSupported(IsSyncBSupported(), [this] { return SetSyncBMode(1); }),
         ifSupported(IsEMGainAvailable(), [this] { return SetEMGain(GetEMGainDefault()); }),
-        ifSupported(IsIntensifierAvailable(),
-                    [this] { return SetNormalizedIntensifierGain(GetNormalizedIntensifierGainMin()); }),
+        ifSupported(
+            IsIntensifierAvailable(),
+            [this] { return SetNormalizedIntensifierGain(GetNormalizedIntensifierGainMin()); }),
         ifSupported(IsFanControlAvailable(), [this] { return SetFanSpeed(kFastestFan); }),
         ifSupported(IsRGBFilterSupported(), [this] { return SetRGBFilterActive(true); }),
         ifSupported(IsShutterCloseDelayAvailable(),

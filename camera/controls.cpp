@@ -1,5 +1,5 @@
-// Shutter, fan, mode bits, channel calibration, the frames' tag, and the length of the frame queue. On
-// the caller's thread, without a lock; a commit makes a change effective.
+// Shutter, fan, mode bits, channel calibration, the frames' tag, and the length of the frame queue.
+// On the caller's thread, without a lock; a commit makes a change effective.
 #include "camera/tolvane_fw_camera.h"
 
 namespace ZX {
@@ -22,7 +22,8 @@ uint32_t ShutterDelayOf(uint32_t counts) { return static_cast<uint32_t>(counts *
 
 uint32_t TolvaneFWCamera::GetShutterCloseDelay()
 {
-    return IsShutterCloseDelayAvailable() ? ShutterDelayOf(Control(control::kShutterCloseDelay)) : 0;
+    return IsShutterCloseDelayAvailable() ? ShutterDelayOf(Control(control::kShutterCloseDelay))
+                                          : 0;
 }
 
 uint16_t TolvaneFWCamera::SetShutterCloseDelay(uint32_t delay)

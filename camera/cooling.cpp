@@ -1,5 +1,5 @@
-// The cooler and its regulation. Temperatures are whole degrees Celsius; the registers count from -55
-// degrees in steps of about a fortieth. On the caller's thread, without a lock.
+// The cooler and its regulation. Temperatures are whole degrees Celsius; the registers count from
+// -55 degrees in steps of about a fortieth. On the caller's thread, without a lock.
 #include "camera/tolvane_fw_camera.h"
 #include "camera/truncated.h"
 

@@ -44,10 +44,14 @@ uint32_t TolvaneFWCamera::Get100XEmGain(uint32_t readoutIndex)
     if (!IsEMGainAvailable())
         return 0;
     switch (readoutIndex) {
-    case 0: return Information(information::k100XEmGain20);
-    case 1: return Information(information::k100XEmGain10);
-    case 7: return Information(information::k100XEmGain40);
-    default: return 0;
+    case 0:
+        return Information(information::k100XEmGain20);
+    case 1:
+        return Information(information::k100XEmGain10);
+    case 7:
+        return Information(information::k100XEmGain40);
+    default:
+        return 0;
     }
 }
 
@@ -60,7 +64,8 @@ uint16_t TolvaneFWCamera::SetKeelEmMode(bool on)
 {
     if (on == GetKeelEmMode())
         return kStatusOk;
-    return IsKeelEmModeSupported() ? WriteField(control::kKeelEm, on) : uint16_t{kStatusNotSupported};
+    return IsKeelEmModeSupported() ? WriteField(control::kKeelEm, on)
+                                   : uint16_t{kStatusNotSupported};
 }
 
 bool TolvaneFWCamera::GetLockedGainMode()

@@ -1,5 +1,5 @@
-// Exposure times, in nanoseconds throughout. Version 1 of the blocks counts microseconds in one word;
-// later versions hold 64 bits, the upper half where the microseconds were.
+// Exposure times, in nanoseconds throughout. Version 1 of the blocks counts microseconds in one
+// word; later versions hold 64 bits, the upper half where the microseconds were.
 #include <algorithm>
 #include <limits>
 

@@ -1,5 +1,5 @@
-// The factory's window on the information block. It needs a longer time limit of the bus than a live
-// connection grants, so that it is closed on those.
+// The factory's window on the information block. It needs a longer time limit of the bus than a
+// live connection grants, so that it is closed on those.
 #include "camera/factory_data.h"
 
 #include "camera/tolvane_fw_camera.h"
@@ -64,7 +64,8 @@ uint16_t TolvaneFWCamera::TransferFactoryData(uint32_t operation, uint32_t *buff
     return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
 }
 
-uint16_t TolvaneFWCamera::WriteFactoryData(const uint32_t *words, uint32_t length, uint32_t checksum)
+uint16_t TolvaneFWCamera::WriteFactoryData(const uint32_t *words, uint32_t length,
+                                           uint32_t checksum)
 {
     if (zerix::FactoryChecksum({words, length}) != checksum)
         return kRefused;

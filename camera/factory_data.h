@@ -1,5 +1,5 @@
-// What the factory writes to a camera's information block: its checksum, and the pieces it goes in. Pure;
-// any thread.
+// What the factory writes to a camera's information block: its checksum, and the pieces it goes in.
+// Pure; any thread.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,8 @@ struct FactoryPiece {
     bool operator==(const FactoryPiece &) const = default;
 };
 
-// Short data go in one piece. Longer data leave out the words between, which the camera keeps itself.
+// Short data go in one piece. Longer data leave out the words between, which the camera keeps
+// itself.
 [[nodiscard]] std::vector<FactoryPiece> FactoryPieces(uint32_t words);
 
 } // namespace zerix

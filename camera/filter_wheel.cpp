@@ -1,5 +1,5 @@
-// The colour filter wheel in front of a monochrome sensor: whether it turns, where it begins, and the
-// exposures of its other two filters. On the caller's thread, without a lock.
+// The colour filter wheel in front of a monochrome sensor: whether it turns, where it begins, and
+// the exposures of its other two filters. On the caller's thread, without a lock.
 #include "camera/tolvane_fw_camera.h"
 
 namespace ZX {

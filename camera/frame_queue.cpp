@@ -9,7 +9,10 @@ namespace zerix {
 namespace {
 
 // Acquire: what the receive thread wrote to the frame is seen here.
-bool IsFinished(const tStFrameInfo &frame) { return frame.finished.load(std::memory_order_acquire); }
+bool IsFinished(const tStFrameInfo &frame)
+{
+    return frame.finished.load(std::memory_order_acquire);
+}
 
 void Clear(FrameRecord &record)
 {

@@ -1,5 +1,5 @@
-// The frames on their way from the receive thread to the run loop, and their records, which are used
-// again. A queue isn't locked: whoever uses it holds the camera's frameQueueSemaphore.
+// The frames on their way from the receive thread to the run loop, and their records, which are
+// used again. A queue isn't locked: whoever uses it holds the camera's frameQueueSemaphore.
 #pragma once
 
 #include <array>
@@ -12,9 +12,9 @@ namespace zerix {
 
 // A frame in work with what only the camera needs to know of it. All frames of a camera are such.
 struct FrameRecord : tStFrameInfo {
-    bool ownsData;      // false for a buffer of the application
-    uint32_t session;   // the start of streaming that it belongs to
-    FrameRecord *next;  // while it waits for its next use
+    bool ownsData;     // false for a buffer of the application
+    uint32_t session;  // the start of streaming that it belongs to
+    FrameRecord *next; // while it waits for its next use
 };
 
 inline FrameRecord &RecordOf(tStFrameInfo &frame) { return static_cast<FrameRecord &>(frame); }
@@ -57,11 +57,14 @@ public:
     void MarkAllStale();
 
 private:
-    [[nodiscard]] tStFrameInfo *&At(uint32_t index) { return m_frames[(m_back + index) % kCapacity]; }
+    [[nodiscard]] tStFrameInfo *&At(uint32_t index)
+    {
+        return m_frames[(m_back + index) % kCapacity];
+    }
     tStFrameInfo *Take(uint32_t index);
 
     std::array<tStFrameInfo *, kCapacity> m_frames{};
-    uint32_t m_back = 0;   // place of the oldest
+    uint32_t m_back = 0; // place of the oldest
     uint32_t m_count = 0;
 };
 

@@ -1,5 +1,6 @@
-// Analogue gain, its offset, and the electron-multiplying gain. Setters change a register at once; a
-// commit makes it effective. None of them stops the stream. On the caller's thread, without a lock.
+// Analogue gain, its offset, and the electron-multiplying gain. Setters change a register at once;
+// a commit makes it effective. None of them stops the stream. On the caller's thread, without a
+// lock.
 #include <algorithm>
 
 #include "camera/gain_curve.h"
@@ -14,12 +15,10 @@ namespace information = zerix::registers::information;
 namespace {
 
 constexpr uint32_t kMillion = 1000000;
-constexpr uint32_t kCountsWithoutLimits = 4095; // what cameras before 2.0, which tell no limit, allow
+constexpr uint32_t kCountsWithoutLimits =
+    4095; // what cameras before 2.0, which tell no limit, allow
 
-bool IsRatio(const zerix::GainRecord &record)
-{
-    return record.curveType >= gain::kRatioCurve;
-}
+bool IsRatio(const zerix::GainRecord &record) { return record.curveType >= gain::kRatioCurve; }
 
 } // namespace
 
@@ -58,8 +57,8 @@ double TolvaneFWCamera::GetNormalizedGaindBDR()
 }
 
 // Conversions ------------------------------------------------------------------------------------
-// The ratio curve is not scaled by the million in both directions. The values that come out are what
-// such boards are driven with.
+// The ratio curve is not scaled by the million in both directions. The values that come out are
+// what such boards are driven with.
 
 uint32_t TolvaneFWCamera::ConvertGainToNormGain(uint32_t counts)
 {
@@ -206,7 +205,8 @@ uint32_t TolvaneFWCamera::GetOffsetMin()
 
 uint32_t TolvaneFWCamera::GetOffsetMax()
 {
-    return CheckConfigRegVersion(2, 0) ? Information(information::kOffsetMax) : kCountsWithoutLimits;
+    return CheckConfigRegVersion(2, 0) ? Information(information::kOffsetMax)
+                                       : kCountsWithoutLimits;
 }
 
 int32_t TolvaneFWCamera::ConvertOffsetToAbsoluteOffset(uint32_t offset)

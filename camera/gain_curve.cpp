@@ -14,9 +14,10 @@ namespace {
 
 constexpr double kMillion = 1000000.0;
 
-// Piecewise curve ----------------------------------------------------------------------------------
-// Four straight lines in decibels. The outer two are the ends of the amplifier's control range, where
-// its response is almost flat.
+// Piecewise curve
+// ---------------------------------------------------------------------------------- Four straight
+// lines in decibels. The outer two are the ends of the amplifier's control range, where its
+// response is almost flat.
 
 constexpr double kFlatSlope = 7.518e-06;
 constexpr double kLowSlope = 0.007517812;
@@ -48,7 +49,8 @@ double PiecewisedB(uint32_t counts, double above)
     return above;
 }
 
-// A default beyond the register counts as the low knee, not as the top: the two tables differ there.
+// A default beyond the register counts as the low knee, not as the top: the two tables differ
+// there.
 double PiecewiseDefaultdB(const GainRecord &record)
 {
     return PiecewisedB(record.gainDefault, kLowKneedB);
@@ -72,7 +74,8 @@ double PiecewiseCounts(double decibels)
     return kMaximumCounts;
 }
 
-// Curve that is linear in decibels -----------------------------------------------------------------
+// Curve that is linear in decibels
+// -----------------------------------------------------------------
 
 double DecibelsOf(const GainRecord &record, uint32_t counts)
 {
@@ -84,7 +87,8 @@ double DefaultDecibels(const GainRecord &record)
     return record.gainDACRange == 0 ? 0.0 : DecibelsOf(record, record.gainDefault);
 }
 
-// Normalised gain ----------------------------------------------------------------------------------
+// Normalised gain
+// ----------------------------------------------------------------------------------
 
 int32_t MicrodecibelsOfFactor(double factor)
 {
@@ -119,7 +123,8 @@ uint32_t ClampedNormGain(const GainRecord &record, uint64_t normGain)
     return std::max(notAbove, record.normGainMin);
 }
 
-// Limits -------------------------------------------------------------------------------------------
+// Limits
+// -------------------------------------------------------------------------------------------
 
 std::optional<int32_t> LimitdB(const GainRecord &record, uint32_t counts)
 {
@@ -141,8 +146,8 @@ int32_t TowardZero(int32_t microdecibels, uint32_t resolution)
 uint32_t HighestNormGain(const GainRecord &record)
 {
     const uint64_t rounded = RoundedToStep(FactorOf(record.dBMax), record.significantFigures);
-    auto normGain = static_cast<uint32_t>(
-        std::min<uint64_t>(rounded, std::numeric_limits<uint32_t>::max()));
+    auto normGain =
+        static_cast<uint32_t>(std::min<uint64_t>(rounded, std::numeric_limits<uint32_t>::max()));
     while (normGain > 0 && MicrodecibelsOf(normGain) > record.dBMax)
         normGain -= std::min(normGain, SignificantStep(normGain, record.significantFigures));
     return normGain;
@@ -154,7 +159,8 @@ uint32_t LowestNormGain(const GainRecord &record)
     uint32_t normGain = FactorOf(record.dBMin);
     normGain -= normGain % SignificantStep(normGain, record.significantFigures);
     while (normGain < kMost && MicrodecibelsOf(normGain) < record.dBMin)
-        normGain += std::min(kMost - normGain, SignificantStep(normGain, record.significantFigures));
+        normGain +=
+            std::min(kMost - normGain, SignificantStep(normGain, record.significantFigures));
     return normGain;
 }
 
@@ -166,7 +172,8 @@ std::optional<int32_t> GainTodB(const GainRecord &record, uint32_t counts)
         return Truncated<int32_t>((PiecewisedB(counts, kTopdB) - PiecewiseDefaultdB(record)) *
                                   kMillion);
     if (record.curveType == kDecibelCurve)
-        return Truncated<int32_t>((DecibelsOf(record, counts) - DefaultDecibels(record)) * kMillion);
+        return Truncated<int32_t>((DecibelsOf(record, counts) - DefaultDecibels(record)) *
+                                  kMillion);
     return std::nullopt;
 }
 

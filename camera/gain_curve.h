@@ -1,6 +1,6 @@
-// The three scales of the analogue gain and the ways between them: raw counts of the 12-bit register,
-// decibels relative to the default gain in millionths, and the linear factor in millionths. Pure
-// functions over a camera's gain record; any thread.
+// The three scales of the analogue gain and the ways between them: raw counts of the 12-bit
+// register, decibels relative to the default gain in millionths, and the linear factor in
+// millionths. Pure functions over a camera's gain record; any thread.
 #pragma once
 
 #include <cstdint>
@@ -40,8 +40,8 @@ inline constexpr uint32_t kMaximumCounts = 4095;
 // Significant figures that a resolution in microdecibels is worth.
 [[nodiscard]] uint32_t SignificantFiguresOf(uint32_t resolution);
 
-// Fills significantFigures and the limits in decibels and as factors from the other fields. False for
-// a gain range that can't be converted.
+// Fills significantFigures and the limits in decibels and as factors from the other fields. False
+// for a gain range that can't be converted.
 [[nodiscard]] bool SetLimits(GainRecord &record);
 
 } // namespace zerix::gain

@@ -7,16 +7,16 @@
 namespace zerix {
 
 struct GainRecord {
-    uint32_t curveType;         // 1 piecewise, 2 linear in decibels, 3 and above a ratio to the default
+    uint32_t curveType; // 1 piecewise, 2 linear in decibels, 3 and above a ratio to the default
     alignas(8) double dynamicRangedB;
     uint32_t significantFigures;
-    uint32_t resolution;        // microdecibels
-    uint32_t normGainMax;       // millionths
+    uint32_t resolution;  // microdecibels
+    uint32_t normGainMax; // millionths
     uint32_t normGainMin;
-    int32_t dBMax;              // microdecibels
+    int32_t dBMax; // microdecibels
     int32_t dBMin;
     bool gainFlag;
-    uint32_t gainMax;           // raw counts
+    uint32_t gainMax; // raw counts
     uint32_t gainMin;
     uint32_t gainDACRange;
     uint32_t gainDefault;

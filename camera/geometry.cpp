@@ -1,6 +1,7 @@
-// Sensor size, region of interest, binning and the size of the image that comes of them. Regions count
-// binned pixels. Every change stops the stream until the next commit. On the caller's thread; only the
-// binning takes the settings, for it and the region must change together under the run loop's eyes.
+// Sensor size, region of interest, binning and the size of the image that comes of them. Regions
+// count binned pixels. Every change stops the stream until the next commit. On the caller's thread;
+// only the binning takes the settings, for it and the region must change together under the run
+// loop's eyes.
 #include <algorithm>
 #include <optional>
 
@@ -18,12 +19,17 @@ namespace {
 std::optional<uint32_t> CodeOfBinning(uint16_t mode)
 {
     switch (mode) {
-    case 1: return 0;
-    case 2: return 1;
+    case 1:
+        return 0;
+    case 2:
+        return 1;
     case 3:
-    case 8: return 2;
-    case 4: return 3;
-    default: return std::nullopt;
+    case 8:
+        return 2;
+    case 4:
+        return 3;
+    default:
+        return std::nullopt;
     }
 }
 
@@ -39,24 +45,34 @@ uint32_t TolvaneFWCamera::GetCCDHeight() { return Information(information::kHeig
 uint32_t TolvaneFWCamera::GetMaxCCDWidthForBinningMode(uint16_t mode)
 {
     switch (mode) {
-    case 1: return Information(information::kWidthBinning1);
-    case 2: return Information(information::kWidthBinning2);
+    case 1:
+        return Information(information::kWidthBinning1);
+    case 2:
+        return Information(information::kWidthBinning2);
     case 3:
-    case 8: return Information(information::kWidthBinning3);
-    case 4: return Information(information::kWidthBinning4);
-    default: return 0;
+    case 8:
+        return Information(information::kWidthBinning3);
+    case 4:
+        return Information(information::kWidthBinning4);
+    default:
+        return 0;
     }
 }
 
 uint32_t TolvaneFWCamera::GetMaxCCDHeightForBinningMode(uint16_t mode)
 {
     switch (mode) {
-    case 1: return Information(information::kHeightBinning1);
-    case 2: return Information(information::kHeightBinning2);
+    case 1:
+        return Information(information::kHeightBinning1);
+    case 2:
+        return Information(information::kHeightBinning2);
     case 3:
-    case 8: return Information(information::kHeightBinning3);
-    case 4: return Information(information::kHeightBinning4);
-    default: return 0;
+    case 8:
+        return Information(information::kHeightBinning3);
+    case 4:
+        return Information(information::kHeightBinning4);
+    default:
+        return 0;
     }
 }
 
@@ -87,8 +103,8 @@ uint16_t TolvaneFWCamera::WriteStopped(Field field, uint32_t value)
     return WriteField(field, value);
 }
 
-// X and Y are compared with what the camera tells, which on a model that reads from the far corner is not
-// what the register holds.
+// X and Y are compared with what the camera tells, which on a model that reads from the far corner
+// is not what the register holds.
 uint16_t TolvaneFWCamera::SetROIX(uint32_t x)
 {
     return x == GetROIX() ? uint16_t{kStatusOk} : WriteStopped(control::kRoiX, x);
@@ -99,8 +115,8 @@ uint16_t TolvaneFWCamera::SetROIY(uint32_t y)
     return y == GetROIY() ? uint16_t{kStatusOk} : WriteStopped(control::kRoiY, y);
 }
 
-// A size beyond the sensor is not refused. It is compared as it was asked for, so that it is written
-// again each time.
+// A size beyond the sensor is not refused. It is compared as it was asked for, so that it is
+// written again each time.
 uint16_t TolvaneFWCamera::SetROIWidth(uint32_t width)
 {
     if (width == GetROIWidth())
@@ -134,11 +150,15 @@ uint16_t TolvaneFWCamera::SetROI(uint32_t x, uint32_t y, uint32_t width, uint32_
 uint16_t TolvaneFWCamera::GetSymmetricalBinningMode()
 {
     switch (Control(control::kBinning)) {
-    case 0: return 1;
-    case 1: return 2;
+    case 0:
+        return 1;
+    case 1:
+        return 2;
     case 2:
-        return CheckConfigRegVersion(2, 2) && Information(information::kBinningCode2Is8) != 0 ? 8 : 3;
-    default: return 4;
+        return CheckConfigRegVersion(2, 2) && Information(information::kBinningCode2Is8) != 0 ? 8
+                                                                                              : 3;
+    default:
+        return 4;
     }
 }
 
@@ -171,8 +191,8 @@ uint16_t TolvaneFWCamera::SetSymmetricalBinning(uint16_t mode)
     return kStatusOk;
 }
 
-// Failures are printed where they happen and stop nothing: a region that fits half is better than one
-// that doesn't fit at all. The stream is off, and the settings are held: no guard here.
+// Failures are printed where they happen and stop nothing: a region that fits half is better than
+// one that doesn't fit at all. The stream is off, and the settings are held: no guard here.
 void TolvaneFWCamera::FillSensor(uint32_t width, uint32_t height, bool isUnbinned)
 {
     UpdateField(control::kRoiWidth, width);
@@ -195,7 +215,8 @@ uint32_t TolvaneFWCamera::GetImageWidth()
 uint32_t TolvaneFWCamera::GetImageHeight()
 {
     const uint16_t mode = GetSymmetricalBinningMode();
-    return mode > 1 ? std::min(GetROIHeight(), GetMaxCCDHeightForBinningMode(mode)) : GetROIHeight();
+    return mode > 1 ? std::min(GetROIHeight(), GetMaxCCDHeightForBinningMode(mode))
+                    : GetROIHeight();
 }
 
 uint32_t TolvaneFWCamera::GetImageSize()

@@ -1,5 +1,5 @@
-// Packet size and bandwidth. The bandwidth is booked by the packet: what a readout needs is computed
-// before streaming starts, and the booking only grows while the camera is open.
+// Packet size and bandwidth. The bandwidth is booked by the packet: what a readout needs is
+// computed before streaming starts, and the booking only grows while the camera is open.
 #include "camera/packet_size.h"
 
 #include <algorithm>
@@ -41,9 +41,9 @@ uint16_t UnroundedPacketSize(const PacketDemand &demand, const PacketLimits &lim
     const auto bytes = static_cast<float>(int64_t{room} * bytesPerSample);
     const auto divisor = static_cast<float>(Divisor(limits) * demand.binning);
     const float frequency = demand.megahertz == 2.5f ? 3.0f : demand.megahertz;
-    const double size = static_cast<double>(bytes) * static_cast<double>(frequency) /
-                            static_cast<double>(divisor) +
-                        header;
+    const double size =
+        static_cast<double>(bytes) * static_cast<double>(frequency) / static_cast<double>(divisor) +
+        header;
     return static_cast<uint16_t>(Truncated<int64_t>(size));
 }
 
@@ -53,7 +53,7 @@ uint16_t RoundedToQuadlet(uint16_t size, uint16_t firmware)
     if (excess == 0)
         return size;
     return static_cast<uint16_t>(firmware >= kFirmwareOfShortHeader ? size - excess
-                                                                     : size - excess + 4);
+                                                                    : size - excess + 4);
 }
 
 } // namespace
@@ -62,8 +62,7 @@ uint16_t RequiredPacketSize(const PacketDemand &demand, PacketLimits limits)
 {
     if (limits.firmware >= kFirmwareOfDenseReadout)
         limits.fastest = std::min(limits.fastest, kFastestOfDenseReadout);
-    const uint16_t size =
-        RoundedToQuadlet(UnroundedPacketSize(demand, limits), limits.firmware);
+    const uint16_t size = RoundedToQuadlet(UnroundedPacketSize(demand, limits), limits.firmware);
     return std::min(size, limits.fastest);
 }
 
@@ -81,7 +80,7 @@ namespace control = zerix::registers::control;
 
 namespace {
 
-constexpr float kFastReadout = 30.0f;   // needs more than the slow bus gives, unless binned
+constexpr float kFastReadout = 30.0f; // needs more than the slow bus gives, unless binned
 constexpr float kReadoutInstead = 20.0f;
 constexpr uint16_t kSmallPacket = 4096;
 
@@ -113,7 +112,8 @@ uint16_t TolvaneFWCamera::SetMaxPacketSize(uint32_t bytes)
 uint16_t TolvaneFWCamera::CalculateRequiredPacketSize(uint16_t binning, uint16_t bitDepth,
                                                       float megahertz)
 {
-    const zerix::PacketDemand demand{.binning = binning, .bitDepth = bitDepth, .megahertz = megahertz};
+    const zerix::PacketDemand demand{
+        .binning = binning, .bitDepth = bitDepth, .megahertz = megahertz};
     if (!controlBlock.IsAtLeast(2, 3))
         return zerix::FixedPacketSize(demand);
     return zerix::RequiredPacketSize(demand, {.firmware = GetFirmwareVersion(),
@@ -124,12 +124,13 @@ uint16_t TolvaneFWCamera::CalculateRequiredPacketSize(uint16_t binning, uint16_t
 uint16_t TolvaneFWCamera::CalculateRequiredPacketSize(bool limit)
 {
     const uint16_t fastest = FastestOf(halCamera);
-    const uint16_t required =
-        CalculateRequiredPacketSize(GetHorizontalBinningMode(), GetBitDepth(), GetReadoutFrequency());
+    const uint16_t required = CalculateRequiredPacketSize(GetHorizontalBinningMode(), GetBitDepth(),
+                                                          GetReadoutFrequency());
     return limit ? std::min(required, fastest) : required;
 }
 
-uint16_t TolvaneFWCamera::AdjustSettingsForMaxPacketSize(uint16_t binning, uint16_t, float *megahertz)
+uint16_t TolvaneFWCamera::AdjustSettingsForMaxPacketSize(uint16_t binning, uint16_t,
+                                                         float *megahertz)
 {
     const bool isFast = *megahertz >= kFastReadout;
     if (!isFast || binning != 1)

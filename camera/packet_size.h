@@ -6,15 +6,15 @@
 namespace zerix {
 
 struct PacketDemand {
-    uint16_t binning;   // 1 and above
+    uint16_t binning; // 1 and above
     uint16_t bitDepth;
     float megahertz;
 };
 
 struct PacketLimits {
-    uint16_t firmware;  // the camera's firmware version
-    uint16_t speed;     // of the bus, Mb/s
-    uint16_t fastest;   // the biggest packet at that speed, bytes
+    uint16_t firmware; // the camera's firmware version
+    uint16_t speed;    // of the bus, Mb/s
+    uint16_t fastest;  // the biggest packet at that speed, bytes
 };
 
 // Bytes of a packet, a multiple of 4 unless `limits.fastest` cuts it, and never above that.

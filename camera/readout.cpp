@@ -1,5 +1,5 @@
-// How pixels leave the camera: readout frequency, bit depth, byte order, compression, image format. Rate
-// and depth stop the stream until the next commit. On the caller's thread, without a lock.
+// How pixels leave the camera: readout frequency, bit depth, byte order, compression, image format.
+// Rate and depth stop the stream until the next commit. On the caller's thread, without a lock.
 #include <limits>
 
 #include "camera/tolvane_fw_camera.h"
@@ -82,8 +82,8 @@ uint32_t TolvaneFWCamera::GetReadoutFrequencyIndex(float megahertz) const
     return kCodeOf10;
 }
 
-// Where the bus is too slow, 20 MHz take the place of what was asked for; a drop that failed has been
-// printed, and counts as done.
+// Where the bus is too slow, 20 MHz take the place of what was asked for; a drop that failed has
+// been printed, and counts as done.
 uint16_t TolvaneFWCamera::SetReadoutFrequency(float megahertz)
 {
     AdjustSettingsForMaxPacketSize(GetHorizontalBinningMode(), GetBitDepth(), &megahertz);
@@ -102,10 +102,14 @@ uint16_t TolvaneFWCamera::GetMaxBitDepth()
 uint16_t TolvaneFWCamera::GetBitDepth()
 {
     switch (Control(control::kBitDepth)) {
-    case kDepth8: return 8;
-    case kDepth12: return 12;
-    case kDepth14: return 14;
-    default: return GetMaxBitDepth();
+    case kDepth8:
+        return 8;
+    case kDepth12:
+        return 12;
+    case kDepth14:
+        return 14;
+    default:
+        return GetMaxBitDepth();
     }
 }
 
@@ -154,9 +158,12 @@ uint16_t TolvaneFWCamera::SetCompression(uint8_t value)
 uint16_t TolvaneFWCamera::GetCCDImageFormat()
 {
     switch (Information(information::kCcdImageFormat)) {
-    case kMonochromeSensor: return 1;
-    case kBayerSensor: return 2;
-    default: return 0;
+    case kMonochromeSensor:
+        return 1;
+    case kBayerSensor:
+        return 2;
+    default:
+        return 0;
     }
 }
 
@@ -164,9 +171,12 @@ uint16_t TolvaneFWCamera::GetCCDImageFormat()
 uint16_t TolvaneFWCamera::GetImageFormat()
 {
     switch (Information(information::kCcdImageFormat)) {
-    case kMonochromeSensor: return GetRGBFilterCycleMode() ? 3 : 1;
-    case kBayerSensor: return GetSymmetricalBinningMode() > 1 ? 1 : 2;
-    default: return 0;
+    case kMonochromeSensor:
+        return GetRGBFilterCycleMode() ? 3 : 1;
+    case kBayerSensor:
+        return GetSymmetricalBinningMode() > 1 ? 1 : 2;
+    default:
+        return 0;
     }
 }
 

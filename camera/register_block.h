@@ -1,6 +1,6 @@
-// One register block of a camera: where it is, which version, and its words in host order. Setters run
-// on the caller's thread while the receive thread and the run loop read, so every shared word is atomic;
-// relaxed, for no word guards another. The storage never moves, whatever is reloaded.
+// One register block of a camera: where it is, which version, and its words in host order. Setters
+// run on the caller's thread while the receive thread and the run loop read, so every shared word
+// is atomic; relaxed, for no word guards another. The storage never moves, whatever is reloaded.
 #pragma once
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// The camera's register space: where the blocks are, how long each version of them is, and every field
-// as word, lowest bit and width. The only place of the camera folder with shifts and masks.
+// The camera's register space: where the blocks are, how long each version of them is, and every
+// field as word, lowest bit and width. The only place of the camera folder with shifts and masks.
 #pragma once
 
 #include <cstddef>
@@ -25,8 +25,8 @@ struct Field {
     return (word >> field.lowBit) & Mask(field);
 }
 
-// `value` is not masked: what exceeds the field reaches the bits above it, as setters that don't check
-// their argument are known to do.
+// `value` is not masked: what exceeds the field reaches the bits above it, as setters that don't
+// check their argument are known to do.
 [[nodiscard]] constexpr uint32_t Insert(uint32_t word, Field field, uint32_t value)
 {
     return (word & ~(Mask(field) << field.lowBit)) | (value << field.lowBit);
@@ -40,7 +40,10 @@ struct Field {
 {
     return (uint64_t{high} << 32) | low;
 }
-[[nodiscard]] constexpr uint32_t HighOf(uint64_t value) { return static_cast<uint32_t>(value >> 32); }
+[[nodiscard]] constexpr uint32_t HighOf(uint64_t value)
+{
+    return static_cast<uint32_t>(value >> 32);
+}
 [[nodiscard]] constexpr uint32_t LowOf(uint64_t value) { return static_cast<uint32_t>(value); }
 
 [[nodiscard]] constexpr uint32_t SwapBytes(uint32_t word)
@@ -49,8 +52,14 @@ struct Field {
 }
 
 // Every block begins with its version: major in the upper, minor in the lower half.
-[[nodiscard]] constexpr uint16_t MajorOf(uint32_t version) { return static_cast<uint16_t>(version >> 16); }
-[[nodiscard]] constexpr uint16_t MinorOf(uint32_t version) { return static_cast<uint16_t>(version); }
+[[nodiscard]] constexpr uint16_t MajorOf(uint32_t version)
+{
+    return static_cast<uint16_t>(version >> 16);
+}
+[[nodiscard]] constexpr uint16_t MinorOf(uint32_t version)
+{
+    return static_cast<uint16_t>(version);
+}
 
 [[nodiscard]] constexpr bool IsVersionAtLeast(uint16_t haveMajor, uint16_t haveMinor,
                                               uint16_t needMajor, uint16_t needMinor)
@@ -67,7 +76,7 @@ struct regVersionEntry {
 
 inline constexpr regVersionEntry kConfigurationLengths[] = {{1, 1, 11}, {0, 0, 0}};
 inline constexpr regVersionEntry kInformationLengths[] = {
-    {1, 1, 29}, {1, 2, 30}, {2, 1, 42},  {2, 2, 44},  {2, 3, 62},   {2, 4, 67},   {2, 5, 68},
+    {1, 1, 29}, {1, 2, 30},  {2, 1, 42},  {2, 2, 44},  {2, 3, 62},   {2, 4, 67},   {2, 5, 68},
     {2, 6, 79}, {2, 7, 176}, {2, 8, 178}, {2, 9, 202}, {2, 10, 209}, {2, 11, 215}, {0, 0, 0}};
 inline constexpr regVersionEntry kControlLengths[] = {
     {1, 1, 15}, {1, 2, 16}, {2, 1, 20}, {2, 2, 20}, {2, 3, 21}, {2, 4, 21},
@@ -109,7 +118,7 @@ inline constexpr Field kStatusTemperatureLock{0x04, 0, 2};
 namespace information {
 inline constexpr Field kGainDefault{0x08, 20, 12};
 inline constexpr Field kOffsetDefault{0x08, 4, 12};
-inline constexpr Field kMinExposure{0x0C};      // version 1: microseconds; else upper half
+inline constexpr Field kMinExposure{0x0C}; // version 1: microseconds; else upper half
 inline constexpr Field kMinExposureLow{0x9C};
 inline constexpr Field kMaxExposure{0x68};
 inline constexpr Field kMaxExposureLow{0xA0};
@@ -117,13 +126,13 @@ inline constexpr Field kWidthBinning1{0x10, 16, 16};
 inline constexpr Field kHeightBinning1{0x10, 0, 16};
 inline constexpr Field kWidthBinning2{0x14, 16, 16};
 inline constexpr Field kHeightBinning2{0x14, 0, 16};
-inline constexpr Field kWidthBinning3{0x18, 16, 16};  // and binning 8
+inline constexpr Field kWidthBinning3{0x18, 16, 16}; // and binning 8
 inline constexpr Field kHeightBinning3{0x18, 0, 16};
 inline constexpr Field kWidthBinning4{0x1C, 16, 16};
 inline constexpr Field kHeightBinning4{0x1C, 0, 16};
 inline constexpr Field kMaxBitDepthMinus1{0x20, 0, 4};
 inline constexpr Field kRgbFilterDelays{0x24};
-inline constexpr Field kLvwHeight{0x28};              // models with live mode
+inline constexpr Field kLvwHeight{0x28}; // models with live mode
 inline constexpr Field kLvwWidth{0x14, 16, 16};
 inline constexpr Field kCoolerFitted{0x28, 31, 1};
 inline constexpr Field kUniqueIdHigh{0x30};
@@ -152,8 +161,8 @@ inline constexpr Field kTriggerDelayMin{0x94};
 inline constexpr Field kTriggerDelayResolution{0x98};
 inline constexpr Field kStreamingVersion{0xA4};
 inline constexpr Field kBinningCode2Is8{0xA8, 0, 1};
-inline constexpr Field kGainRangeFactor{0x108};       // signed
-inline constexpr Field kSubDefault{0x114};            // volts, times 1000
+inline constexpr Field kGainRangeFactor{0x108}; // signed
+inline constexpr Field kSubDefault{0x114};      // volts, times 1000
 inline constexpr Field kCoolingMin{0x29C, 0, 16};
 inline constexpr Field kCoolingMax{0x29C, 16, 16};
 inline constexpr uint32_t kCapabilitiesOffset = 0x2A4;
@@ -182,7 +191,7 @@ inline constexpr Field k100XEmGain10{0x358, 0, 16};
 } // namespace information
 
 namespace control {
-inline constexpr Field kMode{0x04};                   // the word of the fields below
+inline constexpr Field kMode{0x04}; // the word of the fields below
 inline constexpr Field kLittleEndian{0x04, 2, 1};
 inline constexpr Field kBitDepth{0x04, 3, 2};
 inline constexpr Field kReadoutFrequency{0x04, 8, 4};
@@ -212,7 +221,7 @@ inline constexpr Field kDoubleShot{0x34, 0, 1};
 inline constexpr Field kCoolerOn{0x38, 0, 1};
 inline constexpr Field kRegulatedTemperature{0x38, 16, 16};
 inline constexpr Field kExposureLow{0x3C};
-inline constexpr Field kMetrolShutterDelay{0x3C};     // control version 1.2 alone
+inline constexpr Field kMetrolShutterDelay{0x3C}; // control version 1.2 alone
 inline constexpr Field kRedExposureLow{0x40};
 inline constexpr Field kBlueExposureLow{0x44};
 inline constexpr Field kIntensifierGain{0x48, 4, 12};

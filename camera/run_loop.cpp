@@ -1,5 +1,5 @@
-// The camera's two threads: the run loop turns finished frames into images, runs the image pipeline and
-// calls the application; the other one tells it that an exposure has begun.
+// The camera's two threads: the run loop turns finished frames into images, runs the image pipeline
+// and calls the application; the other one tells it that an exposure has begun.
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
@@ -30,7 +30,8 @@ void ComplainAboutSemaphore(const char *function, uint32_t error)
 {
     char text[160];
     std::snprintf(text, sizeof text,
-                  "TolvaneFWCamera::PrivateImageStreamingRunLoop() error %" PRIu32 " occurred calling %s\n",
+                  "TolvaneFWCamera::PrivateImageStreamingRunLoop() error %" PRIu32
+                  " occurred calling %s\n",
                   error, function);
     zerix::os::DebugOutput(text);
 }
@@ -38,11 +39,16 @@ void ComplainAboutSemaphore(const char *function, uint32_t error)
 uint16_t ErrorOfStatus(uint32_t status)
 {
     switch (status) {
-    case kFrameDataMissing: return 0x12;
-    case kFrameCut: return 0x13;
-    case kFrameOverflow: return 0x14;
-    case kFrameHostOverflow: return 0x15;
-    default: return 0;
+    case kFrameDataMissing:
+        return 0x12;
+    case kFrameCut:
+        return 0x13;
+    case kFrameOverflow:
+        return 0x14;
+    case kFrameHostOverflow:
+        return 0x15;
+    default:
+        return 0;
     }
 }
 
@@ -51,9 +57,12 @@ uint32_t ImageFormatOf(uint16_t cameraFormat, uint32_t bitDepth)
 {
     switch (cameraFormat) {
     case 1:
-    case 3: return bitDepth == 8 ? 2 : 3;
-    case 2: return bitDepth == 8 ? 4 : 5;
-    default: return 2;
+    case 3:
+        return bitDepth == 8 ? 2 : 3;
+    case 2:
+        return bitDepth == 8 ? 4 : 5;
+    default:
+        return 2;
     }
 }
 
@@ -80,14 +89,14 @@ HALCamera TolvaneFWCamera::CameraForThreads() const
             .device = halCamera.device};
 }
 
-// A wake-up that comes while frames are worked on ends the next wait at once, so that neither a frame nor
-// the end is slept through.
+// A wake-up that comes while frames are worked on ends the next wait at once, so that neither a
+// frame nor the end is slept through.
 void TolvaneFWCamera::PrivateImageStreamingRunLoop()
 {
     while (runLoopActive) {
         if (const uint32_t error = HAL_CameraWaitingForFrame(CameraForThreads()))
-            Complain("PrivateImageStreamingRunLoop() - call to HAL_WaitingForFrame failed with error %" PRIu32
-                     "\n",
+            Complain("PrivateImageStreamingRunLoop() - call to HAL_WaitingForFrame failed with "
+                     "error %" PRIu32 "\n",
                      error);
         while (runLoopActive && WorkOnOldestFrame()) {
         }
@@ -140,20 +149,20 @@ uint32_t TolvaneFWCamera::TimeStampNow() const
 ZExImage *TolvaneFWCamera::MakeImage(tStFrameInfo &frame, uint16_t error, uint32_t timeStamp)
 {
     zerix::FrameRecord &owner = zerix::RecordOf(frame);
-    auto *image = new (std::nothrow)
-        ZExImage(frame.data, frame.size, frame.width, frame.height, static_cast<uint16_t>(frame.bitDepth),
-                 frame.exposure, frame.normalizedGain, ImageFormatOf(GetImageFormat(), frame.bitDepth),
-                 GetImageFormat(), static_cast<uint16_t>(frame.colourPattern), frame.startColour, imageFlag,
-                 GetModel(), static_cast<uint16_t>(halCamera.cameraIndex),
-                 static_cast<uint16_t>(frame.binning), GetLVWMode(), frame.headerWord, error, this,
-                 owner.ownsData, timeStamp);
+    auto *image = new (std::nothrow) ZExImage(
+        frame.data, frame.size, frame.width, frame.height, static_cast<uint16_t>(frame.bitDepth),
+        frame.exposure, frame.normalizedGain, ImageFormatOf(GetImageFormat(), frame.bitDepth),
+        GetImageFormat(), static_cast<uint16_t>(frame.colourPattern), frame.startColour, imageFlag,
+        GetModel(), static_cast<uint16_t>(halCamera.cameraIndex),
+        static_cast<uint16_t>(frame.binning), GetLVWMode(), frame.headerWord, error, this,
+        owner.ownsData, timeStamp);
     if (image != nullptr)
         owner.ownsData = false;
     return image;
 }
 
-// The pipeline may hold an image back, as the filter wheel does with the first two of three. An image of
-// a stream that has been stopped meanwhile is nobody's any more.
+// The pipeline may hold an image back, as the filter wheel does with the first two of three. An
+// image of a stream that has been stopped meanwhile is nobody's any more.
 void TolvaneFWCamera::Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback,
                               uint32_t session)
 {

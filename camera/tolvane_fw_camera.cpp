@@ -1,5 +1,5 @@
-// Life of a camera object: its semaphores and conditions, connecting to the device with the camera's two
-// threads, and the way back. One thread at a time.
+// Life of a camera object: its semaphores and conditions, connecting to the device with the
+// camera's two threads, and the way back. One thread at a time.
 #include "camera/tolvane_fw_camera.h"
 
 #include "camera/hal_error.h"
@@ -40,8 +40,7 @@ void DestroyCondition(HAL_Condition &condition)
 
 // Life -------------------------------------------------------------------------------------------
 
-TolvaneFWCamera::TolvaneFWCamera(HALCamera camera)
-    : halCamera(camera)
+TolvaneFWCamera::TolvaneFWCamera(HALCamera camera) : halCamera(camera)
 {
     isOpen = camera.isConnected != 0;
     ReportCreation(HAL_SemaphoreCreate(&frameSemaphore));
@@ -72,7 +71,10 @@ TolvaneFWCamera::~TolvaneFWCamera()
         HAL_CameraRelease(&halCamera);
 }
 
-void TolvaneFWCamera::SetShouldDeleteHALCamera(bool shouldDelete) { shouldDeleteHALCamera = shouldDelete; }
+void TolvaneFWCamera::SetShouldDeleteHALCamera(bool shouldDelete)
+{
+    shouldDeleteHALCamera = shouldDelete;
+}
 
 bool TolvaneFWCamera::IsCameraOpen() { return isOpen; }
 
@@ -81,7 +83,7 @@ bool TolvaneFWCamera::IsCameraOpen() { return isOpen; }
 uint16_t TolvaneFWCamera::OpenCamera()
 {
     if (exclusiveAccess)
-        return kStatusInUse;  // by this very object: the connection it has must stay as it is
+        return kStatusInUse; // by this very object: the connection it has must stay as it is
     const uint32_t error =
         HAL_CameraConnect(&halCamera, kPacketSizeAtOpen, GetNewFrameCallback, PeekNewFrameCallback,
                           ImageArrivedCallback, OverrunCallback, TimedOutCallback, this);
@@ -117,9 +119,9 @@ uint16_t TolvaneFWCamera::StartThreads()
 
 // Closing ----------------------------------------------------------------------------------------
 
-// The semaphore holds one count of its own, and one more from the run loop when that has ended. Whoever
-// closes takes both, in whichever order they come, and leaves one behind, so that after a failure at any
-// step the next attempt finds what it waits for.
+// The semaphore holds one count of its own, and one more from the run loop when that has ended.
+// Whoever closes takes both, in whichever order they come, and leaves one behind, so that after a
+// failure at any step the next attempt finds what it waits for.
 uint16_t TolvaneFWCamera::CloseCamera()
 {
     if (!isOpen)

@@ -1,5 +1,6 @@
-// The concrete camera: a shadow of the control block in memory, setters that change the shadow and write
-// one quadlet, a commit that makes a batch effective, and the stream of frames. Its parts by concern:
+// The concrete camera: a shadow of the control block in memory, setters that change the shadow and
+// write one quadlet, a commit that makes a batch effective, and the stream of frames. Its parts by
+// concern:
 //   tolvane_fw_camera.cpp  life cycle, opening and closing
 //   camera_registers.cpp   register blocks and the commit
 //   camera_setup.cpp       the default state of a fresh camera
@@ -11,8 +12,8 @@
 //   factory_data.cpp       the factory's window on the information block
 //   streaming.cpp, run_loop.cpp, frame_queue.cpp   packets to images
 //
-// Threads: setters run on the caller's thread without a lock, but for those that say otherwise. Order of
-// taking: settingsSemaphore before frameQueueSemaphore; externalSemaphore stands alone.
+// Threads: setters run on the caller's thread without a lock, but for those that say otherwise.
+// Order of taking: settingsSemaphore before frameQueueSemaphore; externalSemaphore stands alone.
 #pragma once
 
 #include <atomic>
@@ -224,7 +225,8 @@ public:
     uint16_t SetShutterCloseDelay(uint32_t delay) override;
     uint16_t SetDoubleShotMode(bool on) override;
     uint16_t SoftwareTrigger() override;
-    uint16_t SetReserved0(uint32_t operation, uint32_t *buffer, uint32_t length, uint32_t checksum) override;
+    uint16_t SetReserved0(uint32_t operation, uint32_t *buffer, uint32_t length,
+                          uint32_t checksum) override;
     uint16_t SetChan1CalibrationGain(uint32_t gain) override;
     uint16_t SetDither(bool on) override;
     uint16_t SetHighGainMode(bool on) override;
@@ -275,12 +277,15 @@ public:
     uint16_t UpdateSettingsOnCamera() override;
     bool IsCameraStreaming() override;
     uint16_t GetOneImage(ZExImage **image) override;
-    uint16_t StartStreamingImages(ZImageReceivedCallback streamCallback, ZExposeDoneCallback exposeDoneCallback, bool externalBuffers, void *userData) override;
+    uint16_t StartStreamingImages(ZImageReceivedCallback streamCallback,
+                                  ZExposeDoneCallback exposeDoneCallback, bool externalBuffers,
+                                  void *userData) override;
     uint16_t StopStreamingImages() override;
     uint16_t AddExternalImageBuffer(void *buffer) override;
     bool DoesSupportExternalBuffers() override;
     uint16_t ReallocateBandwidth(uint16_t packetBytes) override;
-    uint16_t CalculateRequiredPacketSize(uint16_t binning, uint16_t bitDepth, float megahertz) override;
+    uint16_t CalculateRequiredPacketSize(uint16_t binning, uint16_t bitDepth,
+                                         float megahertz) override;
     uint16_t CalculateRequiredPacketSize(bool limit) override;
     uint16_t ReadCameraInfo() override;
     uint16_t SetupCamera() override;
@@ -331,7 +336,10 @@ public:
 
 protected:
     // Registers. A read of a word that the block's version lacks gives 0; a write of one gives 15.
-    uint32_t Information(zerix::registers::Field field) const { return informationBlock.Read(field); }
+    uint32_t Information(zerix::registers::Field field) const
+    {
+        return informationBlock.Read(field);
+    }
     uint32_t Control(zerix::registers::Field field) const { return controlBlock.Read(field); }
     uint64_t Information64(zerix::registers::Field high, zerix::registers::Field low) const;
     uint64_t Control64(zerix::registers::Field high, zerix::registers::Field low) const;
@@ -342,19 +350,21 @@ protected:
     // The same after a comparison: 0 and no write if nothing changes.
     uint16_t UpdateField(zerix::registers::Field field, uint32_t value);
     // Both halves of a 64-bit value, upper half first: two writes.
-    uint16_t WriteField64(zerix::registers::Field high, zerix::registers::Field low, uint64_t value);
+    uint16_t WriteField64(zerix::registers::Field high, zerix::registers::Field low,
+                          uint64_t value);
     // Writes a shadow word as it stands.
     uint16_t WriteControlWord(uint32_t offset);
     // Writes one quadlet to an absolute address.
     uint16_t WriteQuadlet(uint32_t address, uint32_t value);
-    // Exposures of the control block in nanoseconds: one word of microseconds in version 1, else the
-    // halves of 64 bits. The write goes ahead only if the value changes.
+    // Exposures of the control block in nanoseconds: one word of microseconds in version 1, else
+    // the halves of 64 bits. The write goes ahead only if the value changes.
     uint64_t ReadExposure(zerix::registers::Field high, zerix::registers::Field low) const;
-    uint16_t UpdateExposure(zerix::registers::Field high, zerix::registers::Field low, uint64_t nanoseconds);
+    uint16_t UpdateExposure(zerix::registers::Field high, zerix::registers::Field low,
+                            uint64_t nanoseconds);
     // A setting that the stream must not see change: stops it first. The commit starts it again.
     uint16_t WriteStopped(zerix::registers::Field field, uint32_t value);
-    // The whole sensor as the region, in the order that fits the way the binning went. Neither stops the
-    // stream nor takes the settings: the binning has done both.
+    // The whole sensor as the region, in the order that fits the way the binning went. Neither
+    // stops the stream nor takes the settings: the binning has done both.
     void FillSensor(uint32_t width, uint32_t height, bool isUnbinned);
     // A register of the sensor's voltages: 1 where the camera has none.
     uint16_t WriteTweak(zerix::registers::Field field, uint32_t value);
@@ -362,7 +372,8 @@ protected:
     // Nanoseconds of a number of vertical clock ticks.
     uint32_t VClockPeriodOf(uint32_t ticks);
     // The factory's window on the information block.
-    uint16_t TransferFactoryData(uint32_t operation, uint32_t *buffer, uint32_t length, uint32_t checksum);
+    uint16_t TransferFactoryData(uint32_t operation, uint32_t *buffer, uint32_t length,
+                                 uint32_t checksum);
     uint16_t WriteFactoryData(const uint32_t *words, uint32_t length, uint32_t checksum);
     // Writes 1 to the command block's commit register.
     uint16_t Commit();
@@ -413,7 +424,8 @@ protected:
     bool WorkOnOldestFrame();
     uint32_t TimeStampNow() const;
     ZExImage *MakeImage(tStFrameInfo &frame, uint16_t error, uint32_t timeStamp);
-    void Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback, uint32_t session);
+    void Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback,
+                 uint32_t session);
 
     // Streaming, called by the hardware layer and the camera's two threads.
     tStFrameInfo *PrivatePeekNewFrame();
@@ -438,17 +450,17 @@ protected:
     HAL_Condition exposeDoneCondition{};
     ZExImage *oneImage = nullptr;
     std::atomic<bool> oneImageReady{false};
-    std::mutex oneImageMutex;                     // over the three around it
-    uint32_t oneImageSession = 0;                 // images of earlier ones come too late
-    std::atomic<uint32_t> streamSession{0};       // counts the starts of streaming
-    std::atomic<uint32_t> deliveringSession{0};   // of the image that the callback has
-    std::mutex callbackMutex;                     // makes streamingCallback and callbackUserData a pair
+    std::mutex oneImageMutex;                   // over the three around it
+    uint32_t oneImageSession = 0;               // images of earlier ones come too late
+    std::atomic<uint32_t> streamSession{0};     // counts the starts of streaming
+    std::atomic<uint32_t> deliveringSession{0}; // of the image that the callback has
+    std::mutex callbackMutex; // makes streamingCallback and callbackUserData a pair
     std::atomic<bool> streaming{false};
     std::atomic<bool> runLoopActive{false};
     std::atomic<bool> exposeThreadActive{false};
     zerix::FrameRecords frameRecords;
-    zerix::FrameQueue frameInfoQueue;           // new frames at the front; under frameQueueSemaphore
-    std::deque<void *> externalBuffers;         // under externalSemaphore
+    zerix::FrameQueue frameInfoQueue;   // new frames at the front; under frameQueueSemaphore
+    std::deque<void *> externalBuffers; // under externalSemaphore
     std::atomic<uint8_t> frameBufferLength{100};
     bool imageFlag = false;
     std::atomic<bool> isExternalBuffered{false};
@@ -461,7 +473,7 @@ protected:
     HAL_Semaphore externalSemaphore = nullptr;
     HAL_Semaphore frameQueueSemaphore = nullptr;
     HAL_Semaphore closeSemaphore = nullptr;
-    bool runLoopOwesSignal = false;  // of closeSemaphore: it has been started and not waited for yet
+    bool runLoopOwesSignal = false; // of closeSemaphore: it has been started and not waited for yet
     std::atomic<ZImageReceivedCallback> streamingCallback{nullptr};
     std::atomic<ZExposeDoneCallback> exposeDoneCallback{nullptr};
     std::atomic<void *> callbackUserData{nullptr};

@@ -1,5 +1,5 @@
-// Trigger mode, its delay and the synchronisation output. On the caller's thread, without a lock, but
-// that the software trigger's mode ends a wait for an image.
+// Trigger mode, its delay and the synchronisation output. On the caller's thread, without a lock,
+// but that the software trigger's mode ends a wait for an image.
 #include "camera/tolvane_fw_camera.h"
 
 namespace ZX {
@@ -18,10 +18,14 @@ struct TriggerMode {
 // By mode. What the codes mean electrically is the camera's: first, second and third form of the
 // hardware trigger, each in both polarities, and the software trigger as mode 5.
 constexpr TriggerMode kTriggerModes[] = {
-    {.code = 0, .doubleShotCode = 0, .polarity = 0}, {.code = 2, .doubleShotCode = 4, .polarity = 0},
-    {.code = 2, .doubleShotCode = 4, .polarity = 1}, {.code = 3, .doubleShotCode = 3, .polarity = 0},
-    {.code = 3, .doubleShotCode = 3, .polarity = 1}, {.code = 1, .doubleShotCode = 1, .polarity = 0},
-    {.code = 5, .doubleShotCode = 5, .polarity = 0}, {.code = 5, .doubleShotCode = 5, .polarity = 1},
+    {.code = 0, .doubleShotCode = 0, .polarity = 0},
+    {.code = 2, .doubleShotCode = 4, .polarity = 0},
+    {.code = 2, .doubleShotCode = 4, .polarity = 1},
+    {.code = 3, .doubleShotCode = 3, .polarity = 0},
+    {.code = 3, .doubleShotCode = 3, .polarity = 1},
+    {.code = 1, .doubleShotCode = 1, .polarity = 0},
+    {.code = 5, .doubleShotCode = 5, .polarity = 0},
+    {.code = 5, .doubleShotCode = 5, .polarity = 1},
 };
 constexpr uint32_t kModeCount = sizeof kTriggerModes / sizeof *kTriggerModes;
 constexpr uint32_t kFreeRunning = 0;
@@ -34,12 +38,17 @@ uint32_t TolvaneFWCamera::GetTriggerMode()
 {
     const uint32_t polarity = Control(control::kTriggerPolarity);
     switch (Control(control::kTriggerCode)) {
-    case 1: return kSoftwareTrigger;
+    case 1:
+        return kSoftwareTrigger;
     case 2:
-    case 4: return 1 + polarity;
-    case 3: return 3 + polarity;
-    case 5: return 6 + polarity;
-    default: return kFreeRunning;
+    case 4:
+        return 1 + polarity;
+    case 3:
+        return 3 + polarity;
+    case 5:
+        return 6 + polarity;
+    default:
+        return kFreeRunning;
     }
 }
 
@@ -52,9 +61,9 @@ uint16_t TolvaneFWCamera::SetTriggerMode(uint32_t mode)
         return kStatusNotSupported;
     const TriggerMode &row = kTriggerModes[mode < kModeCount ? mode : kFreeRunning];
     const uint32_t offset = control::kTriggerCode.offset;
-    controlBlock.Store(offset, zerix::registers::Insert(
-                                   controlBlock.Word(offset), control::kTriggerCode,
-                                   GetDoubleShotMode() ? row.doubleShotCode : row.code));
+    controlBlock.Store(
+        offset, zerix::registers::Insert(controlBlock.Word(offset), control::kTriggerCode,
+                                         GetDoubleShotMode() ? row.doubleShotCode : row.code));
     if (const uint16_t status = WriteField(control::kTriggerPolarity, row.polarity))
         return status;
     if (mode == kSoftwareTrigger)
@@ -74,9 +83,15 @@ void TolvaneFWCamera::GetTriggerModes(std::vector<uint32_t> &modes)
 
 uint32_t TolvaneFWCamera::GetTriggerDelay() { return Control(control::kTriggerDelay); }
 
-uint32_t TolvaneFWCamera::GetTriggerDelayMin() { return Information(information::kTriggerDelayMin); }
+uint32_t TolvaneFWCamera::GetTriggerDelayMin()
+{
+    return Information(information::kTriggerDelayMin);
+}
 
-uint32_t TolvaneFWCamera::GetTriggerDelayMax() { return Information(information::kTriggerDelayMax); }
+uint32_t TolvaneFWCamera::GetTriggerDelayMax()
+{
+    return Information(information::kTriggerDelayMax);
+}
 
 uint32_t TolvaneFWCamera::GetTriggerDelayResolution()
 {
@@ -90,8 +105,8 @@ bool TolvaneFWCamera::GetDoubleShotMode()
     return IsDoubleShotSupported() && Control(control::kDoubleShot) != 0;
 }
 
-// A camera with a double shot has no filter wheel: the word of the wheel's delays becomes 1, whichever
-// way the mode is asked for.
+// A camera with a double shot has no filter wheel: the word of the wheel's delays becomes 1,
+// whichever way the mode is asked for.
 uint16_t TolvaneFWCamera::SetDoubleShotMode(bool)
 {
     return IsDoubleShotSupported() ? WriteField(control::kRgbFilterDelays, 1) : uint16_t{kStatusOk};

@@ -5,8 +5,9 @@
 
 namespace zerix {
 
-// Cuts the fraction off. What doesn't fit becomes the nearer limit, and no number becomes 0: both come
-// only from information words that no camera holds, and the language leaves their conversion undefined.
+// Cuts the fraction off. What doesn't fit becomes the nearer limit, and no number becomes 0: both
+// come only from information words that no camera holds, and the language leaves their conversion
+// undefined.
 template <typename Integer>
 [[nodiscard]] constexpr Integer Truncated(double value)
 {

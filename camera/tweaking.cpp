@@ -1,5 +1,5 @@
-// The registers of the sensor's voltages, which the factory adjusts, and MiscCtrl, which decides how much
-// of the sensor is read. On the caller's thread, without a lock.
+// The registers of the sensor's voltages, which the factory adjusts, and MiscCtrl, which decides
+// how much of the sensor is read. On the caller's thread, without a lock.
 #include "camera/tolvane_fw_camera.h"
 
 namespace ZX {

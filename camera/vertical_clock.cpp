@@ -1,5 +1,5 @@
-// The period of the sensor's vertical clock, in nanoseconds. The registers count ticks of a clock whose
-// frequency the camera tells, in hertz. On the caller's thread, without a lock.
+// The period of the sensor's vertical clock, in nanoseconds. The registers count ticks of a clock
+// whose frequency the camera tells, in hertz. On the caller's thread, without a lock.
 #include "camera/tolvane_fw_camera.h"
 #include "camera/truncated.h"
 

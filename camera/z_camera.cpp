@@ -1,5 +1,5 @@
-// What all cameras share, and the start and end of the camera layer. The class-wide state may be used
-// from any thread.
+// What all cameras share, and the start and end of the camera layer. The class-wide state may be
+// used from any thread.
 #include "camera/z_camera.h"
 
 #include "image/z_bayer_interpolation.h"
@@ -26,13 +26,13 @@ std::atomic<uint16_t> ZCamera::m_numOfConnectedCameras{0};
 
 // Life -------------------------------------------------------------------------------------------
 
-// Every new camera clears the flag of the traced writes, that of the reads not. The trace itself goes on:
-// the hardware layer isn't told.
-ZCamera::ZCamera()
-    : imagePipeline(std::make_unique<ZImagePipeline>())
+// Every new camera clears the flag of the traced writes, that of the reads not. The trace itself
+// goes on: the hardware layer isn't told.
+ZCamera::ZCamera() : imagePipeline(std::make_unique<ZImagePipeline>())
 {
     ratioCorrectionFilter = std::make_unique<ZBenchmateRatioCorrection>(uint16_t{0});
-    bayerFilter = std::make_unique<ZBayerInterpolation>(kBayerAlgorithmAtStart, kBayerOutputFormatAtStart);
+    bayerFilter =
+        std::make_unique<ZBayerInterpolation>(kBayerAlgorithmAtStart, kBayerOutputFormatAtStart);
     bayerPipeline = std::make_unique<ZImagePipeline>();
     m_shouldOutputWrites = false;
 }

@@ -2,9 +2,9 @@
 // virtual operations in the order of the class's table. A leaf header: what filters and the public
 // interface call is virtual or inline.
 //
-// Units: exposures in nanoseconds, normalised gain in millionths, its decibels in millionths, readout
-// frequencies in megahertz, temperatures in degrees Celsius, sizes in pixels. Setters return the
-// 16-bit status of the camera layer, 0 for success.
+// Units: exposures in nanoseconds, normalised gain in millionths, its decibels in millionths,
+// readout frequencies in megahertz, temperatures in degrees Celsius, sizes in pixels. Setters
+// return the 16-bit status of the camera layer, 0 for success.
 #pragma once
 
 #include <atomic>
@@ -29,7 +29,7 @@ using ZCameraList = std::vector<ZCamera *>;
 // Statuses of the camera layer.
 enum ZStatus : uint16_t {
     kStatusOk = 0,
-    kStatusInUse = 1,           // another process holds the device
+    kStatusInUse = 1, // another process holds the device
     kStatusGainRange = 2,
     kStatusBadValue = 3,
     kStatusNoBandwidth = 7,
@@ -49,9 +49,9 @@ enum ZStatus : uint16_t {
 // What the streaming callback receives for each image. The record belongs to the caller and is gone
 // when the callback returns; the image belongs to the receiver.
 struct ZImageReceivedCallbackStruct {
-    ZExImage *image;  // null when the stream timed out
+    ZExImage *image; // null when the stream timed out
     void *userData;
-    uint16_t error;   // 0; 0x12 data missing, 0x13 cut, 0x14 overflow, 0x15 host overflow, 0x1A lost
+    uint16_t error; // 0; 0x12 data missing, 0x13 cut, 0x14 overflow, 0x15 host overflow, 0x1A lost
 };
 
 using ZImageReceivedCallback = void (*)(ZImageReceivedCallbackStruct *record);
@@ -248,7 +248,8 @@ public:
     virtual uint16_t SetShutterCloseDelay(uint32_t delay) = 0;
     virtual uint16_t SetDoubleShotMode(bool on) = 0;
     virtual uint16_t SoftwareTrigger() = 0;
-    virtual uint16_t SetReserved0(uint32_t operation, uint32_t *buffer, uint32_t length, uint32_t checksum) = 0;
+    virtual uint16_t SetReserved0(uint32_t operation, uint32_t *buffer, uint32_t length,
+                                  uint32_t checksum) = 0;
     virtual uint16_t SetChan1CalibrationGain(uint32_t gain) = 0;
     virtual uint16_t SetDither(bool on) = 0;
     virtual uint16_t SetHighGainMode(bool on) = 0;
@@ -372,7 +373,7 @@ private:
     static std::atomic<bool> m_shouldOutputReads;
     static std::atomic<bool> m_shouldOutputWrites;
     static std::mutex m_connectedCamerasMutex;
-    static ZCameraList m_connectedCameras;  // not owned
+    static ZCameraList m_connectedCameras; // not owned
     static std::atomic<uint16_t> m_numOfConnectedCameras;
 };
 

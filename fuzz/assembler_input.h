@@ -1,5 +1,6 @@
-// Reads a string of bytes as a camera's frames and packets and sends them through a frame assembler.
-// Every payload and every frame's buffer has exactly its size, so that one byte too far is seen.
+// Reads a string of bytes as a camera's frames and packets and sends them through a frame
+// assembler. Every payload and every frame's buffer has exactly its size, so that one byte too far
+// is seen.
 #pragma once
 
 #include <algorithm>
@@ -111,6 +112,9 @@ private:
     size_t m_arrived = 0;
 };
 
-inline size_t RunAssemblerInput(std::span<const uint8_t> input) { return AssemblerInput(input).Run(); }
+inline size_t RunAssemblerInput(std::span<const uint8_t> input)
+{
+    return AssemblerInput(input).Run();
+}
 
 } // namespace zerix::fuzz

@@ -1,7 +1,7 @@
 // The kernel-driver port: what the hardware layer asks of the 1394 kernel driver, or of whatever
-// stands in its place. Implementations: the Windows kernel driver, the virtual bus, Linux's FireWire
-// character devices. The interface crosses a shared-library boundary, so it holds only plain types
-// and virtual functions, in a fixed order.
+// stands in its place. Implementations: the Windows kernel driver, the virtual bus, Linux's
+// FireWire character devices. The interface crosses a shared-library boundary, so it holds only
+// plain types and virtual functions, in a fixed order.
 //
 // Threads: every operation may be called from any thread, several at a time on one device.
 #pragma once
@@ -16,12 +16,12 @@ enum SystemError : uint32_t {
     kErrorFileNotFound = 2,
     kErrorAccessDenied = 5,
     kErrorInvalidHandle = 6,
-    kErrorGenFailure = 31,         // the device answered with a bus error
+    kErrorGenFailure = 31, // the device answered with a bus error
     kErrorSharingViolation = 32,
     kErrorNotSupported = 50,
     kErrorInvalidParameter = 87,
     kErrorBusy = 170,
-    kErrorOperationAborted = 995,  // ended by CancelPending
+    kErrorOperationAborted = 995, // ended by CancelPending
     kErrorDeviceNotConnected = 1167,
     kErrorNoSystemResources = 1450,
 };
@@ -67,8 +67,8 @@ public:
     virtual uint32_t Open(const char *devicePath, DeviceHandle *device) = 0;
 
     // Sends one control request. `in` and `out` must stay valid until the request is over. With a
-    // null `overlapped` the call waits and never answers pending. A driver may complete any request at
-    // once or answer pending, as it likes; only queued buffers, bus events and reads and writes
+    // null `overlapped` the call waits and never answers pending. A driver may complete any request
+    // at once or answer pending, as it likes; only queued buffers, bus events and reads and writes
     // ever pend.
     virtual ControlResult Control(DeviceHandle device, uint32_t code, const void *in,
                                   uint32_t inSize, void *out, uint32_t outSize,

@@ -1,6 +1,6 @@
-// The operating-system port: everything that the library asks of the system beside the FireWire bus.
-// Every implementation (posix/, windows/) holds the same classes and functions in the same order, and
-// passes the same conformance test. All of it may be called from any thread.
+// The operating-system port: everything that the library asks of the system beside the FireWire
+// bus. Every implementation (posix/, windows/) holds the same classes and functions in the same
+// order, and passes the same conformance test. All of it may be called from any thread.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,8 @@ enum class WaitResult { kSignalled, kTimedOut, kFailed };
 
 using ThreadRoutine = void (*)(void *parameter);
 
-// A running thread. Destroying the object gives up the handle; it neither ends nor joins the thread.
+// A running thread. Destroying the object gives up the handle; it neither ends nor joins the
+// thread.
 class Thread {
 public:
     // Starts a thread. Null if the system has none to give (the last error then tells why).
@@ -55,7 +56,8 @@ void SleepMicroseconds(uint64_t microseconds);
 class Semaphore {
 public:
     // Null if the system has none to give.
-    [[nodiscard]] static std::unique_ptr<Semaphore> Create(uint32_t initialCount, uint32_t maximumCount);
+    [[nodiscard]] static std::unique_ptr<Semaphore> Create(uint32_t initialCount,
+                                                           uint32_t maximumCount);
     virtual ~Semaphore() = default;
     [[nodiscard]] virtual WaitResult Wait(uint32_t timeoutMilliseconds = kWaitForever) = 0;
     // False, and the count unchanged, when it stands at its maximum.
@@ -64,8 +66,8 @@ public:
 
 enum class ResetMode { kAutomatic, kManual };
 
-// An event, created unsignalled. Automatic: a signal releases exactly one waiter and is used up by it.
-// Manual: it stays signalled, for every waiter, until Reset.
+// An event, created unsignalled. Automatic: a signal releases exactly one waiter and is used up by
+// it. Manual: it stays signalled, for every waiter, until Reset.
 class Event {
 public:
     [[nodiscard]] static std::unique_ptr<Event> Create(ResetMode mode);
@@ -99,7 +101,8 @@ WallTime WallClock();
 // "hh:mm:ss" of the moment in local time.
 std::string TimeOfDayText(const WallTime &moment);
 
-// Tests put a clock of their own in the place of WallClock; an empty function brings the real one back.
+// Tests put a clock of their own in the place of WallClock; an empty function brings the real one
+// back.
 void SetWallClockForTest(std::function<WallTime()> clock);
 
 // Errors and messages ----------------------------------------------------------------------------
@@ -112,9 +115,9 @@ void SetLastError(uint32_t systemError);
 // The system's text for a number, in its default language, without a line end; never empty.
 std::string ErrorText(uint32_t systemError);
 
-// One line of the hardware layer's running commentary. Goes where the configuration value DebugOutput
-// says: off (the default away from Windows), stderr, syslog, or the path of a file that is appended
-// to; on Windows to the debugger.
+// One line of the hardware layer's running commentary. Goes where the configuration value
+// DebugOutput says: off (the default away from Windows), stderr, syslog, or the path of a file that
+// is appended to; on Windows to the debugger.
 void DebugOutput(const std::string &text);
 
 // Tests listen in here; an empty function takes the listener away. While there is one, nothing goes
@@ -143,17 +146,17 @@ public:
 // "Zerix_IPC_Plugin" becomes "Zerix_IPC_Plugin.dll" or "Zerix_IPC_Plugin.so".
 std::string PluginFileName(const std::string &stem);
 
-// The folder of the module (library or program) that holds the given address, without a final slash;
-// empty if it can't be told.
+// The folder of the module (library or program) that holds the given address, without a final
+// slash; empty if it can't be told.
 std::string FolderOfModuleWith(const void *address);
 
 // Configuration ----------------------------------------------------------------------------------
 
 // A snapshot of the library's configuration values: on Windows the registry key
 // SOFTWARE\Tolvane\Zerix under HKEY_LOCAL_MACHINE; elsewhere the lines "name = value" of the first
-// file found of $ZERIX_CONFIG, $XDG_CONFIG_HOME/zerix/zerix.conf (or ~/.config/zerix/zerix.conf) and
-// /etc/zerix/zerix.conf. A malformed line is told once, with file and line, on the standard error;
-// the rest of the file is used.
+// file found of $ZERIX_CONFIG, $XDG_CONFIG_HOME/zerix/zerix.conf (or ~/.config/zerix/zerix.conf)
+// and /etc/zerix/zerix.conf. A malformed line is told once, with file and line, on the standard
+// error; the rest of the file is used.
 class Configuration {
 public:
     // Null if there is no configuration at all.

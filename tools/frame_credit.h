@@ -1,6 +1,6 @@
-// On the virtual bus with its fast clock a camera takes pictures as quickly as the processor can. To get
-// the same files from every run, the tool grants it one exposure at a time. On a real bus this does
-// nothing, and times are the computer's.
+// On the virtual bus with its fast clock a camera takes pictures as quickly as the processor can.
+// To get the same files from every run, the tool grants it one exposure at a time. On a real bus
+// this does nothing, and times are the computer's.
 #pragma once
 
 #include <cstdint>
@@ -12,12 +12,13 @@ class FrameCredit {
 public:
     FrameCredit(bool isSimulated, uint32_t uniqueId);
 
-    // Runs `grab`, which takes one picture, with one exposure granted; one more every two seconds, for
-    // pictures that a fault plan loses.
+    // Runs `grab`, which takes one picture, with one exposure granted; one more every two seconds,
+    // for pictures that a fault plan loses.
     uint32_t WhileGranted(const std::function<uint32_t()> &grab);
 
     // When the frame's exposure began, in nanoseconds since 1970 UTC.
-    [[nodiscard]] uint64_t StartOfExposure(uint16_t frameNumber, uint64_t exposureNanoseconds) const;
+    [[nodiscard]] uint64_t StartOfExposure(uint16_t frameNumber,
+                                           uint64_t exposureNanoseconds) const;
 
 private:
     bool m_isSimulated = false;

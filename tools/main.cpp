@@ -1,5 +1,5 @@
-// The zerix command-line tool: parses the command line and runs a verb. Exit status 0 for success, 1
-// for a failure (one sentence on the standard error), 2 for wrong usage.
+// The zerix command-line tool: parses the command line and runs a verb. Exit status 0 for success,
+// 1 for a failure (one sentence on the standard error), 2 for wrong usage.
 #include <cstdio>
 #include <exception>
 
@@ -18,9 +18,11 @@ constexpr int kWrongUsage = 2;
 
 void AddCommonOptions(CLI::App &app, CommonOptions &options)
 {
-    app.add_flag("--sim", options.simulated, "Use the virtual bus with its built-in rack of cameras");
-    app.add_option("--rack", options.rack,
-                   "Use the virtual bus with this rack: a TOML file or a known name (implies --sim)")
+    app.add_flag("--sim", options.simulated,
+                 "Use the virtual bus with its built-in rack of cameras");
+    app.add_option(
+           "--rack", options.rack,
+           "Use the virtual bus with this rack: a TOML file or a known name (implies --sim)")
         ->type_name("FILE|NAME");
     app.add_option("--camera", options.camera,
                    "The camera: its ID in the list or its unique identifier (default: the first)")
@@ -33,9 +35,10 @@ int Run(int argc, char **argv)
 {
     CommonOptions common;
     GrabOptions grab;
-    CLI::App app{"Lists scientific FireWire cameras, shows what they can do, and takes pictures with "
-                 "them.\nThe options before COMMAND may also stand behind it.",
-                 "zerix"};
+    CLI::App app{
+        "Lists scientific FireWire cameras, shows what they can do, and takes pictures with "
+        "them.\nThe options before COMMAND may also stand behind it.",
+        "zerix"};
     app.set_version_flag("--version", "zerix " ZERIX_TOOL_VERSION);
     app.require_subcommand(1);
     AddCommonOptions(app, common);
@@ -57,8 +60,9 @@ int Run(int argc, char **argv)
                      "(raw samples with a FILE.json beside them)")
         ->required()
         ->type_name("FILE");
-    take->add_option("-n,--count", grab.count, "How many pictures (default: 1); several get numbers "
-                                               "behind the file's name")
+    take->add_option("-n,--count", grab.count,
+                     "How many pictures (default: 1); several get numbers "
+                     "behind the file's name")
         ->check(CLI::Range(1u, 100000u))
         ->type_name("N");
     take->callback([&] { Grab(common, grab); });

@@ -73,8 +73,7 @@ ZerixLegacySettings OpenCamera::ReadSettings() const
     return settings;
 }
 
-Session::Session(const CommonOptions &options)
-    : m_options(options), m_simulated(ChooseBus(options))
+Session::Session(const CommonOptions &options) : m_options(options), m_simulated(ChooseBus(options))
 {
     const uint32_t error = Zerix_LoadDriver();
     if (error != ZERIX_SUCCESS)

@@ -80,8 +80,8 @@ void Grab(const CommonOptions &options, const GrabOptions &grab)
         throw CommandError(error);
     const auto folder = std::filesystem::path(grab.file).parent_path();
     if (!folder.empty() && !std::filesystem::is_directory(folder))
-        throw CommandError(fmt::format("{} can't be written: there is no folder {}.", grab.file,
-                                       folder.string()));
+        throw CommandError(
+            fmt::format("{} can't be written: there is no folder {}.", grab.file, folder.string()));
 
     const Session session(options);
     const OpenCamera camera(session.Chosen());
@@ -95,15 +95,16 @@ void Grab(const CommonOptions &options, const GrabOptions &grab)
         Zerix_Frame frame{};
         frame.pBuffer = buffer.data();
         frame.bufferSize = static_cast<uint32_t>(buffer.size());
-        const uint32_t result = credit.WhileGranted(
-            [&] { return Zerix_GrabFrame(camera.Handle(), &frame); });
+        const uint32_t result =
+            credit.WhileGranted([&] { return Zerix_GrabFrame(camera.Handle(), &frame); });
         if (result != ZERIX_SUCCESS)
             Fail("the picture can't be taken", result);
         const uint64_t start =
             credit.StartOfExposure(frame.frameNumber, facts.settings.values64[zprm64Exposure]);
         const Picture picture = PictureOf(frame, facts, start);
         if (picture.hasMissingData)
-            fmt::print(stderr, "zerix: warning: data of picture {} is missing and is black.\n", i + 1);
+            fmt::print(stderr, "zerix: warning: data of picture {} is missing and is black.\n",
+                       i + 1);
         const std::string file = FileOf(grab, i);
         error = WritePicture(file, picture);
         if (!error.empty())

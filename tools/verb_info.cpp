@@ -35,7 +35,8 @@ void PrintJson(const OpenCamera &camera)
     json["serial"] = camera.Serial();
     for (const auto &row : kInfoRows) {
         const auto value = camera.Info(row.key);
-        json[JsonName(row.name)] = value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();
+        json[JsonName(row.name)] =
+            value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();
     }
     fmt::print("{}\n", json.dump(2));
 }

@@ -1,5 +1,5 @@
-// The steps that the stream formats share: the start of a frame, copy and fill, and the check whether a
-// frame is done. Receive thread, but for setting up and cancelling.
+// The steps that the stream formats share: the start of a frame, copy and fill, and the check
+// whether a frame is done. Receive thread, but for setting up and cancelling.
 #include "camera/assembler/frame_assembler.h"
 
 #include "camera/assembler/packet_words.h"
@@ -40,7 +40,10 @@ bool IsStray(const tStFrameInfo &frame, const uint8_t *header)
 }
 
 // A mosaic seen from the far corner.
-uint32_t TurnedPattern(uint32_t pattern) { return pattern >= 5 && pattern <= 8 ? 13 - pattern : pattern; }
+uint32_t TurnedPattern(uint32_t pattern)
+{
+    return pattern >= 5 && pattern <= 8 ? 13 - pattern : pattern;
+}
 
 // From here on the frame is the run loop's. Release: all that was written to it is seen there.
 void GiveAway(tStFrameInfo &frame) { frame.finished.store(true, std::memory_order_release); }

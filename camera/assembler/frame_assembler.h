@@ -1,6 +1,6 @@
-// Turns the payloads of isochronous packets into frames, on the receive thread and in place: one copy
-// from the packet to the frame's buffer. Knows the three stream formats, interlaced fields and colour
-// planes. A leaf: it knows neither camera nor bus.
+// Turns the payloads of isochronous packets into frames, on the receive thread and in place: one
+// copy from the packet to the frame's buffer. Knows the three stream formats, interlaced fields and
+// colour planes. A leaf: it knows neither camera nor bus.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,8 @@ public:
     // 0, 1 or 2. Also restarts the packet count of format 0.
     void SetStreamingVersion(uint8_t version);
 
-    // Parses one payload of `length` bytes, which it may change. Reads and writes nothing outside it.
+    // Parses one payload of `length` bytes, which it may change. Reads and writes nothing outside
+    // it.
     void Packet(uint8_t *payload, uint32_t length);
 
 private:
@@ -63,18 +64,18 @@ private:
     AssemblerCallbacks m_callbacks;
     tStFrameInfo *m_frame = nullptr;
     FrameCursor m_cursor;
-    uint8_t m_fieldHigh = 0;         // kept with the frame; nothing depends on it
+    uint8_t m_fieldHigh = 0; // kept with the frame; nothing depends on it
     uint8_t m_streamingVersion = 0;
-    uint32_t m_remaining = 0;        // bytes still owed to the frame, the field or the plane
+    uint32_t m_remaining = 0; // bytes still owed to the frame, the field or the plane
 
     // Format 0.
     uint8_t m_expectedPacket = 0;
     uint16_t m_groupBytes = 0;
-    uint16_t m_bytesInGroup = 0;     // still to come
+    uint16_t m_bytesInGroup = 0; // still to come
 
     // Formats 1 and 2.
     uint8_t m_frameId = 0;
-    uint32_t m_framePosition = 0;    // of the next packet's data
+    uint32_t m_framePosition = 0; // of the next packet's data
 };
 
 } // namespace zerix

@@ -72,10 +72,14 @@ FrameCursor::Layout FrameCursor::LayoutOf(const tStFrameInfo &frame)
 uint32_t FrameCursor::PlaceScattered(const uint8_t *source, uint32_t count)
 {
     switch (m_layout) {
-    case Layout::kEveryOtherLine: return PlaceInLines(source, count);
-    case Layout::kPlanes: return PlaceInPlane(source, count);
-    case Layout::kInterleaved: return PlaceInChannel(source, count);
-    case Layout::kStraight: break;
+    case Layout::kEveryOtherLine:
+        return PlaceInLines(source, count);
+    case Layout::kPlanes:
+        return PlaceInPlane(source, count);
+    case Layout::kInterleaved:
+        return PlaceInChannel(source, count);
+    case Layout::kStraight:
+        break;
     }
     return PlaceStraight(source, count);
 }

@@ -1,5 +1,5 @@
-// Where the next byte of an image goes in its frame's buffer: straight on, to every other line, or to one
-// channel of the pixels. Copying and filling with black are one rule.
+// Where the next byte of an image goes in its frame's buffer: straight on, to every other line, or
+// to one channel of the pixels. Copying and filling with black are one rule.
 #pragma once
 
 #include <algorithm>
@@ -12,8 +12,8 @@ namespace zerix {
 
 class FrameCursor {
 public:
-    // Goes to the start of a new frame. A frame whose bytes don't come in order begins black, so that
-    // what never comes is black.
+    // Goes to the start of a new frame. A frame whose bytes don't come in order begins black, so
+    // that what never comes is black.
     void Begin(const tStFrameInfo &frame, uint8_t bitCode, uint8_t plane, uint8_t field);
 
     // Goes back to the start, for the next plane or field.
@@ -24,7 +24,8 @@ public:
     void Clear() { *this = {}; }
 
     // Places `count` bytes, or as many bytes of black if `source` is null. What fits is placed;
-    // returns kFrameOverflow if something didn't, kFrameCut for a plane that the format doesn't have.
+    // returns kFrameOverflow if something didn't, kFrameCut for a plane that the format doesn't
+    // have.
     [[nodiscard]] uint32_t Place(const uint8_t *source, uint32_t count)
     {
         return m_layout == Layout::kStraight ? PlaceStraight(source, count)
@@ -68,14 +69,14 @@ private:
 
     uint8_t *m_data = nullptr;
     uint32_t m_size = 0;
-    uint32_t m_placed = 0;     // bytes of this frame, plane or field
+    uint32_t m_placed = 0; // bytes of this frame, plane or field
     uint32_t m_planeBytes = 0;
     uint32_t m_lineBytes = 0;
     uint32_t m_outputFormat = 0;
     Layout m_layout = Layout::kStraight;
-    uint8_t m_bitCode = 0;     // bit depth minus 1
-    uint8_t m_plane = 0;       // colour of the wheel: 0, 1 or 3
-    uint8_t m_field = 0;       // 0 is the second one
+    uint8_t m_bitCode = 0; // bit depth minus 1
+    uint8_t m_plane = 0;   // colour of the wheel: 0, 1 or 3
+    uint8_t m_field = 0;   // 0 is the second one
 };
 
 } // namespace zerix

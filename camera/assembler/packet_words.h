@@ -1,5 +1,5 @@
-// The byte order of packet headers. Their fields are big-endian on the wire and are swapped where they
-// stand; after that a word's low byte comes first.
+// The byte order of packet headers. Their fields are big-endian on the wire and are swapped where
+// they stand; after that a word's low byte comes first.
 #pragma once
 
 #include <cstdint>
@@ -36,6 +36,9 @@ inline void SwapQuadlets(uint8_t *bytes, uint32_t count)
 }
 
 // A word after the swap.
-inline uint32_t WordAt(const uint8_t *bytes) { return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8; }
+inline uint32_t WordAt(const uint8_t *bytes)
+{
+    return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8;
+}
 
 } // namespace zerix

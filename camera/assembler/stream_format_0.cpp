@@ -1,5 +1,5 @@
-// Format 0: a block of numbered sub-packets. 1, 2, 4 or 8 of them make a group; the first of a group
-// begins with a marker and room for a frame header, the others are data from end to end.
+// Format 0: a block of numbered sub-packets. 1, 2, 4 or 8 of them make a group; the first of a
+// group begins with a marker and room for a frame header, the others are data from end to end.
 #include <algorithm>
 
 #include "camera/assembler/frame_assembler.h"
@@ -13,7 +13,7 @@ constexpr uint32_t kLeadBytes = 8;
 constexpr uint32_t kLeadQuadlets = kLeadBytes / 4;
 constexpr uint32_t kGroupLeadBytes = 2 + kFrameHeaderBytes;
 constexpr uint32_t kLargestSubPacket = 1024;
-constexpr uint32_t kGroupBytesWord = 10;  // of the frame header
+constexpr uint32_t kGroupBytesWord = 10; // of the frame header
 constexpr uint8_t kMarker = 1;
 constexpr uint8_t kFrameStartFlag = 0x80;
 

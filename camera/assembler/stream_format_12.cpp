@@ -1,5 +1,5 @@
-// Formats 1 and 2: every packet tells its place in the frame, and ends with a trailer. They differ in
-// nothing but the turn of the finished image.
+// Formats 1 and 2: every packet tells its place in the frame, and ends with a trailer. They differ
+// in nothing but the turn of the finished image.
 #include "camera/assembler/frame_assembler.h"
 #include "camera/assembler/packet_words.h"
 

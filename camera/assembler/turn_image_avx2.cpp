@@ -1,4 +1,5 @@
-// The turn in steps of 64 bytes from either end: two registers, a cache line where the image is aligned.
+// The turn in steps of 64 bytes from either end: two registers, a cache line where the image is
+// aligned.
 #include <cstddef>
 #include <cstdint>
 #include <immintrin.h>

@@ -1,5 +1,5 @@
-// The functions of the processor levels of turn_image.h. Both take what is left over by the wide steps
-// from the plain ones.
+// The functions of the processor levels of turn_image.h. Both take what is left over by the wide
+// steps from the plain ones.
 #pragma once
 
 #include <cstdint>

@@ -9,7 +9,7 @@ using namespace zerix::models;
 
 namespace {
 
-constexpr uint16_t kFastBus = 800;  // Mb/s
+constexpr uint16_t kFastBus = 800; // Mb/s
 constexpr uint16_t kFirstFirmwareBeyondTwo = 102;
 constexpr float kFixedReadoutDefault = 20.0f;
 
@@ -41,8 +41,9 @@ uint32_t ModelCamera::GetAnalogBoardType()
 
 float ModelCamera::GetReadoutFrequencyDefault()
 {
-    return row.readoutDefault == ReadoutDefault::k20 ? kFixedReadoutDefault
-                                                     : TolvaneFWCamera::GetReadoutFrequencyDefault();
+    return row.readoutDefault == ReadoutDefault::k20
+               ? kFixedReadoutDefault
+               : TolvaneFWCamera::GetReadoutFrequencyDefault();
 }
 
 void ModelCamera::GetReadoutFrequencyModes(std::vector<float> &modes)
@@ -89,7 +90,8 @@ void ModelCamera::GetTriggerModes(std::vector<uint32_t> &modes)
 
 bool ModelCamera::IsEightFoldCapable()
 {
-    return CheckConfigRegVersion(2, 2) && Information(zerix::registers::information::kBinningCode2Is8) != 0;
+    return CheckConfigRegVersion(2, 2) &&
+           Information(zerix::registers::information::kBinningCode2Is8) != 0;
 }
 
 void ModelCamera::GetSymmetricalBinningModes(std::vector<uint16_t> &modes)

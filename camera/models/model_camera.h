@@ -1,4 +1,5 @@
-// A camera whose lists and rules come from its row of the model table. Every model's class derives from it.
+// A camera whose lists and rules come from its row of the model table. Every model's class derives
+// from it.
 #pragma once
 
 #include <cstdint>

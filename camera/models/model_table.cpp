@@ -11,13 +11,14 @@ namespace zerix::models {
 
 namespace {
 
-template <typename Model> std::unique_ptr<ZX::TolvaneFWCamera> Make(HALCamera camera)
+template <typename Model>
+std::unique_ptr<ZX::TolvaneFWCamera> Make(HALCamera camera)
 {
     return std::make_unique<Model>(camera);
 }
 
-// What a row leaves out: the base readouts, the highest of them as default, the base triggers, binning
-// 1, 2, 4, 8, gain curve 2, tag 1.
+// What a row leaves out: the base readouts, the highest of them as default, the base triggers,
+// binning 1, 2, 4, 8, gain curve 2, tag 1.
 constexpr ModelRow kModels[] = {
     {.number = kUnknownModel, .binnings = BinningRule::kByFirmware, .make = Make<ZX::Unknown>},
     {.number = 5,
@@ -128,7 +129,8 @@ constexpr ModelRow kModels[] = {
 // One row for each name, in the order of the numbers, behind the row of the unknown.
 constexpr bool MatchesNames()
 {
-    if (std::size(kModels) != tables::kCameraModels.size() + 1 || kModels[0].number != kUnknownModel)
+    if (std::size(kModels) != tables::kCameraModels.size() + 1 ||
+        kModels[0].number != kUnknownModel)
         return false;
     for (std::size_t index = 1; index < std::size(kModels); ++index)
         if (kModels[index].number != tables::kCameraModels[index - 1].model)

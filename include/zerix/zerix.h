@@ -381,9 +381,10 @@ ZERIX_API uint32_t Zerix_GetParamSparseTable64(const Zerix_Settings *settings, u
  *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT, ZERIX_ERROR_INITIALISATION
  *                                 no image came
  * An image with missing data is no error of the call: frame's errorCode tells it. Blocks until the
- * image is there, at most five seconds longer than twice the exposure (three times on an
- * interlaced camera; with the wheel turning, the three colours' exposures together). When that time
- * is over, as it is where no trigger comes, the call fails and the camera goes on streaming. */
+ * image is there. The limit of the wait is a thousand times twice the exposure plus five seconds
+ * (three times the exposure on an interlaced camera; with the wheel turning, the three colours'
+ * exposures together): 83 minutes at the least. When that time is over, the call fails and the
+ * camera goes on streaming. */
 ZERIX_API uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame);
 ZERIX_API uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame,
                                     ZerixAsyncCallback callback, uint32_t flags, void *userPointer,

@@ -40,7 +40,8 @@ enum {
     HAL_ERROR_NO_BUFFER = 997
 };
 
-/* ---- Threads, semaphores, conditions ---------------------------------------------------------- */
+/* ---- Threads, semaphores, conditions ----------------------------------------------------------
+ */
 
 /* A thread. Made by HAL_ThreadCreate, freed by HAL_ThreadCleanup. */
 typedef struct threadInfo {
@@ -84,7 +85,8 @@ ZERIX_API uint32_t HAL_ConditionReset(HAL_Condition condition);
 ZERIX_API uint32_t HAL_ConditionSignal(HAL_Condition condition);
 ZERIX_API uint32_t HAL_ConditionDestroy(HAL_Condition *condition);
 
-/* ---- Start, end, errors ----------------------------------------------------------------------- */
+/* ---- Start, end, errors -----------------------------------------------------------------------
+ */
 
 ZERIX_API uint32_t HAL_Open(void);
 ZERIX_API uint32_t HAL_Close(void);
@@ -97,15 +99,16 @@ ZERIX_API uint32_t HAL_MemoryFree(void *block);
 /* Status of the camera layer for an error number of this layer. */
 ZERIX_API uint32_t HAL_TranslateError(uint32_t halError);
 
-/* ---- Cameras ----------------------------------------------------------------------------------- */
+/* ---- Cameras -----------------------------------------------------------------------------------
+ */
 
 struct tStFrameInfo;
 
 typedef struct HALCamera {
-    uint32_t cameraIndex;      /* ordinal of the device in enumeration order */
-    uint32_t kind;             /* transport; 0 is the live one */
-    uint32_t isConnected;      /* 1 while connected; in a list entry, somebody else has the device */
-    uint32_t modelWord;        /* model number in the upper 16 bits */
+    uint32_t cameraIndex; /* ordinal of the device in enumeration order */
+    uint32_t kind;        /* transport; 0 is the live one */
+    uint32_t isConnected; /* 1 while connected; in a list entry, somebody else has the device */
+    uint32_t modelWord;   /* model number in the upper 16 bits */
     uint32_t packetBufferSize; /* bytes of a packet slot: the packet size asked for plus 12 */
     void *device;              /* the transport's private record, until HAL_CameraRelease */
 } HALCamera;

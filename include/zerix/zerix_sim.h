@@ -20,19 +20,19 @@ extern "C" {
 
 enum {
     ZERIX_SIM_OK = 0,
-    ZERIX_SIM_BAD_RACK = 1,      /* the rack file or name can't be used */
+    ZERIX_SIM_BAD_RACK = 1, /* the rack file or name can't be used */
     ZERIX_SIM_NO_SUCH_CAMERA = 2,
     ZERIX_SIM_BAD_SCENE = 3,
     ZERIX_SIM_BAD_FAULT = 4,
-    ZERIX_SIM_IN_USE = 5,        /* a device of the bus is open */
+    ZERIX_SIM_IN_USE = 5, /* a device of the bus is open */
     ZERIX_SIM_BAD_PARAMETER = 6,
-    ZERIX_SIM_NOT_KNOWN = 7      /* no such frame */
+    ZERIX_SIM_NOT_KNOWN = 7 /* no such frame */
 };
 
 #define ZERIX_SIM_UNLIMITED 0xFFFFFFFFu
 
-/* Loads a rack: the path of a TOML file, the name of a rack that is built in or installed, or null for
- * the built-in one. Everything starts anew: clock, seed, faults. Not while a device is open. */
+/* Loads a rack: the path of a TOML file, the name of a rack that is built in or installed, or null
+ * for the built-in one. Everything starts anew: clock, seed, faults. Not while a device is open. */
 ZERIX_API uint32_t ZerixSim_ChooseRack(const char *rack);
 
 /* The sentence of this thread's last error; never null. Valid until the thread's next call. */
@@ -58,8 +58,8 @@ ZERIX_API uint32_t ZerixSim_SetScene(uint32_t camera, const char *scene);
  * "lose packet at frame 2 packet 5" (see docs/virtual-bus.md). */
 ZERIX_API uint32_t ZerixSim_InjectFault(uint32_t camera, const char *fault);
 
-/* Limits how many more frames the camera may begin; each call sets the number anew. Without a call, or
- * with ZERIX_SIM_UNLIMITED, it begins as many as the stream takes. */
+/* Limits how many more frames the camera may begin; each call sets the number anew. Without a call,
+ * or with ZERIX_SIM_UNLIMITED, it begins as many as the stream takes. */
 ZERIX_API uint32_t ZerixSim_GiveCredit(uint32_t camera, uint32_t frames);
 
 /* 1 if the bus runs on the fast clock, 0 on the wall clock. */
@@ -87,8 +87,8 @@ typedef struct ZerixSimHeld {
 } ZerixSimHeld;
 ZERIX_API uint32_t ZerixSim_GetHeld(ZerixSimHeld *held);
 
-/* The register writes that a camera has seen since the last call, oldest first. `count`: in, the room;
- * out, how many there were, which may be more than fitted (the last 65,536 are kept). */
+/* The register writes that a camera has seen since the last call, oldest first. `count`: in, the
+ * room; out, how many there were, which may be more than fitted (the last 65,536 are kept). */
 typedef struct ZerixSimWrite {
     uint32_t address;
     uint32_t value;

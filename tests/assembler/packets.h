@@ -1,5 +1,5 @@
-// What the assembler's tests share: packets as they stand on the wire, and a camera that prepares frames
-// in buffers of their exact size.
+// What the assembler's tests share: packets as they stand on the wire, and a camera that prepares
+// frames in buffers of their exact size.
 #pragma once
 
 #include <cstdint>
@@ -29,22 +29,37 @@ struct Header {
     uint16_t groupBytes = 0;
 };
 
-inline void Append(Bytes &bytes, const Bytes &more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
+inline void Append(Bytes &bytes, const Bytes &more)
+{
+    bytes.insert(bytes.end(), more.begin(), more.end());
+}
 
 inline Bytes WireHeader(const Header &h)
 {
-    return {static_cast<uint8_t>(h.word >> 8),       static_cast<uint8_t>(h.word),
-            h.tag,                                   h.plane,
-            static_cast<uint8_t>(h.time >> 24),      static_cast<uint8_t>(h.time >> 16),
-            static_cast<uint8_t>(h.time >> 8),       static_cast<uint8_t>(h.time),
-            h.bitCode,                               h.field,
-            static_cast<uint8_t>(h.groupBytes >> 8), static_cast<uint8_t>(h.groupBytes)};
+    return {static_cast<uint8_t>(h.word >> 8),
+            static_cast<uint8_t>(h.word),
+            h.tag,
+            h.plane,
+            static_cast<uint8_t>(h.time >> 24),
+            static_cast<uint8_t>(h.time >> 16),
+            static_cast<uint8_t>(h.time >> 8),
+            static_cast<uint8_t>(h.time),
+            h.bitCode,
+            h.field,
+            static_cast<uint8_t>(h.groupBytes >> 8),
+            static_cast<uint8_t>(h.groupBytes)};
 }
 
 inline Bytes Lead(uint8_t id, uint32_t position, uint8_t flags)
 {
-    return {flags, 0x01, 0x00, id, 0x00, static_cast<uint8_t>(position >> 16),
-            static_cast<uint8_t>(position >> 8), static_cast<uint8_t>(position)};
+    return {flags,
+            0x01,
+            0x00,
+            id,
+            0x00,
+            static_cast<uint8_t>(position >> 16),
+            static_cast<uint8_t>(position >> 8),
+            static_cast<uint8_t>(position)};
 }
 
 // Packets of formats 1 and 2.
@@ -69,7 +84,8 @@ inline Bytes Next(uint8_t id, uint32_t position, const Bytes &data)
 inline Bytes Block(uint8_t firstNumber, uint8_t groupSizeCode, uint8_t subPacketWords,
                    const std::vector<Bytes> &subPackets)
 {
-    Bytes block = {0x00, subPacketWords, static_cast<uint8_t>(groupSizeCode << 6), firstNumber, 0, 0, 0, 0};
+    Bytes block = {
+        0x00, subPacketWords, static_cast<uint8_t>(groupSizeCode << 6), firstNumber, 0, 0, 0, 0};
     for (const Bytes &subPacket : subPackets)
         Append(block, subPacket);
     return block;
@@ -122,7 +138,8 @@ struct FakeCamera {
         assembler.SetStreamingVersion(version);
     }
 
-    // From a heap copy of the exact size, so that a byte too far is seen. Returns what is left there.
+    // From a heap copy of the exact size, so that a byte too far is seen. Returns what is left
+    // there.
     Bytes Send(const Bytes &payload)
     {
         std::unique_ptr<uint8_t[]> copy(new uint8_t[payload.size()]);

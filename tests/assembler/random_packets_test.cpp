@@ -21,10 +21,14 @@ struct Delivered {
     bool operator==(const Delivered &) const = default;
 };
 
-// As plain as it can be: works on the wire bytes and builds the image byte by byte. Progressive frames.
+// As plain as it can be: works on the wire bytes and builds the image byte by byte. Progressive
+// frames.
 class PlainAssembler {
 public:
-    explicit PlainAssembler(uint32_t frameBytes, bool isTurned) : m_frameBytes(frameBytes), m_isTurned(isTurned) {}
+    explicit PlainAssembler(uint32_t frameBytes, bool isTurned)
+        : m_frameBytes(frameBytes), m_isTurned(isTurned)
+    {
+    }
 
     void Packet(const Bytes &p)
     {
@@ -122,12 +126,24 @@ void Spoil(std::mt19937 &random, std::vector<Bytes> &packets)
         const size_t i = Below(random, packets.size());
         const size_t other = Below(random, packets.size());
         switch (Below(random, 6)) {
-        case 0: packets.erase(packets.begin() + static_cast<std::ptrdiff_t>(i)); break;
-        case 1: std::swap(packets[i], packets[other]); break;
-        case 2: packets.insert(packets.begin() + static_cast<std::ptrdiff_t>(other), Bytes(packets[i])); break;
-        case 3: packets[i].resize(1 + Below(random, packets[i].size())); break;
-        case 4: FlipABit(random, packets[i]); break;
-        default: packets[i].push_back(0xAA); break;
+        case 0:
+            packets.erase(packets.begin() + static_cast<std::ptrdiff_t>(i));
+            break;
+        case 1:
+            std::swap(packets[i], packets[other]);
+            break;
+        case 2:
+            packets.insert(packets.begin() + static_cast<std::ptrdiff_t>(other), Bytes(packets[i]));
+            break;
+        case 3:
+            packets[i].resize(1 + Below(random, packets[i].size()));
+            break;
+        case 4:
+            FlipABit(random, packets[i]);
+            break;
+        default:
+            packets[i].push_back(0xAA);
+            break;
         }
     }
 }

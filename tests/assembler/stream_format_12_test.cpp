@@ -32,8 +32,8 @@ TEST_F(StreamFormat12, PutsAFrameTogether)
 TEST_F(StreamFormat12, SwapsTheHeadersAndClearsTheTrailerWhereTheyStand)
 {
     const Bytes left = camera.Send(First(5, {.word = 0x0102, .time = 0x03040506}, {1, 2}));
-    EXPECT_EQ(left, (Bytes{1, 2, 5, 0, 0, 0, 0, 0, 0x02, 0x01, 0, kTag, 0x04, 0x03, 0x06, 0x05, 1, 7, 0, 0,
-                           1, 2, 0, 0, 0, 0}));
+    EXPECT_EQ(left, (Bytes{1,    2,    5,    0, 0, 0, 0, 0, 0x02, 0x01, 0, kTag, 0x04,
+                           0x03, 0x06, 0x05, 1, 7, 0, 0, 1, 2,    0,    0, 0,    0}));
 }
 
 TEST_F(StreamFormat12, ReadsAPositionOf24Bits)
@@ -101,7 +101,8 @@ TEST_F(StreamFormat12, BlackensTheRestForAnotherFrameId)
 // The header of the next frame has another id, so what is missing counts as a gap.
 TEST_F(StreamFormat12, FindsAMissingLastPacketAtTheNextFrame)
 {
-    camera.Send({First(1, {}, {1, 2, 3, 4}), First(2, {}, {11, 12, 13, 14}), Next(2, 4, {15, 16, 17, 18})});
+    camera.Send(
+        {First(1, {}, {1, 2, 3, 4}), First(2, {}, {11, 12, 13, 14}), Next(2, 4, {15, 16, 17, 18})});
     ASSERT_EQ(camera.arrived.size(), 2u);
     EXPECT_EQ(camera.arrived[0]->info.status, 1u);
     EXPECT_EQ(camera.arrived[0]->Data(), (Bytes{1, 2, 3, 4, 0, 0, 0, 0}));

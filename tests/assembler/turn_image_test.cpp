@@ -47,7 +47,8 @@ TEST(TurnImage, GivesTheSameBytesAtEveryLevel)
             const size_t offset = kGuard + random() % 32;
             for (uint32_t pixelBytes : {1u, 2u}) {
                 Bytes bytes(offset + size_t{count} * pixelBytes + kGuard);
-                std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random()); });
+                std::generate(bytes.begin(), bytes.end(),
+                              [&] { return static_cast<uint8_t>(random()); });
                 Bytes expected = bytes;
                 const auto first = expected.begin() + static_cast<std::ptrdiff_t>(offset);
                 const auto last = first + static_cast<std::ptrdiff_t>(size_t{count} * pixelBytes);

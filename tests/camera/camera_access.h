@@ -29,7 +29,7 @@ constexpr uint32_t VersionWord(uint16_t major, uint16_t minor)
     return uint32_t{major} << 16 | minor;
 }
 
-using Words = std::initializer_list<std::pair<uint32_t, uint32_t>>;  // byte offset and value
+using Words = std::initializer_list<std::pair<uint32_t, uint32_t>>; // byte offset and value
 
 // All other words are 0.
 inline void FillBlock(RegisterBlock &block, uint32_t version, Words words)
@@ -40,8 +40,8 @@ inline void FillBlock(RegisterBlock &block, uint32_t version, Words words)
         block.Store(offset, value);
 }
 
-inline std::unique_ptr<ZX::TolvaneFWCamera> MakeLooseCamera(uint32_t model, uint32_t informationVersion,
-                                                            Words information)
+inline std::unique_ptr<ZX::TolvaneFWCamera>
+MakeLooseCamera(uint32_t model, uint32_t informationVersion, Words information)
 {
     auto camera = models::MakeCamera(HALCamera{}, model);
     FillBlock(CameraAccess::InformationOf(*camera), informationVersion, information);

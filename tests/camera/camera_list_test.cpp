@@ -101,8 +101,8 @@ TEST_F(CameraList, KeepsOneObjectOfAMasquerade)
     EXPECT_EQ(Camera().GetHalCamera().modelWord, 13u << 16);
     EXPECT_EQ(Camera().OpenCamera(), 0);
     EXPECT_EQ(Camera().CloseCamera(), 0);
-    // The listing of the device, twice for each of the two objects but once for the discarded one, and
-    // once for the test.
+    // The listing of the device, twice for each of the two objects but once for the discarded one,
+    // and once for the test.
     EXPECT_EQ(tap.CountOf(kernel::kControlAllocateBandwidth), 5u);
 }
 
@@ -226,7 +226,8 @@ TEST_F(CameraList, GivesEachCameraItsPipelines)
         ASSERT_NE(camera->GetBayerPipeline(), nullptr);
         EXPECT_NE(camera->GetImagePipeline(), camera->GetBayerPipeline());
         EXPECT_EQ(camera->GetBayerFilter()->GetAlgorithm(), 4);
-        EXPECT_TRUE(camera->GetBayerPipeline()->RemoveFilter(camera->GetBenchmateRatioCorrectionFilter()));
+        EXPECT_TRUE(
+            camera->GetBayerPipeline()->RemoveFilter(camera->GetBenchmateRatioCorrectionFilter()));
         EXPECT_TRUE(camera->GetBayerPipeline()->RemoveFilter(camera->GetBayerFilter()));
         EXPECT_FALSE(camera->GetBayerPipeline()->RemoveFilter(camera->GetBayerFilter()));
     }
@@ -248,9 +249,10 @@ public:
 
 TEST_F(CameraList, SetsThePipelinesUpForTheSensor)
 {
-    UseCameras({Describe(18, 15)});  // 1004 x 1002
+    UseCameras({Describe(18, 15)}); // 1004 x 1002
     ListCameras();
-    for (ZX::ZImagePipeline *pipeline : {Camera().GetImagePipeline(), Camera().GetBayerPipeline()}) {
+    for (ZX::ZImagePipeline *pipeline :
+         {Camera().GetImagePipeline(), Camera().GetBayerPipeline()}) {
         SizeFilter filter;
         pipeline->AddFilter(&filter);
         EXPECT_EQ(filter.width, 1004u);

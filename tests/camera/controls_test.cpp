@@ -10,7 +10,8 @@ using registers::Capability;
 
 constexpr uint16_t kNotSupported = 15;
 
-// Shutter ------------------------------------------------------------------------------------------
+// Shutter
+// ------------------------------------------------------------------------------------------
 
 TEST(ShutterCloseDelay, CountsSixPointFour)
 {
@@ -19,8 +20,8 @@ TEST(ShutterCloseDelay, CountsSixPointFour)
     struct Row {
         uint32_t counts, delay;
     };
-    for (const Row &row : std::vector<Row>{{0, 0}, {1, 6}, {2, 12}, {5, 32}, {10, 64}, {4095, 26208},
-                                           {65535, 419424}}) {
+    for (const Row &row : std::vector<Row>{
+             {0, 0}, {1, 6}, {2, 12}, {5, 32}, {10, 64}, {4095, 26208}, {65535, 419424}}) {
         camera.SetControl(0x64, 0xABCD0000 | row.counts);
         camera.SetInformation(0x2C4, 0xABCD0000 | row.counts);
         EXPECT_EQ(camera.GetShutterCloseDelay(), row.delay);
@@ -39,7 +40,7 @@ TEST(ShutterCloseDelay, IsWrittenEachTimeCutToItsBits)
         EXPECT_EQ(camera.SetShutterCloseDelay(delay), 0);
     EXPECT_EQ(camera.TakeSent(),
               (SentQuadlets{Sent(0x64, 0xABCD0000), Sent(0x64, 0xABCD0001), Sent(0x64, 0xABCD0001),
-                            Sent(0x64, 0xABCD0FFF), Sent(0x64, 0xABCD312D)}));  // 78125
+                            Sent(0x64, 0xABCD0FFF), Sent(0x64, 0xABCD312D)})); // 78125
 }
 
 TEST(ShutterCloseDelay, IsAbsentWithoutTheCapability)
@@ -53,7 +54,8 @@ TEST(ShutterCloseDelay, IsAbsentWithoutTheCapability)
     EXPECT_EQ(camera.SetShutterCloseDelay(64), kNotSupported);
 }
 
-// Fan ----------------------------------------------------------------------------------------------
+// Fan
+// ----------------------------------------------------------------------------------------------
 
 TEST(Fan, AnythingButTheSlowerSpeedsIsFull)
 {
@@ -66,7 +68,8 @@ TEST(Fan, AnythingButTheSlowerSpeedsIsFull)
     struct Row {
         uint32_t field, speed;
     };
-    for (const Row &row : std::vector<Row>{{0, 4}, {1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 4}, {65535, 4}}) {
+    for (const Row &row :
+         std::vector<Row>{{0, 4}, {1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 4}, {65535, 4}}) {
         camera.SetControl(0x58, row.field << 16 | 0xFFFF);
         EXPECT_EQ(camera.GetFanSpeed(), row.speed);
     }
@@ -79,12 +82,13 @@ TEST(Fan, UnknownSpeedsAreWrittenAsNothing)
     camera.SetControl(0x58, 0x0001ABCD);
     for (const uint32_t speed : {1u, 2u, 3u, 4u, 4u, 5u, 0u})
         EXPECT_EQ(camera.SetFanSpeed(speed), 0);
-    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x58, 0x0002ABCD), Sent(0x58, 0x0003ABCD),
-                                               Sent(0x58, 0x0004ABCD), Sent(0x58, 0xABCD),
-                                               Sent(0x58, 0xABCD)}));
+    EXPECT_EQ(camera.TakeSent(),
+              (SentQuadlets{Sent(0x58, 0x0002ABCD), Sent(0x58, 0x0003ABCD), Sent(0x58, 0x0004ABCD),
+                            Sent(0x58, 0xABCD), Sent(0x58, 0xABCD)}));
 }
 
-// Mode bits ----------------------------------------------------------------------------------------
+// Mode bits
+// ----------------------------------------------------------------------------------------
 
 TEST(ModeBits, BlackoutAndHighSensitivityCompare)
 {
@@ -104,8 +108,8 @@ TEST(ModeBits, BlackoutAndHighSensitivityCompare)
     EXPECT_TRUE(camera.GetHighSensitivityMode());
     EXPECT_EQ(camera.SetBlackoutMode(false), 0);
     EXPECT_EQ(camera.SetHighSensitivityMode(false), 0);
-    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x54, 0xE), Sent(0x54, 0xF), Sent(0x54, 0xD),
-                                               Sent(0x54, 0xC)}));
+    EXPECT_EQ(camera.TakeSent(),
+              (SentQuadlets{Sent(0x54, 0xE), Sent(0x54, 0xF), Sent(0x54, 0xD), Sent(0x54, 0xC)}));
 }
 
 TEST(ModeBits, DitherIsWrittenEachTime)
@@ -141,7 +145,8 @@ TEST(ModeBits, HighGainCanOnlyBeTurnedOff)
     EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x78, 1), Sent(0x78, 1)}));
 }
 
-// Vertical clock -----------------------------------------------------------------------------------
+// Vertical clock
+// -----------------------------------------------------------------------------------
 
 TEST(VerticalClock, PeriodsAreTicksOfTheCamerasClock)
 {
@@ -170,8 +175,8 @@ TEST(VerticalClock, IsWrittenEachTimeCutToItsBits)
         EXPECT_EQ(camera.SetVClockPeriod(nanoseconds), 0);
     EXPECT_EQ(camera.TakeSent(),
               (SentQuadlets{Sent(0x7C, 0xABCD0000), Sent(0x7C, 0xABCD0001), Sent(0x7C, 0xABCD0001),
-                            Sent(0x7C, 0xABCD0028), Sent(0x7C, 0xABCD09A0),      // 68000
-                            Sent(0x7C, 0xABCD70A3)}));                           // 171798691
+                            Sent(0x7C, 0xABCD0028), Sent(0x7C, 0xABCD09A0), // 68000
+                            Sent(0x7C, 0xABCD70A3)}));                      // 171798691
     EXPECT_EQ(RegisterCamera().SetVClockPeriod(25), kNotSupported);
 }
 
@@ -189,7 +194,8 @@ TEST(VerticalClock, ThatStandsStillHasNoPeriod)
     EXPECT_EQ(camera.GetVClockPeriod(), 4294967295u);
 }
 
-// Calibration --------------------------------------------------------------------------------------
+// Calibration
+// --------------------------------------------------------------------------------------
 
 TEST(Calibration, NeedsTheHardwareProfileOfTwoChannels)
 {
@@ -210,11 +216,13 @@ TEST(Calibration, NeedsTheHardwareProfileOfTwoChannels)
         EXPECT_EQ(camera.GetChan1CalibrationGainDefault(), 0x34u);
         EXPECT_EQ(camera.SetChan1CalibrationGain(0x12), 0);
         EXPECT_EQ(camera.SetChan1CalibrationGain(0x1FE), 0);
-        EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x80, 0xFFFFFF12), Sent(0x80, 0xFFFFFFFE)}));
+        EXPECT_EQ(camera.TakeSent(),
+                  (SentQuadlets{Sent(0x80, 0xFFFFFF12), Sent(0x80, 0xFFFFFFFE)}));
     }
 }
 
-// Voltages -----------------------------------------------------------------------------------------
+// Voltages
+// -----------------------------------------------------------------------------------------
 
 struct Tweak {
     uint16_t (ZX::TolvaneFWCamera::*set)(uint32_t);
@@ -263,7 +271,7 @@ TEST(Tweaking, MiscCtrlRemembersWhetherItChanged)
     EXPECT_TRUE(camera.miscCtrlChanged);
     EXPECT_EQ(camera.SetMiscCtrlAd(6), 0);
     EXPECT_FALSE(camera.miscCtrlChanged);
-    EXPECT_EQ(camera.SetMiscCtrlAd(0x10006), 0);  // the same register, another value
+    EXPECT_EQ(camera.SetMiscCtrlAd(0x10006), 0); // the same register, another value
     EXPECT_TRUE(camera.miscCtrlChanged);
 }
 
@@ -286,7 +294,8 @@ TEST(Tweaking, DefaultsAreTold)
     EXPECT_EQ(older.GetMiscCtrlDefAd(), 0u);
 }
 
-// Tag, queue and registers in general --------------------------------------------------------------
+// Tag, queue and registers in general
+// --------------------------------------------------------------
 
 TEST(Psn, IsTheTopByteWrittenEachTime)
 {
@@ -313,7 +322,7 @@ TEST(FrameBufferLength, TakesAnyLength)
 
 TEST(ControlBlock, ASetterWithoutItsWordIsNotSupported)
 {
-    RegisterCamera camera(Version(2, 11), Version(1, 1));  // words up to 0x38
+    RegisterCamera camera(Version(2, 11), Version(1, 1)); // words up to 0x38
     camera.Enable(Capability::kBlackout);
     camera.Enable(Capability::kDither);
     camera.Enable(Capability::kFanControl);

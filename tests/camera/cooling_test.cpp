@@ -35,9 +35,9 @@ struct Reading {
     uint32_t counts;
     int32_t celsius;
 };
-constexpr Reading kReadings[] = {{0, -55},   {38, -54},  {40, -53},  {2106, -1}, {2107, 0},
-                                 {2145, 0},  {2184, 0},  {2185, 1},  {4095, 49}, {4096, 50},
-                                 {4134, 50}, {4135, 50}, {4136, 0},  {65535, 0}};
+constexpr Reading kReadings[] = {{0, -55},   {38, -54},  {40, -53}, {2106, -1}, {2107, 0},
+                                 {2145, 0},  {2184, 0},  {2185, 1}, {4095, 49}, {4096, 50},
+                                 {4134, 50}, {4135, 50}, {4136, 0}, {65535, 0}};
 
 TEST_F(Cooling, CountsAreDegreesCutTowardsZero)
 {
@@ -61,12 +61,19 @@ TEST_F(Cooling, TheLimitsReadTheSameWay)
 
 TEST_F(Cooling, DegreesAreCounts)
 {
-    for (const Reading &row : std::vector<Reading>{{0, -55}, {38, -54}, {584, -40}, {1364, -20},
-                                                   {2106, -1}, {2184, 1}, {2925, 20}, {4017, 48},
+    for (const Reading &row : std::vector<Reading>{{0, -55},
+                                                   {38, -54},
+                                                   {584, -40},
+                                                   {1364, -20},
+                                                   {2106, -1},
+                                                   {2184, 1},
+                                                   {2925, 20},
+                                                   {4017, 48},
                                                    {4056, 49}}) {
-        camera.SetControl(0x38, 4135u << 16 | 1);  // 50
+        camera.SetControl(0x38, 4135u << 16 | 1); // 50
         EXPECT_EQ(camera.SetRegulatedCoolingTemp(row.celsius), 0) << row.celsius;
-        EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x38, row.counts << 16 | 1)})) << row.celsius;
+        EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x38, row.counts << 16 | 1)}))
+            << row.celsius;
     }
 }
 
@@ -97,8 +104,12 @@ TEST_F(Cooling, TheLockIsReadAnewAndOutlivesAFailedRead)
     EXPECT_FALSE(camera.GetRegulatedCoolingTemperatureLock());
     RegisterCamera broken(kNewestInformation, kNewestControl, Wire::kBroken);
     broken.Enable(registers::Capability::kRegulatedCooling);
-    for (const auto &[word, locked] : std::vector<std::pair<uint32_t, bool>>{
-             {0, false}, {1, false}, {2, false}, {3, true}, {0xFFFFFFFC, false}, {0xFFFFFFFF, true}}) {
+    for (const auto &[word, locked] : std::vector<std::pair<uint32_t, bool>>{{0, false},
+                                                                             {1, false},
+                                                                             {2, false},
+                                                                             {3, true},
+                                                                             {0xFFFFFFFC, false},
+                                                                             {0xFFFFFFFF, true}}) {
         broken.SetStatusWord(4, word);
         EXPECT_EQ(broken.GetRegulatedCoolingTemperatureLock(), locked) << word;
     }
@@ -135,7 +146,7 @@ TEST(CoolingWithoutRegulation, IsZeroAndRefuses)
     EXPECT_EQ(camera.GetMinRegulatedCoolingTemp(), 0);
     EXPECT_EQ(camera.GetMaxRegulatedCoolingTemp(), 0);
     EXPECT_FALSE(camera.GetRegulatedCoolingTemperatureLock());
-    EXPECT_EQ(camera.SetRegulatedCoolingTemp(0), 0);  // as it is
+    EXPECT_EQ(camera.SetRegulatedCoolingTemp(0), 0); // as it is
     EXPECT_EQ(camera.SetRegulatedCoolingTemp(-20), kNotSupported);
     EXPECT_EQ(camera.SetRegulatedCoolingTemp(99), kNotSupported);
 }

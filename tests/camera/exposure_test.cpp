@@ -11,7 +11,7 @@ TEST(Exposure, VersionOneCountsMicroseconds)
     RegisterCamera camera(Version(1, 2), Version(1, 2));
     EXPECT_EQ(camera.SetExposure(16384000), 0);
     EXPECT_EQ(camera.SetExposure(16384000), 0);
-    EXPECT_EQ(camera.SetExposure(16384999), 0);  // not the value that is read back
+    EXPECT_EQ(camera.SetExposure(16384999), 0); // not the value that is read back
     EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x18, 16384), Sent(0x18, 16384)}));
     EXPECT_EQ(camera.GetExposure(), 16384000u);
 }

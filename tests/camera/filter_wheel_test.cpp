@@ -29,8 +29,7 @@ TEST(FilterWheel, ActivityIsWrittenEachTimeAndStopsNothing)
     EXPECT_EQ(camera.SetRGBFilterActive(true), 0);
     EXPECT_EQ(camera.SetRGBFilterActive(true), 0);
     EXPECT_EQ(camera.SetRGBFilterActive(false), 0);
-    EXPECT_EQ(camera.TakeSent(),
-              (SentQuadlets{Sent(0x30, 0x10), Sent(0x30, 0x10), Sent(0x30, 0)}));
+    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x30, 0x10), Sent(0x30, 0x10), Sent(0x30, 0)}));
     EXPECT_TRUE(camera.streaming);
 }
 
@@ -40,9 +39,9 @@ TEST(FilterWheel, TheStartColourIsOneThreeOrNothing)
     camera.SetControl(0x30, 0xFFFFFCFF);
     for (const uint16_t colour : std::vector<uint16_t>{0, 1, 1, 3, 2, 3, 4, 256})
         EXPECT_EQ(camera.SetRGBFilterStartColour(colour), 0);
-    EXPECT_EQ(camera.TakeSent(),
-              (SentQuadlets{Sent(0x30, 0xFFFFFDFF), Sent(0x30, 0xFFFFFFFF), Sent(0x30, 0xFFFFFCFF),
-                            Sent(0x30, 0xFFFFFFFF), Sent(0x30, 0xFFFFFCFF), Sent(0x30, 0xFFFFFCFF)}));
+    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x30, 0xFFFFFDFF), Sent(0x30, 0xFFFFFFFF),
+                                               Sent(0x30, 0xFFFFFCFF), Sent(0x30, 0xFFFFFFFF),
+                                               Sent(0x30, 0xFFFFFCFF), Sent(0x30, 0xFFFFFCFF)}));
     camera.SetControl(0x30, 0x200);
     EXPECT_EQ(camera.GetRGBFilterStartColour(), 2);
 }
@@ -54,8 +53,8 @@ TEST(FilterWheel, RedAndBlueAreExposedLikeTheImage)
     EXPECT_EQ(camera.SetRGBFilterRedExposure(0x100000002u), 0);
     EXPECT_EQ(camera.SetRGBFilterBlueExposure(0x300000004u), 0);
     EXPECT_EQ(camera.SetRGBFilterBlueExposure(0x300000004u), 0);
-    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x1C, 1), Sent(0x40, 2), Sent(0x20, 3),
-                                               Sent(0x44, 4)}));
+    EXPECT_EQ(camera.TakeSent(),
+              (SentQuadlets{Sent(0x1C, 1), Sent(0x40, 2), Sent(0x20, 3), Sent(0x44, 4)}));
     EXPECT_EQ(camera.GetRGBFilterRedExposure(), 0x100000002u);
     EXPECT_EQ(camera.GetRGBFilterBlueExposure(), 0x300000004u);
     EXPECT_EQ(camera.GetExposure(), 0u);

@@ -1,5 +1,5 @@
-// The scales of the analogue gain. The expected values come from the lines' equations, worked with a
-// calculator's double precision.
+// The scales of the analogue gain. The expected values come from the lines' equations, worked with
+// a calculator's double precision.
 #include "camera/gain_curve.h"
 
 #include <cmath>
@@ -61,7 +61,8 @@ void ExpectCounts(const GainRecord &record, const std::vector<Point> &points)
             << point.microdecibels << " microdecibels";
 }
 
-// Counts to decibels -------------------------------------------------------------------------------
+// Counts to decibels
+// -------------------------------------------------------------------------------
 
 TEST(GainCurve, PiecewiseHasFourLinesAndATop)
 {
@@ -82,8 +83,13 @@ TEST(GainCurve, PiecewiseHasFourLinesAndATop)
 TEST(GainCurve, PiecewiseIsRelativeToTheDefaultAndCutTowardsZero)
 {
     ExpectdB(Piecewise(500), {{0, -3758}, {1, -3751}, {500, 0}, {501, 7517}, {4095, 30893622}});
-    ExpectdB(Piecewise(1000), {{0, -3762664}, {500, -3758905}, {501, -3751388}, {1000, 0},
-                               {3500, 18794530}, {4000, 27134002}, {4095, 27134716}});
+    ExpectdB(Piecewise(1000), {{0, -3762664},
+                               {500, -3758905},
+                               {501, -3751388},
+                               {1000, 0},
+                               {3500, 18794530},
+                               {4000, 27134002},
+                               {4095, 27134716}});
 }
 
 TEST(GainCurve, ADefaultBeyondTheRegisterCountsAsTheLowKnee)
@@ -94,8 +100,13 @@ TEST(GainCurve, ADefaultBeyondTheRegisterCountsAsTheLowKnee)
 
 TEST(GainCurve, LinearInDecibelsSpreadsTheRangeOverTheConverter)
 {
-    ExpectdB(LinearIndB(1000), {{0, -8337792}, {999, -8337}, {1000, 0}, {1001, 8337},
-                                {4095, 25805469}, {4096, 25813807}, {5000, 33351171}});
+    ExpectdB(LinearIndB(1000), {{0, -8337792},
+                                {999, -8337},
+                                {1000, 0},
+                                {1001, 8337},
+                                {4095, 25805469},
+                                {4096, 25813807},
+                                {5000, 33351171}});
 }
 
 TEST(GainCurve, ARatioHasNoDecibelsOfItsOwn)
@@ -107,7 +118,8 @@ TEST(GainCurve, ARatioHasNoDecibelsOfItsOwn)
     EXPECT_EQ(dBToGain(unset, 100), std::nullopt);
 }
 
-// Decibels to counts -------------------------------------------------------------------------------
+// Decibels to counts
+// -------------------------------------------------------------------------------
 
 TEST(GainCurve, PiecewiseInverseHasTheSameKnees)
 {
@@ -140,8 +152,13 @@ TEST(GainCurve, EveryCountOfThePiecewiseCurveComesBack)
 
 TEST(GainCurve, LinearInverseIsNotLimitedAbove)
 {
-    ExpectCounts(LinearIndB(1000), {{0, -8337793}, {0, -20000000}, {1000, 0}, {1001, 8337},
-                                    {1001, 8338}, {4094, 25800000}, {4095, 25805868},
+    ExpectCounts(LinearIndB(1000), {{0, -8337793},
+                                    {0, -20000000},
+                                    {1000, 0},
+                                    {1001, 8337},
+                                    {1001, 8338},
+                                    {4094, 25800000},
+                                    {4095, 25805868},
                                     {5797, 40000000}});
 }
 
@@ -154,20 +171,28 @@ TEST(GainCurve, AConverterWithoutARangeGivesNumbers)
     EXPECT_TRUE(dBToGain(record, 100).has_value());
 }
 
-// Factors ------------------------------------------------------------------------------------------
+// Factors
+// ------------------------------------------------------------------------------------------
 
 TEST(GainCurve, TheStepKeepsOneFigureLessThanTheSizeHas)
 {
     struct Row {
         uint32_t normGain, step;
     };
-    for (const Row &row : std::vector<Row>{{0, 1}, {1, 1}, {999, 1}, {1000, 10}, {9999, 10},
-                                           {10000, 100}, {999999, 1000}, {1000000, 10000},
-                                           {10000000, 100000}, {4294967295u, 10000000}})
+    for (const Row &row : std::vector<Row>{{0, 1},
+                                           {1, 1},
+                                           {999, 1},
+                                           {1000, 10},
+                                           {9999, 10},
+                                           {10000, 100},
+                                           {999999, 1000},
+                                           {1000000, 10000},
+                                           {10000000, 100000},
+                                           {4294967295u, 10000000}})
         EXPECT_EQ(SignificantStep(row.normGain, 3), row.step) << row.normGain;
     EXPECT_EQ(SignificantStep(123456, 6), 1u);
     EXPECT_EQ(SignificantStep(123456, 5), 10u);
-    EXPECT_EQ(SignificantStep(4294967295u, 0), 1u);  // 10 to the tenth has no room
+    EXPECT_EQ(SignificantStep(4294967295u, 0), 1u); // 10 to the tenth has no room
 }
 
 TEST(GainCurve, AFactorIsRoundedClampedAndGivenBack)
@@ -217,7 +242,8 @@ TEST(GainCurve, DecibelsBecomeARoundedFactor)
     EXPECT_EQ(dBToNormGain(record, -2147483647 - 1), 1000u);
 }
 
-// Rounding -----------------------------------------------------------------------------------------
+// Rounding
+// -----------------------------------------------------------------------------------------
 
 TEST(GainCurve, DecibelsRoundToTheResolutionAwayFromZero)
 {
@@ -225,10 +251,18 @@ TEST(GainCurve, DecibelsRoundToTheResolutionAwayFromZero)
     struct Row {
         int32_t asked, rounded;
     };
-    for (const Row &row : std::vector<Row>{{0, 0}, {4999, 0}, {5000, 10000}, {14999, 10000},
-                                           {15000, 20000}, {-4999, 0}, {-5000, -10000},
-                                           {-14999, -10000}, {-15000, -20000}, {30890001, 30890000},
-                                           {2147483647, 30890000}, {-2147483647 - 1, -30890000}})
+    for (const Row &row : std::vector<Row>{{0, 0},
+                                           {4999, 0},
+                                           {5000, 10000},
+                                           {14999, 10000},
+                                           {15000, 20000},
+                                           {-4999, 0},
+                                           {-5000, -10000},
+                                           {-14999, -10000},
+                                           {-15000, -20000},
+                                           {30890001, 30890000},
+                                           {2147483647, 30890000},
+                                           {-2147483647 - 1, -30890000}})
         EXPECT_EQ(RoundNormGaindB(record, row.asked), row.rounded) << row.asked;
 }
 
@@ -249,7 +283,8 @@ TEST(GainCurve, AResolutionIsWorthFigures)
     EXPECT_EQ(SignificantFiguresOf(1000000), 1u);
 }
 
-// Limits -------------------------------------------------------------------------------------------
+// Limits
+// -------------------------------------------------------------------------------------------
 
 struct Limits {
     int32_t dBMin, dBMax;

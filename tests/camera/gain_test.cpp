@@ -15,7 +15,8 @@ constexpr uint32_t kRatio = 3;
 // 0.034 x 4096 / 4.096 decibels over 4096 counts: word 0x108 in billionths per count.
 void SetRange(RegisterCamera &camera) { camera.SetInformation(0x108, 8337793); }
 
-// Set-up -------------------------------------------------------------------------------------------
+// Set-up
+// -------------------------------------------------------------------------------------------
 
 TEST(GainSetUp, TakesTheRecordFromTheCamera)
 {
@@ -96,7 +97,8 @@ TEST(GainSetUp, ARangeThatCannotBeConvertedGives2)
     EXPECT_EQ(camera.SetupNormalizedGain(), 2);
 }
 
-// Conversions --------------------------------------------------------------------------------------
+// Conversions
+// --------------------------------------------------------------------------------------
 
 TEST(GainConversion, PiecewiseGoesByDecibels)
 {
@@ -123,13 +125,13 @@ TEST(GainConversion, ARatioIsNotScaledByTheMillion)
     EXPECT_EQ(camera.ConvertGainToNormGain(100), 0u);
     EXPECT_EQ(camera.ConvertGainToNormGain(500), 2u);
     EXPECT_EQ(camera.ConvertGainToNormGaindB(0), 0);
-    EXPECT_EQ(camera.ConvertGainToNormGaindB(500), -6003245);  // clamped to 0.501 from below
+    EXPECT_EQ(camera.ConvertGainToNormGaindB(500), -6003245); // clamped to 0.501 from below
     EXPECT_EQ(camera.ConvertNormGainToGain(2), 400u);
     EXPECT_EQ(camera.ConvertNormGainToGain(2000000), 400000000u);
     EXPECT_EQ(camera.ConvertNormGainToNormGaindB(0), 0);
     EXPECT_EQ(camera.ConvertNormGainToNormGaindB(2000000), 6020599);
     EXPECT_EQ(camera.ConvertNormGaindBToGain(6020600), 400u);
-    EXPECT_EQ(camera.ConvertNormGaindBToGain(9000000), 400u);  // 2.82, whole factors alone
+    EXPECT_EQ(camera.ConvertNormGaindBToGain(9000000), 400u); // 2.82, whole factors alone
     EXPECT_EQ(camera.ConvertNormGaindBToNormGain(6020600), 2000000u);
 }
 
@@ -140,7 +142,8 @@ TEST(GainConversion, ARatioToNothingIsNothing)
     EXPECT_EQ(camera.ConvertGainToNormGain(100), 0u);
 }
 
-// Reading and setting ------------------------------------------------------------------------------
+// Reading and setting
+// ------------------------------------------------------------------------------
 
 TEST(Gain, ReadsTheRoundTripOfTheRegister)
 {
@@ -181,7 +184,7 @@ TEST(Gain, TheSameDecibelsAreNotWritten)
     camera.SetUpGain(kPiecewise, 1000);
     camera.SetControl(0x14, 1000u << 20);
     EXPECT_EQ(camera.SetGain(1000), 0);
-    EXPECT_EQ(camera.SetNormalizedGain(1004999), 0);  // rounds to 1.00
+    EXPECT_EQ(camera.SetNormalizedGain(1004999), 0); // rounds to 1.00
     EXPECT_EQ(camera.SetNormalizedGaindB(0), 0);
     EXPECT_EQ(camera.TakeSent(), SentQuadlets{});
 }
@@ -193,8 +196,7 @@ TEST(Gain, AFactorOutsideTheLimitsIsWrittenAsTheLimit)
     camera.SetControl(0x14, 1000u << 20);
     EXPECT_EQ(camera.SetNormalizedGain(1), 0);           // 0.649, -3.755 decibels
     EXPECT_EQ(camera.SetNormalizedGain(4000000000u), 0); // 22.7, 27.12 decibels
-    EXPECT_EQ(camera.TakeSent(),
-              (SentQuadlets{Sent(0x14, 501u << 20), Sent(0x14, 3999u << 20)}));
+    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x14, 501u << 20), Sent(0x14, 3999u << 20)}));
 }
 
 TEST(Gain, CountsStayInsideTheRegister)
@@ -205,8 +207,8 @@ TEST(Gain, CountsStayInsideTheRegister)
     EXPECT_EQ(camera.SetGain(5000), 0);
     EXPECT_EQ(camera.SetNormalizedGaindB(-20000000), 0);
     EXPECT_EQ(camera.SetNormalizedGaindB(40000000), 0);
-    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x14, 0xFFF00000), Sent(0x14, 0),
-                                               Sent(0x14, 0xFFF00000)}));
+    EXPECT_EQ(camera.TakeSent(),
+              (SentQuadlets{Sent(0x14, 0xFFF00000), Sent(0x14, 0), Sent(0x14, 0xFFF00000)}));
 }
 
 TEST(Gain, ARatioCannotBeSet)
@@ -225,7 +227,7 @@ TEST(Gain, LockedItRefusesEvenThePresentValue)
     camera.SetUpGain(kPiecewise, 1000);
     camera.SetControl(0x14, 1000u << 20);
     camera.SetControl(0x54, 8);
-    EXPECT_EQ(camera.SetGain(1000), 0);  // the bit means nothing without the capability
+    EXPECT_EQ(camera.SetGain(1000), 0); // the bit means nothing without the capability
     camera.Enable(registers::Capability::kLockedGain);
     EXPECT_EQ(camera.SetGain(1000), kBadValue);
     EXPECT_EQ(camera.SetNormalizedGain(1000000), kBadValue);
@@ -242,7 +244,8 @@ TEST(Gain, AFailedWriteLeavesTheNewValueInTheShadow)
     EXPECT_EQ(camera.SetGain(2000), 0);
 }
 
-// Offset -------------------------------------------------------------------------------------------
+// Offset
+// -------------------------------------------------------------------------------------------
 
 TEST(Offset, ReadsItsFieldAndLimits)
 {
@@ -264,9 +267,8 @@ TEST(Offset, IsWrittenCutToItsTwelveBits)
     EXPECT_EQ(camera.SetOffset(0), 0);
     EXPECT_EQ(camera.SetOffset(0x123), 0);
     EXPECT_EQ(camera.SetOffset(0x123), 0);
-    EXPECT_EQ(camera.SetOffset(0x1123), 0);  // not the present value, though its field is
-    EXPECT_EQ(camera.TakeSent(),
-              (SentQuadlets{Sent(0x14, 0x7D001230), Sent(0x14, 0x7D001230)}));
+    EXPECT_EQ(camera.SetOffset(0x1123), 0); // not the present value, though its field is
+    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x14, 0x7D001230), Sent(0x14, 0x7D001230)}));
 }
 
 class OffsetCamera : public RegisterCamera {
@@ -288,7 +290,8 @@ TEST(Offset, AbsoluteItCountsFromTheCamerasZero)
     EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x14, 30 << 4), Sent(0x14, 0xFFF0)}));
 }
 
-// EM gain ------------------------------------------------------------------------------------------
+// EM gain
+// ------------------------------------------------------------------------------------------
 
 TEST(EmGain, IsAbsentWithoutTheCapability)
 {
@@ -359,8 +362,8 @@ TEST(EmGain, KeelAndLockedGainAreBitsOfTheirCapabilities)
     EXPECT_EQ(camera.SetLockedGainMode(true), 0);
     EXPECT_EQ(camera.SetKeelEmMode(false), 0);
     EXPECT_EQ(camera.SetLockedGainMode(false), 0);
-    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x54, 7), Sent(0x54, 0xF), Sent(0x54, 0xB),
-                                               Sent(0x54, 3)}));
+    EXPECT_EQ(camera.TakeSent(),
+              (SentQuadlets{Sent(0x54, 7), Sent(0x54, 0xF), Sent(0x54, 0xB), Sent(0x54, 3)}));
 }
 
 TEST(Intensifier, IsAbsent)

@@ -1,5 +1,5 @@
-// Region of interest, binning and image size: the order of the writes, the clamps, and the stream that
-// stops for them.
+// Region of interest, binning and image size: the order of the writes, the clamps, and the stream
+// that stops for them.
 #include "tests/camera/register_camera.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,8 @@ namespace {
 
 constexpr uint16_t kBadValue = 3;
 
-// A sensor of 1392 x 1040: 696 x 520 at two-fold, 174 x 130 at code 2, 348 x 260 at four-fold binning.
+// A sensor of 1392 x 1040: 696 x 520 at two-fold, 174 x 130 at code 2, 348 x 260 at four-fold
+// binning.
 class Geometry : public ::testing::Test {
 protected:
     Geometry() { Fill(camera); }
@@ -28,7 +29,8 @@ protected:
     RegisterCamera camera;
 };
 
-// Sizes --------------------------------------------------------------------------------------------
+// Sizes
+// --------------------------------------------------------------------------------------------
 
 TEST_F(Geometry, EachBinningHasItsLargestRegion)
 {
@@ -36,8 +38,14 @@ TEST_F(Geometry, EachBinningHasItsLargestRegion)
         uint16_t mode;
         uint32_t width, height;
     };
-    for (const Row &row : std::vector<Row>{{0, 0, 0}, {1, 1392, 1040}, {2, 696, 520}, {3, 174, 130},
-                                           {4, 348, 260}, {8, 174, 130}, {9, 0, 0}, {65535, 0, 0}}) {
+    for (const Row &row : std::vector<Row>{{0, 0, 0},
+                                           {1, 1392, 1040},
+                                           {2, 696, 520},
+                                           {3, 174, 130},
+                                           {4, 348, 260},
+                                           {8, 174, 130},
+                                           {9, 0, 0},
+                                           {65535, 0, 0}}) {
         EXPECT_EQ(camera.GetMaxCCDWidthForBinningMode(row.mode), row.width) << row.mode;
         EXPECT_EQ(camera.GetMaxCCDHeightForBinningMode(row.mode), row.height) << row.mode;
         EXPECT_EQ(camera.GetROIMaxWidthForBinningMode(row.mode), row.width) << row.mode;
@@ -71,7 +79,7 @@ TEST_F(Geometry, TheImageIsTheRegionButNoLargerThanTheBinning)
     camera.SetControl(0x0C, 696u << 16 | 521);
     EXPECT_EQ(camera.GetImageWidth(), 696u);
     EXPECT_EQ(camera.GetImageHeight(), 520u);
-    camera.SetControl(0x04, 1 << 3);  // 14 bits
+    camera.SetControl(0x04, 1 << 3); // 14 bits
     EXPECT_EQ(camera.GetImageSize(), 723840u);
 }
 
@@ -82,7 +90,8 @@ TEST_F(Geometry, UnbinnedTheImageIsTheRegionEvenBeyondTheSensor)
     EXPECT_EQ(camera.GetImageHeight(), 1500u);
 }
 
-// Region -------------------------------------------------------------------------------------------
+// Region
+// -------------------------------------------------------------------------------------------
 
 TEST_F(Geometry, TheRegionIsWrittenPositionFirst)
 {
@@ -102,8 +111,9 @@ TEST_F(Geometry, OneFieldCanBeSetAlone)
     EXPECT_EQ(camera.SetROIY(2), 0);
     EXPECT_EQ(camera.SetROIWidth(3), 0);
     EXPECT_EQ(camera.SetROIHeight(4), 0);
-    EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x10, 0x00010000), Sent(0x10, 0x00010002),
-                                               Sent(0x0C, 3u << 16 | 1040), Sent(0x0C, 0x00030004)}));
+    EXPECT_EQ(camera.TakeSent(),
+              (SentQuadlets{Sent(0x10, 0x00010000), Sent(0x10, 0x00010002),
+                            Sent(0x0C, 3u << 16 | 1040), Sent(0x0C, 0x00030004)}));
 }
 
 TEST_F(Geometry, ASizeBeyondTheBinningIsClampedAndWrittenEachTime)
@@ -173,11 +183,13 @@ TEST_F(Geometry, ThePositionIsComparedWithWhatTheCameraTells)
               (SentQuadlets{Sent(0x10, 100u << 16 | 60), Sent(0x10, 100u << 16 | 60)}));
 }
 
-// Binning ------------------------------------------------------------------------------------------
+// Binning
+// ------------------------------------------------------------------------------------------
 
 TEST_F(Geometry, CodeTwoIsEightfoldWhereTheCameraSaysSo)
 {
-    for (const auto &[code, mode] : std::vector<std::pair<uint32_t, uint16_t>>{{0, 1}, {1, 2}, {2, 8}, {3, 4}}) {
+    for (const auto &[code, mode] :
+         std::vector<std::pair<uint32_t, uint16_t>>{{0, 1}, {1, 2}, {2, 8}, {3, 4}}) {
         camera.SetControl(0x08, code);
         EXPECT_EQ(camera.GetSymmetricalBinningMode(), mode);
         EXPECT_EQ(camera.GetHorizontalBinningMode(), mode);
@@ -239,8 +251,8 @@ TEST_F(Geometry, WithoutBinningTheSizeComesBeforeThePosition)
     camera.SetControl(0x10, 10u << 16 | 20);
     EXPECT_EQ(camera.SetSymmetricalBinning(1), 0);
     EXPECT_EQ(camera.TakeSent(),
-              (SentQuadlets{Sent(0x08, 0), Sent(0x0C, 1392u << 16 | 200), Sent(0x0C, 1392u << 16 | 1040),
-                            Sent(0x10, 20), Sent(0x10, 0)}));
+              (SentQuadlets{Sent(0x08, 0), Sent(0x0C, 1392u << 16 | 200),
+                            Sent(0x0C, 1392u << 16 | 1040), Sent(0x10, 20), Sent(0x10, 0)}));
 }
 
 TEST_F(Geometry, WhatIsRightAlreadyIsNotWritten)
@@ -258,7 +270,7 @@ TEST_F(Geometry, AnUnknownBinningIsRefused)
     for (const uint16_t mode : std::vector<uint16_t>{0, 5, 6, 7, 9, 256})
         EXPECT_EQ(camera.SetSymmetricalBinning(mode), kBadValue) << mode;
     EXPECT_EQ(camera.TakeSent(), SentQuadlets{});
-    EXPECT_EQ(camera.SetSymmetricalBinning(2), 0);  // the settings are free again
+    EXPECT_EQ(camera.SetSymmetricalBinning(2), 0); // the settings are free again
 }
 
 TEST_F(Geometry, BinningGoesOnAfterAFailedWrite)
@@ -268,7 +280,7 @@ TEST_F(Geometry, BinningGoesOnAfterAFailedWrite)
     EXPECT_EQ(broken.SetSymmetricalBinning(2), 0);
     EXPECT_EQ(broken.TakeSent(), (SentQuadlets{Sent(0x08, 1), Sent(0x0C, 696u << 16 | 1040),
                                                Sent(0x0C, 696u << 16 | 520)}));
-    EXPECT_EQ(broken.SetSymmetricalBinning(1), 0);  // the settings are free again, and once only
+    EXPECT_EQ(broken.SetSymmetricalBinning(1), 0); // the settings are free again, and once only
 }
 
 TEST_F(Geometry, BinningStopsTheStreamUntilTheCommit)
@@ -285,7 +297,7 @@ TEST_F(Geometry, BinningStopsTheStreamUntilTheCommit)
 TEST(GeometryOfASlowBus, AFailedDropEndsTheBinning)
 {
     RegisterCamera camera(Version(2, 2), Version(2, 2), Wire::kBroken);
-    camera.SetControl(0x04, 7 << 8);  // 40 MHz
+    camera.SetControl(0x04, 7 << 8); // 40 MHz
     camera.SetControl(0x08, 1);
     EXPECT_EQ(camera.SetSymmetricalBinning(1), 9);
     EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x04, 0)}));
@@ -295,7 +307,7 @@ TEST(GeometryOfASlowBus, AFailedDropEndsTheBinning)
 TEST(GeometryOfASlowBus, UnbinningDropsTheFrequencyFirst)
 {
     RegisterCamera camera(Version(2, 2), Version(2, 2));
-    camera.SetControl(0x04, 5 << 8);  // 30 MHz
+    camera.SetControl(0x04, 5 << 8); // 30 MHz
     camera.SetControl(0x08, 1);
     EXPECT_EQ(camera.SetSymmetricalBinning(2), 0);
     EXPECT_EQ(camera.TakeSent(), SentQuadlets{});

@@ -77,9 +77,14 @@ TEST(CameraIdentity, TurnsTheSerialNumberOnceTheCameraIsLittleEndian)
 
 TEST(CameraIdentity, EndsALongSerialNumberBehind28Letters)
 {
-    auto camera = MakeCamera(kNewest, {{0x48, 0x61616161}, {0x4C, 0x61616161}, {0x50, 0x61616161},
-                                       {0x54, 0x61616161}, {0x58, 0x61616161}, {0x5C, 0x61616161},
-                                       {0x60, 0x61616161}, {0x64, 0x61616161}});
+    auto camera = MakeCamera(kNewest, {{0x48, 0x61616161},
+                                       {0x4C, 0x61616161},
+                                       {0x50, 0x61616161},
+                                       {0x54, 0x61616161},
+                                       {0x58, 0x61616161},
+                                       {0x5C, 0x61616161},
+                                       {0x60, 0x61616161},
+                                       {0x64, 0x61616161}});
     EXPECT_EQ(std::string(camera->GetSerialNumberString()), std::string(28, 'a'));
 }
 
@@ -92,7 +97,8 @@ TEST(CameraIdentity, HasAHardwareProfileFromInformation29On)
         EXPECT_EQ(camera->GetHardwareVersion(), profile);
     }
     for (const uint32_t odd : {4u, 5u, 0xFFFFu})
-        EXPECT_EQ(MakeLooseCamera(kModel, VersionWord(2, 9), {{0x324, odd}})->GetHardwareProfile(), 0);
+        EXPECT_EQ(MakeLooseCamera(kModel, VersionWord(2, 9), {{0x324, odd}})->GetHardwareProfile(),
+                  0);
     auto older = MakeCamera(VersionWord(2, 8), {{0x3C, 9}});
     EXPECT_EQ(older->GetHardwareProfile(), 0);
     EXPECT_EQ(older->GetHardwareVersion(), 9);
@@ -146,12 +152,12 @@ TEST(CameraSensor, HasItsFigures)
         uint32_t pixelSize;
         uint32_t fullWell;
     };
-    const Figures all[] = {{0, 3, 0, 0},         {4, 5, 6700, 36000},   {6, 7, 6450, 22000},
-                           {8, 9, 4650, 10000},  {10, 10, 3450, 0},     {11, 11, 0, 0},
-                           {12, 12, 3400, 0},    {13, 14, 0, 0},        {15, 15, 13700, 22000},
-                           {16, 19, 0, 0},       {20, 23, 7400, 80000}, {24, 33, 0, 0},
-                           {34, 39, 7400, 80000}, {40, 45, 0, 0},       {46, 75, 7400, 80000},
-                           {76, 77, 6800, 55000}, {78, 78, 16000, 0},   {79, 80, 0, 0}};
+    const Figures all[] = {{0, 3, 0, 0},          {4, 5, 6700, 36000},   {6, 7, 6450, 22000},
+                           {8, 9, 4650, 10000},   {10, 10, 3450, 0},     {11, 11, 0, 0},
+                           {12, 12, 3400, 0},     {13, 14, 0, 0},        {15, 15, 13700, 22000},
+                           {16, 19, 0, 0},        {20, 23, 7400, 80000}, {24, 33, 0, 0},
+                           {34, 39, 7400, 80000}, {40, 45, 0, 0},        {46, 75, 7400, 80000},
+                           {76, 77, 6800, 55000}, {78, 78, 16000, 0},    {79, 80, 0, 0}};
     for (const Figures &figures : all)
         for (uint32_t ccdModel = figures.first; ccdModel <= figures.last; ++ccdModel) {
             auto camera = MakeSensor(ccdModel);
@@ -252,8 +258,10 @@ constexpr uint32_t kD1 = 16;
 constexpr uint32_t kNoctisB1 = 25;
 constexpr uint32_t kMetrol = 1002;
 
-#define BASE_BEHAVIOUR(call, result, ...) \
-    {#call, result, [](Camera &camera) -> uint64_t { return camera.call; }, {__VA_ARGS__}}
+#define BASE_BEHAVIOUR(call, result, ...)                                                          \
+    {                                                                                              \
+#call, result, [](Camera & camera) -> uint64_t { return camera.call; }, { __VA_ARGS__ }    \
+    }
 
 const std::vector<BaseBehaviour> kBaseBehaviours = {
     BASE_BEHAVIOUR(IsLVWModeSupported(), 0, kBenchmate),
@@ -305,7 +313,8 @@ TEST(CameraDefaults, AreThoseOfEveryModelThatLeavesThemAlone)
         for (const BaseBehaviour &base : kBaseBehaviours)
             if (std::find(base.overriders.begin(), base.overriders.end(), model) ==
                 base.overriders.end()) {
-                EXPECT_EQ(base.call(*camera), base.result) << base.operation << " of model " << model;
+                EXPECT_EQ(base.call(*camera), base.result)
+                    << base.operation << " of model " << model;
             }
     }
 }

@@ -47,36 +47,101 @@ std::vector<ModelFacts> FactsAwayFromTheBus()
         {6, typeid(AstrelA2), "Astrel A2", kBaseReadouts, 20, kBaseTriggers, to4, kTo8, 2, 1},
         {7, typeid(SparrowB), "Sparrow B", kBaseReadouts, 20, kBaseTriggers, to4, kTo8, 2, 1},
         {8, typeid(Benchmate), "Benchmate", kBaseReadouts, 20, {0, 5}, {}, {}, 1, 1},
-        {9, typeid(AstrelIntensified), "Astrel Intensified", kBaseReadouts, 20, kBaseTriggers, {1, 2},
-         kTo8, 2, 1},
-        {10, typeid(SparrowIR), "Sparrow IR", kBaseReadouts, 20, kBaseTriggers, {1, 2}, {1, 2}, 2, 1},
+        {9,
+         typeid(AstrelIntensified),
+         "Astrel Intensified",
+         kBaseReadouts,
+         20,
+         kBaseTriggers,
+         {1, 2},
+         kTo8,
+         2,
+         1},
+        {10,
+         typeid(SparrowIR),
+         "Sparrow IR",
+         kBaseReadouts,
+         20,
+         kBaseTriggers,
+         {1, 2},
+         {1, 2},
+         2,
+         1},
         {12, typeid(AstrelC1), "Astrel C1", from10, 20, kBaseTriggers, kTo8, kTo8, 2, 1},
         {13, typeid(AstrelB1), "Astrel B1", from10, 20, kBaseTriggers, kTo8, kTo8, 2, 1},
-        {14, typeid(NoctisA1), "NoctisA1", kBaseReadouts, 20, kBaseTriggers, {1, 2, 4, 3}, kTo8, 2, 1},
+        {14,
+         typeid(NoctisA1),
+         "NoctisA1",
+         kBaseReadouts,
+         20,
+         kBaseTriggers,
+         {1, 2, 4, 3},
+         kTo8,
+         2,
+         1},
         {15, typeid(AstrelE1), "Astrel E1", from5, 20, kExtendedTriggers, kTo8, kTo8, 2, 1},
-        {16, typeid(AstrelD1), "OEM Camera 3", kBaseReadouts, 20, kExtendedTriggers, kTo8, kTo8, 2, 1},
+        {16, typeid(AstrelD1), "OEM Camera 3", kBaseReadouts, 20, kExtendedTriggers, kTo8, kTo8, 2,
+         1},
         {18, typeid(AstrelC2), "Astrel C2", from5, 20, kExtendedTriggers, kTo8, kTo8, 2, 1},
         {19, typeid(AstrelB2), "Astrel B2", from5, 20, kExtendedTriggers, kTo8, kTo8, 2, 1},
-        {25, typeid(NoctisB1), "Noctis C1", {40.0f, 10.0f, 20.0f}, 40, kExtendedTriggers, kTo8, kTo8, 2,
+        {25,
+         typeid(NoctisB1),
+         "Noctis C1",
+         {40.0f, 10.0f, 20.0f},
+         40,
+         kExtendedTriggers,
+         kTo8,
+         kTo8,
+         2,
          0},
-        {27, typeid(NoctisA2), "Noctis A2", to30, 20, kExtendedTriggers, {1, 2, 4}, {1, 2, 4}, 2, 0},
+        {27,
+         typeid(NoctisA2),
+         "Noctis A2",
+         to30,
+         20,
+         kExtendedTriggers,
+         {1, 2, 4},
+         {1, 2, 4},
+         2,
+         0},
         {28, typeid(AstrelE2), "Astrel E2", to30, 20, kExtendedTriggers, kTo8, kTo8, 2, 0},
         {29, typeid(AstrelC3), "Astrel C3", from5, 20, kExtendedTriggers, kTo8, kTo8, 2, 1},
         {30, typeid(AstrelB3), "Astrel B3", from5, 20, kExtendedTriggers, kTo8, kTo8, 2, 1},
         {32, typeid(MeridTeal), "Merid Teal", from10, 20, kExtendedTriggers, kTo8, kTo8, 2, 0},
-        {1001, typeid(AstrelOem1), "OXA", kBaseReadouts, 20, kBaseTriggers, {1, 2, 4, 3}, kTo8, 1, 1},
+        {1001,
+         typeid(AstrelOem1),
+         "OXA",
+         kBaseReadouts,
+         20,
+         kBaseTriggers,
+         {1, 2, 4, 3},
+         kTo8,
+         1,
+         1},
         {1002, typeid(Metrol), "MT1", {5.0f}, 5, kBaseTriggers, {}, {}, 2, 0},
-        {kUnassigned, typeid(Unknown), "Unknown", kBaseReadouts, 20, kBaseTriggers, {1, 2, 4, 3}, kTo8, 2,
+        {kUnassigned,
+         typeid(Unknown),
+         "Unknown",
+         kBaseReadouts,
+         20,
+         kBaseTriggers,
+         {1, 2, 4, 3},
+         kTo8,
+         2,
          1},
     };
 }
 
 std::unique_ptr<ZX::TolvaneFWCamera> MakeModel(uint32_t model, uint16_t firmware, bool isEightFold)
 {
-    return MakeLooseCamera(model, VersionWord(2, 11), {{0x40, firmware}, {0xA8, isEightFold ? 1 : 0}});
+    return MakeLooseCamera(model, VersionWord(2, 11),
+                           {{0x40, firmware}, {0xA8, isEightFold ? 1 : 0}});
 }
 
-std::unique_ptr<ZX::TolvaneFWCamera> MakeModel(uint32_t model) { return MakeModel(model, 114, false); }
+std::unique_ptr<ZX::TolvaneFWCamera> MakeModel(uint32_t model)
+{
+    return MakeModel(model, 114, false);
+}
 
 Binnings BinningsOf(ZX::TolvaneFWCamera &camera)
 {
@@ -137,7 +202,8 @@ TEST(ModelTable, HasTheFactsOfTheModelsThatDependOnTheBus)
 
 TEST(ModelTable, GivesEveryOtherNumberToUnknown)
 {
-    for (const uint32_t number : {0u, 1u, 4u, 11u, 17u, 20u, 21u, 22u, 23u, 24u, 34u, 1000u, 1003u, 65535u}) {
+    for (const uint32_t number :
+         {0u, 1u, 4u, 11u, 17u, 20u, 21u, 22u, 23u, 24u, 34u, 1000u, 1003u, 65535u}) {
         auto camera = MakeModel(number);
         EXPECT_EQ(typeid(*camera), typeid(ZX::Unknown)) << number;
         EXPECT_STREQ(camera->GetModelString(), "Unknown") << number;
@@ -184,7 +250,8 @@ TEST(ModelTable, BinsByEightNotBeforeInformation22)
         EXPECT_EQ(BinningsOf(*camera), (Binnings{1, 2, 3, 4})) << number;
         auto capable = MakeLooseCamera(number, VersionWord(2, 2), {{0x40, 114}, {0xA8, 1}});
         EXPECT_EQ(BinningsOf(*capable), kTo8) << number;
-        auto incapable = MakeLooseCamera(number, VersionWord(2, 2), {{0x40, 114}, {0xA8, 0xFFFFFFFE}});
+        auto incapable =
+            MakeLooseCamera(number, VersionWord(2, 2), {{0x40, 114}, {0xA8, 0xFFFFFFFE}});
         EXPECT_EQ(BinningsOf(*incapable), (Binnings{1, 2, 3, 4})) << number;
     }
 }
@@ -215,12 +282,14 @@ TEST(AstrelB1, IsModel13WhateverTheRegistersSay)
 TEST(AstrelA1, MasqueradesByItsSensor)
 {
     for (const uint32_t sensor : {46u, 53u}) {
-        auto camera = MakeLooseCamera(5, VersionWord(2, 11), {{0x38, 5u << 16}, {0x44, sensor << 16}});
+        auto camera =
+            MakeLooseCamera(5, VersionWord(2, 11), {{0x38, 5u << 16}, {0x44, sensor << 16}});
         EXPECT_EQ(camera->GetModel(), 5);
         EXPECT_EQ(camera->ReturnMasqueradedModel(), 13) << sensor;
     }
     for (const uint32_t sensor : {45u, 47u, 52u, 54u, 6u}) {
-        auto camera = MakeLooseCamera(5, VersionWord(2, 11), {{0x38, 5u << 16}, {0x44, sensor << 16}});
+        auto camera =
+            MakeLooseCamera(5, VersionWord(2, 11), {{0x38, 5u << 16}, {0x44, sensor << 16}});
         EXPECT_EQ(camera->ReturnMasqueradedModel(), 5) << sensor;
     }
 }
@@ -236,10 +305,12 @@ class Models : public VirtualBusTest {};
 TEST_F(Models, ReadOutAt30OnAFastBusAlone)
 {
     for (const uint32_t number : {26u, 31u, 33u}) {
-        EXPECT_EQ(ReadoutsOf(OpenOne(Describe(number, 21), 800)), (Frequencies{10.0f, 20.0f, 30.0f}))
+        EXPECT_EQ(ReadoutsOf(OpenOne(Describe(number, 21), 800)),
+                  (Frequencies{10.0f, 20.0f, 30.0f}))
             << number;
         FreeCameras();
-        EXPECT_EQ(ReadoutsOf(OpenOne(Describe(number, 21), 400)), (Frequencies{10.0f, 20.0f})) << number;
+        EXPECT_EQ(ReadoutsOf(OpenOne(Describe(number, 21), 400)), (Frequencies{10.0f, 20.0f}))
+            << number;
         FreeCameras();
     }
 }

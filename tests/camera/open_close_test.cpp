@@ -117,7 +117,7 @@ TEST_F(OpenClose, IsOpenAtOnceWhereTheRecordSaysInUse)
 {
     HALCamera inUse{};
     inUse.isConnected = 1;
-    inUse.kind = 2;  // no transport: connecting and disconnecting do nothing
+    inUse.kind = 2; // no transport: connecting and disconnecting do nothing
     auto camera = models::MakeCamera(inUse, 18);
     EXPECT_TRUE(camera->IsCameraOpen());
     EXPECT_FALSE(camera->DoWeHaveExclusiveAccess());

@@ -17,13 +17,14 @@ struct Row {
 void ExpectBytes(const std::vector<Row> &rows)
 {
     for (const auto &row : rows)
-        EXPECT_EQ(RequiredPacketSize(
-                      {.binning = row.binning, .bitDepth = row.bitDepth, .megahertz = row.megahertz},
-                      {.firmware = row.firmware, .speed = row.speed, .fastest = row.fastest}),
-                  row.bytes)
+        EXPECT_EQ(
+            RequiredPacketSize(
+                {.binning = row.binning, .bitDepth = row.bitDepth, .megahertz = row.megahertz},
+                {.firmware = row.firmware, .speed = row.speed, .fastest = row.fastest}),
+            row.bytes)
             << "firmware " << row.firmware << ", " << row.speed << " Mb/s, " << row.fastest
-            << " bytes, binning " << row.binning << ", " << row.bitDepth << " bits, " << row.megahertz
-            << " MHz";
+            << " bytes, binning " << row.binning << ", " << row.bitDepth << " bits, "
+            << row.megahertz << " MHz";
 }
 
 TEST(PacketSize, GrowsWithRateAndDepthAndShrinksWithBinning)
@@ -98,7 +99,8 @@ TEST(PacketSize, FixedItKnowsTwoSizes)
     EXPECT_EQ(FixedPacketSize({1, 16, 40.0f}), 4080);
 }
 
-// The camera ---------------------------------------------------------------------------------------
+// The camera
+// ---------------------------------------------------------------------------------------
 
 TEST(PacketSizeOfACamera, GoesByItsSettingsAndItsBus)
 {
@@ -118,7 +120,7 @@ TEST(PacketSizeOfACamera, GoesByItsSettingsAndItsBus)
 
 TEST(PacketSizeOfACamera, BeforeControl23DoesNotAskTheBus)
 {
-    RegisterCamera camera(Version(2, 2), Version(2, 2));  // a bus without packets
+    RegisterCamera camera(Version(2, 2), Version(2, 2)); // a bus without packets
     camera.SetInformation(0x20, 15);
     EXPECT_EQ(camera.CalculateRequiredPacketSize(1, 8, 20.0f), 4080);
     EXPECT_EQ(camera.CalculateRequiredPacketSize(1, 16, 20.0f), 4980);

@@ -15,7 +15,8 @@ struct Frequency {
 constexpr Frequency kFrequencies[] = {{0, 20.0f}, {1, 10.0f}, {2, 5.0f},  {3, 2.5f},
                                       {4, 25.0f}, {5, 30.0f}, {6, 35.0f}, {7, 40.0f}};
 
-// Readout frequency --------------------------------------------------------------------------------
+// Readout frequency
+// --------------------------------------------------------------------------------
 
 TEST(ReadoutFrequency, EveryCodeHasItsFrequency)
 {
@@ -104,12 +105,13 @@ TEST(ReadoutFrequency, GoesOnAfterAFailedCut)
 
 TEST(ReadoutFrequency, IsNotCutOnABigPacket)
 {
-    RegisterCamera slow(kNewestInformation, kNewestControl, Wire::kBroken);  // 5000 bytes
+    RegisterCamera slow(kNewestInformation, kNewestControl, Wire::kBroken); // 5000 bytes
     slow.SetReadoutFrequency(30.0f);
     EXPECT_EQ(slow.TakeSent(), (SentQuadlets{Sent(0x04, 5 << 8)}));
 }
 
-// Bit depth ----------------------------------------------------------------------------------------
+// Bit depth
+// ----------------------------------------------------------------------------------------
 
 TEST(BitDepth, EveryCodeHasItsDepth)
 {
@@ -133,7 +135,8 @@ TEST(BitDepth, ElevenAndFourteenShareACode)
         uint16_t depth;
         uint32_t code;
     };
-    for (const Row &row : std::vector<Row>{{8, 0}, {10, 1}, {16, 1}, {14, 3}, {11, 3}, {0, 3}, {9, 3}}) {
+    for (const Row &row :
+         std::vector<Row>{{8, 0}, {10, 1}, {16, 1}, {14, 3}, {11, 3}, {0, 3}, {9, 3}}) {
         camera.SetControl(0x04, 2 << 3);
         EXPECT_EQ(camera.SetBitDepth(row.depth), 0);
         EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x04, row.code << 3)})) << row.depth;
@@ -180,7 +183,8 @@ TEST(BitDepth, GoesOnAfterAFailedCut)
     EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x04, 0), Sent(0x04, 3 << 3)}));
 }
 
-// Byte order and compression -----------------------------------------------------------------------
+// Byte order and compression
+// -----------------------------------------------------------------------
 
 TEST(ByteOrder, IsSwitchedToLittleEndianOnce)
 {
@@ -218,7 +222,8 @@ TEST(Compression, IsAByteThatStopsNothing)
     EXPECT_TRUE(camera.streaming);
 }
 
-// Image format -------------------------------------------------------------------------------------
+// Image format
+// -------------------------------------------------------------------------------------
 
 TEST(ImageFormat, MonochromeBecomesThreeShotWithTheWheel)
 {

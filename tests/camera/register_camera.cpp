@@ -51,7 +51,8 @@ SentQuadlets SentIn(const std::string &trace)
     static const std::string kAddress = "Async write to address 0x";
     static const std::string kData = "Hex data: ";
     SentQuadlets quadlets;
-    for (size_t at = trace.find(kAddress); at != std::string::npos; at = trace.find(kAddress, at + 1)) {
+    for (size_t at = trace.find(kAddress); at != std::string::npos;
+         at = trace.find(kAddress, at + 1)) {
         const size_t data = trace.find(kData, at);
         quadlets.push_back(
             {static_cast<uint32_t>(std::stoul(trace.substr(at + kAddress.size(), 8), nullptr, 16)),
@@ -82,9 +83,15 @@ void RegisterCamera::SetInformation(uint32_t offset, uint32_t word)
     informationBlock.Store(offset, word);
 }
 
-void RegisterCamera::SetControl(uint32_t offset, uint32_t word) { controlBlock.Store(offset, word); }
+void RegisterCamera::SetControl(uint32_t offset, uint32_t word)
+{
+    controlBlock.Store(offset, word);
+}
 
-void RegisterCamera::SetStatusWord(uint32_t offset, uint32_t word) { statusBlock.Store(offset, word); }
+void RegisterCamera::SetStatusWord(uint32_t offset, uint32_t word)
+{
+    statusBlock.Store(offset, word);
+}
 
 void RegisterCamera::Enable(registers::Capability capability)
 {
@@ -93,7 +100,8 @@ void RegisterCamera::Enable(registers::Capability capability)
 }
 
 // The dynamic range of 34.1516 decibels is the one that cameras before 2.4 don't tell.
-void RegisterCamera::SetUpGain(uint32_t board, uint32_t gainDefault, uint32_t gainMin, uint32_t gainMax)
+void RegisterCamera::SetUpGain(uint32_t board, uint32_t gainDefault, uint32_t gainMin,
+                               uint32_t gainMax)
 {
     analogBoardType = board;
     SetInformation(0x08, gainDefault << 20);

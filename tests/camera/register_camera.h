@@ -1,6 +1,6 @@
-// A camera whose register blocks a test fills directly, and whose writes it reads back. It hangs on no
-// bus: its transport is one that the hardware layer passes over, after having traced the transfer.
-// One at a time, on one thread.
+// A camera whose register blocks a test fills directly, and whose writes it reads back. It hangs on
+// no bus: its transport is one that the hardware layer passes over, after having traced the
+// transfer. One at a time, on one thread.
 #pragma once
 
 #include <cstdint>
@@ -28,7 +28,10 @@ std::ostream &operator<<(std::ostream &stream, const SentQuadlet &quadlet);
 using SentQuadlets = std::vector<SentQuadlet>;
 
 // Of a control word, and of a commit.
-constexpr SentQuadlet Sent(uint32_t offset, uint32_t value) { return {kControlAddress + offset, value}; }
+constexpr SentQuadlet Sent(uint32_t offset, uint32_t value)
+{
+    return {kControlAddress + offset, value};
+}
 constexpr SentQuadlet SentCommit() { return {kCommandAddress + 4, 1}; }
 
 constexpr uint32_t Version(uint32_t major, uint32_t minor) { return major << 16 | minor; }
@@ -37,9 +40,9 @@ inline constexpr uint32_t kNewestControl = Version(2, 8);
 
 // Where its transfers go.
 enum class Wire {
-    kNowhere,  // every transfer succeeds and changes nothing; a bus without packets
-    kBroken,   // every transfer fails; a bus of 400 Mb/s
-    kFast,     // the same; a bus of 800 Mb/s
+    kNowhere, // every transfer succeeds and changes nothing; a bus without packets
+    kBroken,  // every transfer fails; a bus of 400 Mb/s
+    kFast,    // the same; a bus of 800 Mb/s
 };
 
 // A record of a camera that hangs there. The camera's destructor releases it.
@@ -61,7 +64,8 @@ public:
     // Turns one bit of the capability word on.
     void Enable(registers::Capability capability);
     // A curve, a default gain, and the limits that follow.
-    void SetUpGain(uint32_t board, uint32_t gainDefault, uint32_t gainMin = 0, uint32_t gainMax = 4095);
+    void SetUpGain(uint32_t board, uint32_t gainDefault, uint32_t gainMin = 0,
+                   uint32_t gainMax = 4095);
 
     // Quadlets written since the last call, oldest first.
     SentQuadlets TakeSent();

@@ -21,7 +21,8 @@ struct Length {
     uint32_t words;
 };
 
-void ExpectLengths(std::span<const registers::regVersionEntry> table, std::initializer_list<Length> lengths)
+void ExpectLengths(std::span<const registers::regVersionEntry> table,
+                   std::initializer_list<Length> lengths)
 {
     EXPECT_EQ(table.size(), lengths.size() + 1);
     for (const auto &[major, minor, words] : lengths)
@@ -32,11 +33,29 @@ void ExpectLengths(std::span<const registers::regVersionEntry> table, std::initi
 TEST(RegisterLengths, FollowTheVersion)
 {
     ExpectLengths(registers::kConfigurationLengths, {{1, 1, 11}});
-    ExpectLengths(registers::kInformationLengths,
-                  {{1, 1, 29}, {1, 2, 30}, {2, 1, 42}, {2, 2, 44}, {2, 3, 62}, {2, 4, 67}, {2, 5, 68},
-                   {2, 6, 79}, {2, 7, 176}, {2, 8, 178}, {2, 9, 202}, {2, 10, 209}, {2, 11, 215}});
-    ExpectLengths(registers::kControlLengths, {{1, 1, 15}, {1, 2, 16}, {2, 1, 20}, {2, 2, 20}, {2, 3, 21},
-                                               {2, 4, 21}, {2, 5, 24}, {2, 6, 26}, {2, 7, 34}, {2, 8, 43}});
+    ExpectLengths(registers::kInformationLengths, {{1, 1, 29},
+                                                   {1, 2, 30},
+                                                   {2, 1, 42},
+                                                   {2, 2, 44},
+                                                   {2, 3, 62},
+                                                   {2, 4, 67},
+                                                   {2, 5, 68},
+                                                   {2, 6, 79},
+                                                   {2, 7, 176},
+                                                   {2, 8, 178},
+                                                   {2, 9, 202},
+                                                   {2, 10, 209},
+                                                   {2, 11, 215}});
+    ExpectLengths(registers::kControlLengths, {{1, 1, 15},
+                                               {1, 2, 16},
+                                               {2, 1, 20},
+                                               {2, 2, 20},
+                                               {2, 3, 21},
+                                               {2, 4, 21},
+                                               {2, 5, 24},
+                                               {2, 6, 26},
+                                               {2, 7, 34},
+                                               {2, 8, 43}});
     ExpectLengths(registers::kStreamingLengths, {{1, 2, 4}});
     ExpectLengths(registers::kCommandLengths, {{1, 1, 3}, {1, 2, 4}});
     ExpectLengths(registers::kStatusLengths, {{1, 1, 2}, {1, 2, 2}, {1, 3, 4}});
@@ -44,10 +63,13 @@ TEST(RegisterLengths, FollowTheVersion)
 
 TEST(RegisterLengths, AreZeroForAVersionWithoutARow)
 {
-    EXPECT_EQ(registers::CalculateRegisterLength(registers::kControlLengths, VersionWord(2, 9)), 0u);
-    EXPECT_EQ(registers::CalculateRegisterLength(registers::kControlLengths, VersionWord(1, 0)), 0u);
+    EXPECT_EQ(registers::CalculateRegisterLength(registers::kControlLengths, VersionWord(2, 9)),
+              0u);
+    EXPECT_EQ(registers::CalculateRegisterLength(registers::kControlLengths, VersionWord(1, 0)),
+              0u);
     EXPECT_EQ(registers::CalculateRegisterLength(registers::kControlLengths, 0), 0u);
-    EXPECT_EQ(registers::CalculateRegisterLength(registers::kInformationLengths, VersionWord(3, 1)), 0u);
+    EXPECT_EQ(registers::CalculateRegisterLength(registers::kInformationLengths, VersionWord(3, 1)),
+              0u);
 }
 
 TEST(RegisterVersions, CompareMajorBeforeMinor)
@@ -110,10 +132,12 @@ TEST_F(Registers, ArePrintedAsOneLine)
     FillBlock(CameraAccess::ControlOf(*camera), VersionWord(1, 1), {{0x04, 0x00ABCDEF}, {0x38, 1}});
     const size_t before = DebugText().size();
     camera->PrintOutControlRegisters();
-    EXPECT_EQ(DebugText().substr(before),
-              "---\nLength in control registers: 15\nControl registers: 00000000 00abcdef 00000000 00000000 "
-              "00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 "
-              "00000001 \n");
+    EXPECT_EQ(
+        DebugText().substr(before),
+        "---\nLength in control registers: 15\nControl registers: 00000000 00abcdef 00000000 "
+        "00000000 "
+        "00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 00000000 "
+        "00000001 \n");
 }
 
 // Reading -----------------------------------------------------------------------------------------
@@ -125,24 +149,31 @@ TEST_F(Registers, AreReadFromTheDirectoryOn)
     EXPECT_EQ(camera.ReadCameraInfo(), 0);
     const uint32_t information = AddressOf(Block::kInformation);
     const uint32_t status = AddressOf(Block::kStatus);
-    const std::vector<BusTap::Read> expected = {
-        {kDirectory, 1}, {kDirectory, 11}, {information, 1}, {information, 215},
-        {AddressOf(Block::kStreaming), 1}, {AddressOf(Block::kCommand), 1},
-        {AddressOf(Block::kControl), 1},   {status, 1}, {status, 1}, {status, 4}};
+    const std::vector<BusTap::Read> expected = {{kDirectory, 1},
+                                                {kDirectory, 11},
+                                                {information, 1},
+                                                {information, 215},
+                                                {AddressOf(Block::kStreaming), 1},
+                                                {AddressOf(Block::kCommand), 1},
+                                                {AddressOf(Block::kControl), 1},
+                                                {status, 1},
+                                                {status, 1},
+                                                {status, 4}};
     EXPECT_EQ(tap.TakeReads(), expected);
 }
 
 TEST_F(Registers, FailToBeReadWithAStatus)
 {
     auto &camera = OpenOne(Describe(18, 6));
-    const std::pair<Block, bool> blocks[] = {{Block::kConfiguration, false}, {Block::kInformation, false},
-                                             {Block::kStreaming, true},      {Block::kCommand, true},
-                                             {Block::kControl, true},        {Block::kStatus, true}};
+    const std::pair<Block, bool> blocks[] = {
+        {Block::kConfiguration, false}, {Block::kInformation, false}, {Block::kStreaming, true},
+        {Block::kCommand, true},        {Block::kControl, true},      {Block::kStatus, true}};
     for (const auto &[block, isPrinted] : blocks) {
         tap.FailAccess(kernel::kControlAsyncRead, AddressOf(block), kSystemError);
         testing::internal::CaptureStdout();
         EXPECT_EQ(camera.ReadCameraInfo(), 9);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), isPrinted ? os::ErrorText(kSystemError) : "")
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  isPrinted ? os::ErrorText(kSystemError) : "")
             << static_cast<int>(block);
         EXPECT_EQ(camera.ReadCameraInfo(), 0);
     }
@@ -235,7 +266,8 @@ TEST_F(Registers, TellASystemWithoutResourcesApart)
     tap.FailAccess(kernel::kControlAsyncWrite, Control(0x14), kernel::kErrorNoSystemResources);
     testing::internal::CaptureStdout();
     EXPECT_EQ(camera.SetOffset(0x123), 33);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), os::ErrorText(kernel::kErrorNoSystemResources));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              os::ErrorText(kernel::kErrorNoSystemResources));
 }
 
 // Of a 64-bit value, the upper half goes first, and the lower one not at all if that fails.
@@ -243,7 +275,8 @@ TEST_F(Registers, WriteTheUpperHalfFirst)
 {
     auto &camera = OpenOne(Describe(18, 6));
     EXPECT_EQ(camera.SetExposure(0x1'00000002), 0);
-    EXPECT_EQ(TakeWrites(), (std::vector<RegisterWrite>{ControlWrite(0x18, 1), ControlWrite(0x3C, 2)}));
+    EXPECT_EQ(TakeWrites(),
+              (std::vector<RegisterWrite>{ControlWrite(0x18, 1), ControlWrite(0x3C, 2)}));
     tap.FailAccess(kernel::kControlAsyncWrite, Control(0x18), kSystemError);
     testing::internal::CaptureStdout();
     EXPECT_EQ(camera.SetExposure(0x3'00000004), 9);

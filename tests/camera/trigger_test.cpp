@@ -125,7 +125,8 @@ TEST(Trigger, TheDelayIsReadAlone)
     EXPECT_EQ(camera.GetTriggerDelayResolution(), 4u);
 }
 
-// Double shot --------------------------------------------------------------------------------------
+// Double shot
+// --------------------------------------------------------------------------------------
 
 TEST(DoubleShot, IsOffWhereItIsNotSupported)
 {
@@ -148,7 +149,8 @@ TEST(DoubleShot, IsTurnedOnWhicheverWayItIsAskedFor)
     EXPECT_EQ(camera.TakeSent(), (SentQuadlets{Sent(0x34, 1), Sent(0x34, 1)}));
 }
 
-// Synchronisation output ---------------------------------------------------------------------------
+// Synchronisation output
+// ---------------------------------------------------------------------------
 
 TEST(SyncB, EitherBitIsModeOne)
 {

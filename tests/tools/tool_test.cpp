@@ -42,7 +42,10 @@ protected:
 
     std::string Path(const std::string &name) { return m_folder.Path() + "/" + name; }
 
-    void Write(const std::string &name, const std::string &text) { std::ofstream(Path(name)) << text; }
+    void Write(const std::string &name, const std::string &text)
+    {
+        std::ofstream(Path(name)) << text;
+    }
 
     zerix::test::TemporaryFolder m_folder;
 };
@@ -71,9 +74,10 @@ TEST_F(Tool, WithNoBusTheErrorNamesBothWaysOn)
         const Outcome outcome = Run(verb);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(outcome.err,
-                  "zerix: There is no FireWire camera at hand: connect one and switch it on, or use "
-                  "--sim for virtual cameras (--rack FILE for your own).\n");
+        EXPECT_EQ(
+            outcome.err,
+            "zerix: There is no FireWire camera at hand: connect one and switch it on, or use "
+            "--sim for virtual cameras (--rack FILE for your own).\n");
     }
 }
 
@@ -183,12 +187,14 @@ TEST_F(Tool, ARackThatCannotBeUsedIsToldWithFileAndLine)
     const Outcome bad = Run("--rack bad.toml list");
     EXPECT_EQ(bad.status, 1);
     EXPECT_NE(bad.err.find("bad.toml:4"), std::string::npos) << bad.err;
-    EXPECT_NE(bad.err.find("Astrel C2"), std::string::npos) << "lists the known models: " << bad.err;
+    EXPECT_NE(bad.err.find("Astrel C2"), std::string::npos)
+        << "lists the known models: " << bad.err;
     Write("scene.toml", "[[camera]]\nmodel = \"Astrel C2\"\nscene = \"moon\"\n");
     const Outcome scene = Run("--rack scene.toml list");
     EXPECT_EQ(scene.status, 1);
     EXPECT_NE(scene.err.find("scene.toml:3"), std::string::npos) << scene.err;
-    EXPECT_NE(scene.err.find("stars"), std::string::npos) << "lists the known scenes: " << scene.err;
+    EXPECT_NE(scene.err.find("stars"), std::string::npos)
+        << "lists the known scenes: " << scene.err;
 }
 
 TEST_F(Tool, AMalformedConfigurationIsToldAndTheRestIsUsed)

@@ -22,7 +22,8 @@ namespace zerix::tool {
 namespace {
 
 // Two rows of three 12-bit samples.
-constexpr uint8_t kPixels16[] = {0x01, 0x00, 0xFF, 0x0F, 0x34, 0x02, 0x00, 0x08, 0x0A, 0x00, 0x07, 0x01};
+constexpr uint8_t kPixels16[] = {0x01, 0x00, 0xFF, 0x0F, 0x34, 0x02,
+                                 0x00, 0x08, 0x0A, 0x00, 0x07, 0x01};
 constexpr uint8_t kPixels8[] = {1, 2, 3, 250, 251, 252};
 
 Picture SixPixels(std::span<const uint8_t> pixels, uint32_t bytes, uint32_t bits)
@@ -118,7 +119,8 @@ TEST(PictureWriting, ATargetThatIsAFolderLeavesNoTemporaryFile)
     const test::TemporaryFolder folder;
     const std::string path = folder.Path() + "/p.raw";
     std::filesystem::create_directories(path + "/inside");
-    EXPECT_TRUE(WritePicture(path, SixPixels(kPixels8, 1, 8)).starts_with(path + " can't be written: "));
+    EXPECT_TRUE(
+        WritePicture(path, SixPixels(kPixels8, 1, 8)).starts_with(path + " can't be written: "));
     int entries = 0;
     for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator(folder.Path()))
         ++entries;
@@ -195,7 +197,8 @@ TEST(FitsWriter, KeepsTheSamplesAndTheKeywords)
     const test::TemporaryFolder folder;
     const std::string path = folder.Path() + "/p.fits";
     ASSERT_EQ(WritePicture(path, SixPixels(kPixels16, 2, 12)), "");
-    ASSERT_EQ(WritePicture(path, SixPixels(kPixels16, 2, 12)), "") << "an existing file is replaced";
+    ASSERT_EQ(WritePicture(path, SixPixels(kPixels16, 2, 12)), "")
+        << "an existing file is replaced";
     fitsfile *file = nullptr;
     int status = 0;
     fits_open_diskfile(&file, path.c_str(), READONLY, &status);

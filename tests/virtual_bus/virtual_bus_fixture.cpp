@@ -1,4 +1,5 @@
-// The tap on the virtual bus and the fixture. The tap's state is under one lock; requests of any thread.
+// The tap on the virtual bus and the fixture. The tap's state is under one lock; requests of any
+// thread.
 #include "tests/virtual_bus/virtual_bus_fixture.h"
 
 #include <algorithm>
@@ -132,7 +133,8 @@ public:
 private:
     static const kernel::AsyncRequest *AccessOf(uint32_t code, const void *in, uint32_t inSize)
     {
-        const bool isAccess = code == kernel::kControlAsyncRead || code == kernel::kControlAsyncWrite;
+        const bool isAccess =
+            code == kernel::kControlAsyncRead || code == kernel::kControlAsyncWrite;
         return isAccess && inSize >= kernel::kAsyncRequestBytes
                    ? static_cast<const kernel::AsyncRequest *>(in)
                    : nullptr;
@@ -152,8 +154,9 @@ private:
                                          access->lengthBytes / 4};
         }
         for (Fault &fault : m_faults) {
-            const bool isMeant = fault.code == code && fault.times != 0 &&
-                                 (!fault.address || (access && access->offsetLow == *fault.address));
+            const bool isMeant =
+                fault.code == code && fault.times != 0 &&
+                (!fault.address || (access && access->offsetLow == *fault.address));
             if (!isMeant)
                 continue;
             if (fault.skip != 0) {
@@ -211,7 +214,8 @@ std::string Quoted(const std::string &text)
 {
     std::string quoted = "\"";
     for (const char letter : text)
-        quoted += (letter == '"' || letter == '\\') ? std::string("\\") + letter : std::string(1, letter);
+        quoted +=
+            (letter == '"' || letter == '\\') ? std::string("\\") + letter : std::string(1, letter);
     return quoted + "\"";
 }
 
@@ -229,7 +233,8 @@ void WriteCamera(std::ostream &file, const sim::CameraDescription &camera)
          << "\nunique-id = " << Quoted(id.str()) << "\nsensor = " << camera.ccdModel
          << "\nconfiguration = " << Version(camera.configuration)
          << "\ninformation = " << Version(camera.information)
-         << "\ncontrol = " << Version(camera.control) << "\nstreaming = " << Version(camera.streaming)
+         << "\ncontrol = " << Version(camera.control)
+         << "\nstreaming = " << Version(camera.streaming)
          << "\ncommand = " << Version(camera.command) << "\nstatus = " << Version(camera.status)
          << "\nhardware = " << camera.hardwareVersion << "\nfirmware = " << camera.firmwareVersion
          << "\nbuild = " << camera.firmwareBuild << "\nstream-format = " << camera.streamingVersion
@@ -250,9 +255,9 @@ constexpr const char *kBlockNames[] = {"configuration", "information", "control"
 
 std::ostream &operator<<(std::ostream &stream, const RegisterWrite &write)
 {
-    return stream << kBlockNames[static_cast<size_t>(write.block)] << std::hex << " 0x" << write.offset
-                  << " = 0x" << std::setw(8) << std::setfill('0') << write.value << std::dec
-                  << std::setfill(' ');
+    return stream << kBlockNames[static_cast<size_t>(write.block)] << std::hex << " 0x"
+                  << write.offset << " = 0x" << std::setw(8) << std::setfill('0') << write.value
+                  << std::dec << std::setfill(' ');
 }
 
 std::ostream &operator<<(std::ostream &stream, const BusTap::Read &read)
@@ -380,7 +385,8 @@ sim::CameraDescription VirtualBusTest::Describe(uint32_t model, uint16_t ccdMode
     return camera;
 }
 
-void VirtualBusTest::UseCameras(const std::vector<sim::CameraDescription> &descriptions, uint32_t speed)
+void VirtualBusTest::UseCameras(const std::vector<sim::CameraDescription> &descriptions,
+                                uint32_t speed)
 {
     sim::Rack rack;
     rack.name = "test";
@@ -397,7 +403,8 @@ void VirtualBusTest::UseRack(const sim::Rack &rack)
         m_state->rackFile = std::filesystem::temp_directory_path() / name.str();
     std::ofstream file(m_state->rackFile);
     file << "name = " << Quoted(rack.name) << "\nspeed = " << rack.speed
-         << "\nclock = " << Quoted(rack.fastClock ? "fast" : "real") << "\nseed = " << rack.seed << "\n";
+         << "\nclock = " << Quoted(rack.fastClock ? "fast" : "real") << "\nseed = " << rack.seed
+         << "\n";
     for (const sim::CameraDescription &camera : rack.cameras)
         WriteCamera(file, camera);
     file.close();
@@ -406,9 +413,10 @@ void VirtualBusTest::UseRack(const sim::Rack &rack)
 
 void VirtualBusTest::UseRackFile(const char *rackNameOrPath)
 {
-    kernel::Driver();  // the bus itself, before its rack
+    kernel::Driver(); // the bus itself, before its rack
     m_state->directories.clear();
-    ASSERT_EQ(ZerixSim_ChooseRack(rackNameOrPath), uint32_t{ZERIX_SIM_OK}) << ZerixSim_LastErrorText();
+    ASSERT_EQ(ZerixSim_ChooseRack(rackNameOrPath), uint32_t{ZERIX_SIM_OK})
+        << ZerixSim_LastErrorText();
 }
 
 void VirtualBusTest::ListCameras()
@@ -428,7 +436,8 @@ ZX::TolvaneFWCamera &VirtualBusTest::OpenOne(const sim::CameraDescription &camer
 // A test cannot go on without its camera.
 ZX::TolvaneFWCamera &VirtualBusTest::Camera(size_t index)
 {
-    auto *camera = index < cameras.size() ? dynamic_cast<ZX::TolvaneFWCamera *>(cameras[index]) : nullptr;
+    auto *camera =
+        index < cameras.size() ? dynamic_cast<ZX::TolvaneFWCamera *>(cameras[index]) : nullptr;
     if (camera == nullptr) {
         ADD_FAILURE() << "no camera " << index << " among " << cameras.size();
         std::abort();
@@ -436,7 +445,10 @@ ZX::TolvaneFWCamera &VirtualBusTest::Camera(size_t index)
     return *camera;
 }
 
-void VirtualBusTest::FreeCameras() { EXPECT_EQ(ZX::ZCamera::FreeCameraList(cameras), ZX::kStatusOk); }
+void VirtualBusTest::FreeCameras()
+{
+    EXPECT_EQ(ZX::ZCamera::FreeCameraList(cameras), ZX::kStatusOk);
+}
 
 namespace {
 
@@ -457,8 +469,8 @@ std::array<uint32_t, 6> ReadDirectory(uint32_t camera)
     request.offsetLow = kDirectoryAddress;
     request.lengthBytes = kDirectoryWords * 4;
     uint32_t words[kDirectoryWords] = {};
-    const auto result = bus.Control(device, kernel::kControlAsyncRead, &request, sizeof request, words,
-                                    sizeof words, nullptr);
+    const auto result = bus.Control(device, kernel::kControlAsyncRead, &request, sizeof request,
+                                    words, sizeof words, nullptr);
     EXPECT_EQ(result.completion, kernel::Completion::kDone);
     bus.Close(device);
     // Host order or the bus's, as the camera answers.

@@ -1,6 +1,7 @@
-// The kernel driver of the camera test program: the virtual bus behind a tap that can fail a request,
-// change a register as it is read, and count what passes. And the fixture that chooses a rack, lists and
-// opens its cameras, and checks after every test that nothing is held on the bus any more.
+// The kernel driver of the camera test program: the virtual bus behind a tap that can fail a
+// request, change a register as it is read, and count what passes. And the fixture that chooses a
+// rack, lists and opens its cameras, and checks after every test that nothing is held on the bus
+// any more.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +25,7 @@ enum class Block { kConfiguration, kInformation, kControl, kCommand, kStatus, kS
 
 struct RegisterWrite {
     Block block;
-    uint32_t offset;  // in bytes from the block's start; the address itself for kOther
+    uint32_t offset; // in bytes from the block's start; the address itself for kOther
     uint32_t value;
     bool operator==(const RegisterWrite &) const = default;
 };
@@ -40,8 +41,8 @@ constexpr RegisterWrite CommitWrite() { return {Block::kCommand, 4, 1}; }
 // Stands between the hardware layer and the virtual bus. All devices alike.
 class BusTap {
 public:
-    // After `skip` more requests of this code, the next `times` fail with the system error and never
-    // reach the bus.
+    // After `skip` more requests of this code, the next `times` fail with the system error and
+    // never reach the bus.
     void FailRequest(uint32_t code, uint32_t systemError, uint32_t skip = 0, uint32_t times = 1);
     // The same for reads or writes that begin at one address.
     void FailAccess(uint32_t code, uint32_t address, uint32_t systemError, uint32_t times = 1);
@@ -62,7 +63,8 @@ public:
         bool operator==(const Read &) const = default;
     };
     std::vector<Read> TakeReads();
-    // Called by every thread as its request or wait passes to the bus and as it comes back; null for none.
+    // Called by every thread as its request or wait passes to the bus and as it comes back; null
+    // for none.
     void WatchPassages(void (*watch)(bool isGoingIn));
     // Forgets all of the above.
     void Reset();
@@ -78,13 +80,13 @@ protected:
     // Closes and frees the cameras, and checks that the bus holds nothing.
     void TearDown() override;
 
-    // A camera as most tests want it: fast clock, all blocks of the newest version (see sim/rack.h),
-    // scene "flat". Change what the test is about.
+    // A camera as most tests want it: fast clock, all blocks of the newest version (see
+    // sim/rack.h), scene "flat". Change what the test is about.
     static sim::CameraDescription Describe(uint32_t model, uint16_t ccdModel);
     // Chooses a rack with these cameras. Before anything is listed, or after FreeCameras.
     void UseCameras(const std::vector<sim::CameraDescription> &cameras, uint32_t speed = 800);
     void UseRack(const sim::Rack &rack);
-    void UseRackFile(const char *rackNameOrPath);  // null: the built-in one
+    void UseRackFile(const char *rackNameOrPath); // null: the built-in one
 
     // Lists into `cameras` and expects success.
     void ListCameras();

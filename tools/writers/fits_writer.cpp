@@ -1,5 +1,5 @@
-// FITS files: one image, rows top down (ROWORDER says so), with the keywords that astronomers' programs
-// read.
+// FITS files: one image, rows top down (ROWORDER says so), with the keywords that astronomers'
+// programs read.
 #include "tools/writers/picture.h"
 
 #if defined(ZERIX_HAS_FITS)
@@ -111,7 +111,10 @@ std::string WriteFits(const std::string &path, const Picture &picture)
 
 namespace zerix::tool {
 
-std::string WriteFits(const std::string &, const Picture &) { return "this build has no FITS files"; }
+std::string WriteFits(const std::string &, const Picture &)
+{
+    return "this build has no FITS files";
+}
 
 } // namespace zerix::tool
 

@@ -1,4 +1,5 @@
-// One picture and what is known about it, on its way to a file; and the file formats that it can go to.
+// One picture and what is known about it, on its way to a file; and the file formats that it can go
+// to.
 #pragma once
 
 #include <cstdint>
@@ -10,24 +11,24 @@
 namespace zerix::tool {
 
 struct Picture {
-    std::span<const uint8_t> pixels;  // rows top down; 16-bit samples in host order
+    std::span<const uint8_t> pixels; // rows top down; 16-bit samples in host order
     uint32_t width = 0;
     uint32_t height = 0;
-    uint32_t bytesPerSample = 1;      // 1 or 2
-    uint32_t significantBits = 8;     // of a sample
-    std::string bayerPattern;         // "RGGB" …; empty for a monochrome picture
+    uint32_t bytesPerSample = 1;  // 1 or 2
+    uint32_t significantBits = 8; // of a sample
+    std::string bayerPattern;     // "RGGB" …; empty for a monochrome picture
 
     // What was the case when it was taken.
     std::string cameraModel;
     std::string serialNumber;
     uint64_t exposureNanoseconds = 0;
-    double gain = 1;                  // linear, relative to the camera's default
+    double gain = 1; // linear, relative to the camera's default
     uint32_t horizontalBinning = 1;
     uint32_t verticalBinning = 1;
     std::optional<int32_t> setTemperatureCelsius;
-    uint64_t unixNanoseconds = 0;     // start of the exposure, UTC
-    uint32_t frameNumber = 0;         // the camera's rolling number
-    bool hasMissingData = false;      // lost data was filled in with black
+    uint64_t unixNanoseconds = 0; // start of the exposure, UTC
+    uint32_t frameNumber = 0;     // the camera's rolling number
+    bool hasMissingData = false;  // lost data was filled in with black
 };
 
 // "2025-01-01T00:00:00.016384", in UTC.
@@ -43,7 +44,7 @@ struct PictureFormat {
     bool available;                   // this build has it
     // Writes to `path`; empty, or one sentence on what went wrong.
     std::string (*write)(const std::string &path, const Picture &picture);
-    bool metadataBeside = false;      // the metadata goes to FILE.json
+    bool metadataBeside = false; // the metadata goes to FILE.json
 };
 const std::vector<PictureFormat> &PictureFormats();
 

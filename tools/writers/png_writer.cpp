@@ -1,5 +1,5 @@
-// PNG files: 8-bit greys, or 16-bit greys with the samples shifted up so that they fill the range (the
-// sBIT chunk tells how many bits are real). Metadata as text chunks.
+// PNG files: 8-bit greys, or 16-bit greys with the samples shifted up so that they fill the range
+// (the sBIT chunk tells how many bits are real). Metadata as text chunks.
 #include "tools/writers/picture.h"
 
 #if defined(ZERIX_HAS_PNG)
@@ -28,7 +28,8 @@ std::vector<Text> TextsOf(const Picture &picture)
         {"Source", picture.cameraModel},
         {"Creation Time", IsoTime(picture.unixNanoseconds) + "Z"},
         {"Serial Number", picture.serialNumber},
-        {"Exposure", fmt::format("{:.9f} s", static_cast<double>(picture.exposureNanoseconds) / 1e9)},
+        {"Exposure",
+         fmt::format("{:.9f} s", static_cast<double>(picture.exposureNanoseconds) / 1e9)},
         {"Gain", fmt::format("{}", picture.gain)},
         {"Binning", fmt::format("{}x{}", picture.horizontalBinning, picture.verticalBinning)},
         {"Frame Number", fmt::format("{}", picture.frameNumber)},
@@ -64,7 +65,8 @@ struct PngError {
 [[noreturn]] void OnError(png_structp png, png_const_charp message)
 {
     auto *error = static_cast<PngError *>(png_get_error_ptr(png));
-    std::snprintf(error->text, sizeof error->text, "%s", errno != 0 ? std::strerror(errno) : message);
+    std::snprintf(error->text, sizeof error->text, "%s",
+                  errno != 0 ? std::strerror(errno) : message);
     std::longjmp(*png_set_longjmp_fn(png, std::longjmp, sizeof(std::jmp_buf)), 1);
 }
 

@@ -1,4 +1,5 @@
-// Raw files: the samples as they are, rows top down, little-endian; the metadata as FILE.json beside them.
+// Raw files: the samples as they are, rows top down, little-endian; the metadata as FILE.json
+// beside them.
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

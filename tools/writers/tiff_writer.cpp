@@ -81,7 +81,10 @@ std::string WriteTiff(const std::string &path, const Picture &picture)
 
 namespace zerix::tool {
 
-std::string WriteTiff(const std::string &, const Picture &) { return "this build has no TIFF files"; }
+std::string WriteTiff(const std::string &, const Picture &)
+{
+    return "this build has no TIFF files";
+}
 
 } // namespace zerix::tool
 
