@@ -29,9 +29,11 @@ struct Header {
     uint16_t groupBytes = 0;
 };
 
+// Not by a range insert: g++ 12 then warns of bounds that are not there.
 inline void Append(Bytes &bytes, const Bytes &more)
 {
-    bytes.insert(bytes.end(), more.begin(), more.end());
+    for (const uint8_t byte : more)
+        bytes.push_back(byte);
 }
 
 inline Bytes WireHeader(const Header &h)
