@@ -3,9 +3,6 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-# One cache serves every clone of the tree on this machine.
-export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
-
 # What the everyday build needs.
 BUILD_PACKAGES=(g++ cmake ninja-build ccache pkg-config googletest libtomlplusplus-dev libstb-dev
     libcli11-dev libfmt-dev libtiff-dev libcfitsio-dev libpng-dev nlohmann-json3-dev)
