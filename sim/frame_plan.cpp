@@ -149,6 +149,7 @@ void PlanAnalogue(const CameraDescription &description, const SensorType &sensor
                   FramePlan &plan)
 {
     ExposureSettings &exposure = plan.exposure;
+    exposure.noise = description.noise;
     exposure.outputBits = OutputBits(description, words);
     exposure.converterBits = exposure.outputBits > 8 ? exposure.outputBits : description.bitDepth;
     exposure.bigEndian = ReadField(words, control::kLittleEndian) == 0;

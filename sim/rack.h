@@ -35,6 +35,7 @@ struct CameraDescription {
     uint16_t bitDepth = 12;
     bool cooler = true;
     bool regulatedCooling = true;
+    bool noise = true; // of light and electronics; dark current and hot pixels are always there
     bool registersFromAlternateAddress =
         false; // the model register answers only at the second address
     std::string scene = "cells";

@@ -113,6 +113,8 @@ constexpr Key<Camera> kCameraKeys[] = {
      [](const toml::node &node, Camera *camera) {
          return ReadTruth(node, &camera->regulatedCooling);
      }},
+    {"noise", "true or false",
+     [](const toml::node &node, Camera *camera) { return ReadTruth(node, &camera->noise); }},
     {"alternate-model-address", "true or false",
      [](const toml::node &node, Camera *camera) {
          return ReadTruth(node, &camera->registersFromAlternateAddress);

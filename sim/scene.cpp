@@ -36,6 +36,7 @@ std::shared_ptr<const Scene> ResolutionChart(const Request &) { return MakeResol
 std::shared_ptr<const Scene> ColourChart(const Request &) { return MakeColourChart(); }
 std::shared_ptr<const Scene> Gradient(const Request &) { return MakeGradient(); }
 std::shared_ptr<const Scene> Position(const Request &) { return MakePosition(); }
+std::shared_ptr<const Scene> Positions(const Request &) { return MakePositions(); }
 
 std::shared_ptr<const Scene> Flat(const Request &request)
 {
@@ -86,6 +87,10 @@ constexpr SceneRow kScenes[] = {
       "A test pattern in counts: column + 61 * row, cut to the converter's depth."},
      Argument::kNone,
      Position},
+    {{"positions", "positions",
+      "A test pattern in levels: like position, but bins mix their pixels and filters differ."},
+     Argument::kNone,
+     Positions},
 };
 
 std::string KnownUsages()

@@ -31,6 +31,16 @@ public:
     // noise.
     [[nodiscard]] virtual bool IsInCounts() const { return false; }
     [[nodiscard]] virtual uint32_t Count(uint32_t /*column*/, uint32_t /*row*/) const { return 0; }
+
+    // A scene in levels is another test generator: its pixels are Level(), from 0 to 65535 and the
+    // same for every depth, behind a filter of the wheel (0, 1, 3, black 2; 0xFF none). A bin has
+    // the mean of its pixels, rounded down; the converter takes the top bits.
+    [[nodiscard]] virtual bool IsInLevels() const { return false; }
+    [[nodiscard]] virtual uint32_t Level(uint32_t /*column*/, uint32_t /*row*/,
+                                         uint8_t /*filterColour*/) const
+    {
+        return 0;
+    }
 };
 
 struct SceneDescription {

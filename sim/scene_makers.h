@@ -18,6 +18,7 @@ std::shared_ptr<const Scene> MakeColourChart();
 std::shared_ptr<const Scene> MakeGradient();
 std::shared_ptr<const Scene> MakeFlat(float photons);
 std::shared_ptr<const Scene> MakePosition();
+std::shared_ptr<const Scene> MakePositions();
 
 // Null, and a sentence, if the file can't be read.
 std::shared_ptr<const Scene> MakePicture(const std::string &file, std::string *error);

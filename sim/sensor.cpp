@@ -9,6 +9,7 @@
 #include "sim/random.h"
 #include "sim/readout.h"
 #include "sim/sensor_light.h"
+#include "sim/test_pattern.h"
 
 namespace zerix::sim {
 namespace {
@@ -38,8 +39,6 @@ struct Sensor::State {
     const std::vector<float> &Rates(size_t filter);
     void ReadOutRow(const ReadoutChain &chain, const ExposureSettings &settings, uint32_t row,
                     uint8_t *pixels);
-    void ExposePattern(const ReadoutChain &chain, const ExposureSettings &settings,
-                       uint8_t *pixels);
 };
 
 const std::vector<float> &Sensor::State::Rates(size_t filter)
@@ -62,33 +61,6 @@ void Sensor::State::ReadOutRow(const ReadoutChain &chain, const ExposureSettings
         piece.row = settings.y + row;
         map.Fetch(x, row, piece.count, piece.mean, piece.sigma);
         ReadOut(chain, piece, pixels + x * PixelBytes(settings));
-    }
-}
-
-// A pattern of counts is what a converter's own test generator gives: binning takes the pixel that
-// is read first, and nothing else of the chain is in the way.
-void Sensor::State::ExposePattern(const ReadoutChain &chain, const ExposureSettings &settings,
-                                  uint8_t *pixels)
-{
-    const uint32_t mask = (1U << std::clamp<uint32_t>(settings.converterBits, 1, 16)) - 1U;
-    std::vector<int32_t> counts(settings.width);
-    for (uint32_t row = 0; row < settings.height; ++row) {
-        const uint64_t y =
-            (static_cast<uint64_t>(settings.y) + row) * std::max(settings.verticalBinning, 1U);
-        for (uint32_t column = 0; column < settings.width; ++column) {
-            const uint64_t x = (static_cast<uint64_t>(settings.x) + column) *
-                               std::max(settings.horizontalBinning, 1U);
-            if (x >= type.columns || y >= type.rows) {
-                counts[column] = 0;
-                continue;
-            }
-            const bool turned = settings.fromFarCorner;
-            const auto pixelX = static_cast<uint32_t>(turned ? type.columns - 1 - x : x);
-            const auto pixelY = static_cast<uint32_t>(turned ? type.rows - 1 - y : y);
-            counts[column] = static_cast<int32_t>(scene->Count(pixelX, pixelY) & mask);
-        }
-        WriteCounts(chain, counts.data(), settings.width,
-                    pixels + row * (settings.width * PixelBytes(settings)));
     }
 }
 
@@ -127,8 +99,8 @@ void Sensor::Expose(const ExposureSettings &settings, NoiseKey key, uint8_t *pix
     State &state = *m_state;
     const uint64_t frameKey = DeriveKey(DeriveKey(state.key, key.commits), key.framesSinceCommit);
     const ReadoutChain chain = MakeReadoutChain(state.type, settings, frameKey);
-    if (state.scene != nullptr && state.scene->IsInCounts()) {
-        state.ExposePattern(chain, settings, pixels);
+    if (state.scene != nullptr && IsTestPattern(*state.scene)) {
+        ExposeTestPattern(*state.scene, state.type, chain, settings, pixels);
         return;
     }
     const size_t filter = state.FilterIndex(settings);

@@ -49,6 +49,12 @@ TEST(FramePlan, OnlyMultiplyingSensorsAndLongEnoughBlocksMultiply)
               1.0);
 }
 
+TEST(FramePlan, ARackCanTurnNoiseOff)
+{
+    EXPECT_TRUE(Plan({.model = 18, .ccdModel = 6}, {}).exposure.noise);
+    EXPECT_FALSE(Plan({.model = 18, .ccdModel = 6, .noise = false}, {}).exposure.noise);
+}
+
 // 0.015765398 dB a count: 20 dB, a factor of 10, are 1268.6 counts.
 TEST(FramePlan, TheIntensifierGainIsInDecibels)
 {

@@ -68,20 +68,14 @@ void ExpectSame(const CameraDescription &a, const CameraDescription &b)
     EXPECT_EQ(a.inUse, b.inUse);
 }
 
-// The racks/ folder of the source tree, from this file's own path.
-std::string TemplateFile()
-{
-    return (std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "racks" /
-            "default.toml")
-        .string();
-}
+constexpr const char *kTemplateFile = ZERIX_SOURCE_FOLDER "/racks/default.toml";
 
 TEST(Rack, TheTemplateFileIsTheBuiltInOne)
 {
     Rack file;
     Rack builtIn;
     std::string error;
-    ASSERT_TRUE(LoadRack(TemplateFile(), &file, &error)) << error;
+    ASSERT_TRUE(LoadRack(kTemplateFile, &file, &error)) << error;
     ASSERT_TRUE(LoadRack("", &builtIn, &error)) << error;
     EXPECT_EQ(file.name, builtIn.name);
     EXPECT_EQ(file.speed, builtIn.speed);
@@ -329,11 +323,12 @@ TEST(RackMistakes, OfACameraAreTold)
         {"bit-depth = 17", "bit-depth is 17; expected an integer from 8 to 16."},
         {"cooler = 1", "cooler is 1; " + kTruth},
         {"regulated-cooling = \"yes\"", "regulated-cooling is \"yes\"; " + kTruth},
+        {"noise = \"low\"", "noise is \"low\"; " + kTruth},
         {"alternate-model-address = 0", "alternate-model-address is 0; " + kTruth},
         {"in-use = []", "in-use is a list; " + kTruth},
         {"scene = \"moon\"", "scene is \"moon\"; expected a scene: cells, stars, resolution-chart, "
                              "colour-chart, gradient, "
-                             "flat[:PHOTONS], picture:FILE, position."},
+                             "flat[:PHOTONS], picture:FILE, position, positions."},
         {"reads = \"late\"",
          "reads is \"late\"; expected \"pending\", \"immediate\" or \"mixed\"."},
         {"faults = \"unplug\"", "faults is \"unplug\"; expected a list of texts."},
@@ -343,7 +338,7 @@ TEST(RackMistakes, OfACameraAreTold)
          "information, control, "
          "configuration, streaming, command, status, hardware, firmware, build, stream-format, "
          "bit-depth, cooler, "
-         "regulated-cooling, alternate-model-address, scene, reads, in-use, faults."},
+         "regulated-cooling, noise, alternate-model-address, scene, reads, in-use, faults."},
     };
     for (const Mistake &mistake : kMistakes) {
         const bool hasModel = mistake.text.starts_with("model");

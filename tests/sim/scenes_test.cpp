@@ -46,7 +46,7 @@ double Total(const Light &light)
 }
 
 constexpr const char *kDrawn[] = {"cells",    "stars", "resolution-chart", "colour-chart",
-                                  "gradient", "flat",  "position"};
+                                  "gradient", "flat",  "position",         "positions"};
 
 TEST(Scenes, AreKnownByTheirNames)
 {
@@ -56,15 +56,16 @@ TEST(Scenes, AreKnownByTheirNames)
         EXPECT_FALSE(scene.meaning.empty());
         names.insert(std::string(scene.name));
     }
-    EXPECT_EQ(names, (std::set<std::string>{"cells", "stars", "resolution-chart", "colour-chart",
-                                            "gradient", "flat", "picture", "position"}));
+    EXPECT_EQ(names,
+              (std::set<std::string>{"cells", "stars", "resolution-chart", "colour-chart",
+                                     "gradient", "flat", "picture", "position", "positions"}));
 }
 
 TEST(Scenes, AnUnknownOneGivesTheKnownOnes)
 {
     const std::string known =
         "; the scenes are cells, stars, resolution-chart, colour-chart, gradient, "
-        "flat[:PHOTONS], picture:FILE, position.";
+        "flat[:PHOTONS], picture:FILE, position, positions.";
     for (const char *text : {"", "moon", "cells:3", "picture", "picture:", "flat:", ":", "Cells"}) {
         std::string error;
         EXPECT_EQ(MakeScene(text, 1, &error), nullptr) << text;
@@ -155,10 +156,26 @@ TEST(Scenes, PositionCountsColumnsAndRows)
     EXPECT_FALSE(Make("cells")->IsInCounts());
 }
 
-std::vector<uint16_t> PositionFrame(const ExposureSettings &settings)
+TEST(Scenes, PositionsHaveLevels)
 {
-    Sensor sensor(*FindSensorType(6), 1, "S");
-    sensor.SetScene(Make("position"));
+    const auto scene = Make("positions");
+    EXPECT_TRUE(scene->IsInLevels());
+    EXPECT_FALSE(scene->IsInCounts());
+    EXPECT_EQ(scene->Level(0, 0, 0xFF), 0U);
+    EXPECT_EQ(scene->Level(5, 3, 0xFF), 6322U);
+    EXPECT_EQ(scene->Level(1391, 1039, 0xFF), 3284U); // 1,838,292 modulo 65536
+    EXPECT_EQ(scene->Level(5, 3, 0), 22706U);
+    EXPECT_EQ(scene->Level(5, 3, 1), 39090U);
+    EXPECT_EQ(scene->Level(5, 3, 3), 55474U);
+    EXPECT_EQ(scene->Level(5, 3, 2), 0U);
+    EXPECT_FALSE(Make("cells")->IsInLevels());
+}
+
+std::vector<uint16_t> PatternFrame(const std::string &scene, const ExposureSettings &settings,
+                                   uint16_t ccdModel = 6)
+{
+    Sensor sensor(*FindSensorType(ccdModel), 1, "S");
+    sensor.SetScene(Make(scene));
     std::vector<uint8_t> bytes(Sensor::FrameBytes(settings));
     sensor.Expose(settings, {.commits = 1, .framesSinceCommit = 0}, bytes.data());
     std::vector<uint16_t> counts;
@@ -178,9 +195,9 @@ TEST(Scenes, PositionReachesTheConverterAsItIs)
                               .height = 20,
                               .gaindB = 12,
                               .offsetCounts = 77};
-    const auto counts = PositionFrame(settings);
+    const auto counts = PatternFrame("position", settings);
     settings.outputBits = 8;
-    const auto top = PositionFrame(settings);
+    const auto top = PatternFrame("position", settings);
     for (size_t y = 0; y < 20; ++y) {
         for (size_t x = 0; x < 30; ++x) {
             const size_t expected = (100 + x + 61 * (200 + y)) % 4096;
@@ -191,11 +208,75 @@ TEST(Scenes, PositionReachesTheConverterAsItIs)
     settings.outputBits = 12;
     settings.horizontalBinning = 4;
     settings.verticalBinning = 2;
-    EXPECT_EQ(PositionFrame(settings)[3 * 30 + 7], ((100 + 7) * 4 + 61 * (200 + 3) * 2) % 4096);
+    EXPECT_EQ(PatternFrame("position", settings)[3 * 30 + 7],
+              ((100 + 7) * 4 + 61 * (200 + 3) * 2) % 4096);
     settings.fromFarCorner = true;
-    EXPECT_EQ(PositionFrame(settings)[3 * 30 + 7], (1391 - 107 * 4 + 61 * (1039 - 203 * 2)) % 4096);
+    EXPECT_EQ(PatternFrame("position", settings)[3 * 30 + 7],
+              (1391 - 107 * 4 + 61 * (1039 - 203 * 2)) % 4096);
     settings.x = 348;
-    EXPECT_EQ(PositionFrame(settings)[0], 0);
+    EXPECT_EQ(PatternFrame("position", settings)[0], 0);
+}
+
+TEST(Scenes, PositionsAreTheTopBitsOfTheirLevel)
+{
+    ExposureSettings settings{.exposureNanoseconds = 5,
+                              .x = 100,
+                              .y = 200,
+                              .width = 30,
+                              .height = 20,
+                              .gaindB = 12,
+                              .offsetCounts = 77};
+    const auto levelAt = [](size_t x, size_t y) {
+        return (1031 * (100 + x) + 389 * (200 + y)) % 65536;
+    };
+    for (const uint16_t bits : std::initializer_list<uint16_t>{10, 12, 14, 16}) {
+        settings.converterBits = bits;
+        settings.outputBits = bits;
+        const auto counts = PatternFrame("positions", settings);
+        settings.outputBits = 8;
+        const auto top = PatternFrame("positions", settings);
+        for (size_t y = 0; y < 20; ++y) {
+            for (size_t x = 0; x < 30; ++x) {
+                ASSERT_EQ(counts[y * 30 + x], levelAt(x, y) >> (16 - bits));
+                ASSERT_EQ(top[y * 30 + x], levelAt(x, y) / 256);
+            }
+        }
+    }
+}
+
+// Columns 100 to 103 and rows 200 and 201, none of which goes past 65535 within the bin: the mean
+// of 1031 * 101.5 + 389 * 200.5 = 182,641 is 51,569 modulo 65536 and 12,892 in 14 bits.
+TEST(Scenes, PositionsOfABinAreItsMean)
+{
+    ExposureSettings settings{.x = 25,
+                              .y = 100,
+                              .width = 30,
+                              .height = 20,
+                              .horizontalBinning = 4,
+                              .verticalBinning = 2,
+                              .converterBits = 14,
+                              .outputBits = 14};
+    EXPECT_EQ(PatternFrame("positions", settings)[0], 12892);
+    // From the far corner of 1392 x 1040: columns 1291 down to 1288, rows 839 and 838. Their mean
+    // 1031 * 1289.5 + 389 * 838.5 = 1,655,651 is 17,251 modulo 65536 and 4,312 in 14 bits.
+    settings.fromFarCorner = true;
+    EXPECT_EQ(PatternFrame("positions", settings)[0], 4312);
+    settings.x = 348; // beyond the sensor
+    EXPECT_EQ(PatternFrame("positions", settings)[0], 0);
+}
+
+TEST(Scenes, PositionsTellTheFiltersOfTheWheelApart)
+{
+    ExposureSettings settings{.width = 4, .height = 4, .converterBits = 16, .outputBits = 16};
+    const struct {
+        uint8_t filter;
+        uint16_t level; // of column 2, row 1
+    } kFilters[] = {{0xFF, 2451}, {0, 18835}, {1, 35219}, {2, 0}, {3, 51603}};
+    for (const auto &[filter, level] : kFilters) {
+        settings.filterColour = filter;
+        EXPECT_EQ(PatternFrame("positions", settings)[6], level) << int{filter};
+        EXPECT_EQ(PatternFrame("positions", settings, 7)[6], 2451) << "behind a mosaic";
+    }
 }
 
 // At the exposure that cameras come up with, a picture fills the converter without being cut off.
