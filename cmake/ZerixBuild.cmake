@@ -25,6 +25,7 @@ if(CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
+option(ZERIX_PRECOMPILE "Precompile the headers that the tests share" OFF)
 option(ZERIX_I386 "Build for i386; floating point is SSE2, so that its arithmetic is the 64-bit one's" OFF)
 
 # Of the tool and its tests.

@@ -26,6 +26,9 @@ need() {
         "${missing[@]}" >/dev/null
 }
 
+# Without these the compiler cache would leave everything alone that uses a precompiled header.
+export CCACHE_SLOPPINESS=pch_defines,time_macros
+
 # Configures and builds one preset; the remaining arguments name targets.
 build() {
     local preset=$1

@@ -1,6 +1,8 @@
 // The figures behind camera_traits.h.
 #include "sim/camera_traits.h"
 
+#include <cmath>
+
 #include "sim/exact_math.h"
 #include "sim/register_map.h"
 
@@ -78,7 +80,7 @@ double CelsiusOfCounts(uint32_t counts) { return static_cast<double>(counts) * 0
 
 uint32_t CountsOfCelsius(double celsius)
 {
-    return static_cast<uint32_t>((celsius + 55.0) / 0.025634766 + 0.5);
+    return static_cast<uint32_t>(std::floor((celsius + 55.0) / 0.025634766 + 0.5));
 }
 
 } // namespace zerix::sim

@@ -92,9 +92,11 @@ private:
     static void DrawDigit(Drawing &drawing, uint32_t digit, float x, float y, float size)
     {
         for (uint32_t i = 0; i < 15; ++i) {
+            const uint32_t column = i % 3;
+            const uint32_t row = i / 3;
             if (((kDigits[digit] >> (14U - i)) & 1U) != 0)
-                drawing.Add(x + static_cast<float>(i % 3) * size,
-                            y + static_cast<float>(i / 3) * size, size, size, Ink());
+                drawing.Add(x + static_cast<float>(column) * size,
+                            y + static_cast<float>(row) * size, size, size, Ink());
         }
     }
 
@@ -216,8 +218,10 @@ public:
             return;
         Drawing drawing(canvas, 64.0F, 44.0F);
         for (size_t i = 0; i < kPatches.size(); ++i) {
-            const float x = 2.7F + 9.9F * static_cast<float>(i % 6);
-            const float y = 2.7F + 9.9F * static_cast<float>(i / 6);
+            const size_t column = i % 6;
+            const size_t row = i / 6;
+            const float x = 2.7F + 9.9F * static_cast<float>(column);
+            const float y = 2.7F + 9.9F * static_cast<float>(row);
             drawing.Add(x, y, 9.1F, 9.1F, LightOf(kPatches[i]) - surround);
         }
     }

@@ -49,8 +49,9 @@ private:
 
     static float Part(uint32_t column, uint32_t width, bool inSteps)
     {
+        const uint32_t step = column * kSteps / width;
         if (inSteps)
-            return static_cast<float>(column * kSteps / width) / static_cast<float>(kSteps - 1);
+            return static_cast<float>(step) / static_cast<float>(kSteps - 1);
         return (static_cast<float>(column) + 0.5F) / static_cast<float>(width);
     }
 };

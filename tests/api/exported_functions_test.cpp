@@ -1,5 +1,4 @@
 // Every exported function in the states that need no camera: its code, and its lines in pairs.
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -136,8 +135,7 @@ const char *const kElsewhere[] = {
 // The names that the header declares.
 std::multiset<std::string> DeclaredFunctions()
 {
-    const auto folder = std::filesystem::path(__FILE__).parent_path();
-    std::ifstream stream(folder / "../../include/zerix/zerix.h");
+    std::ifstream stream(ZERIX_SOURCE_FOLDER "/include/zerix/zerix.h");
     const std::string text{std::istreambuf_iterator<char>(stream), {}};
     const std::regex pattern("ZERIX_API (?:uint32_t|void) (\\w+)\\(");
     std::multiset<std::string> names;
