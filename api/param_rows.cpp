@@ -1,278 +1,471 @@
-// What each parameter key means in a camera.
+// The rows of the parameter keys.
 #include "api/param_rows.h"
 
-#include <algorithm>
 #include <cstddef>
 
-#include "api/unit_conversion.h"
+#include "api/param_family.h"
+#include "api/param_lists.h"
+#include "api/param_setters.h"
+#include "api/param_sources.h"
 #include "tables/param_keys.h"
 
 namespace zerix::api {
 namespace {
 
 using Camera = ZX::ZCamera;
-using Source = ParamSource;
-using Value32 = std::optional<uint32_t>;
-using ValueS32 = std::optional<int32_t>;
-using Value64 = std::optional<uint64_t>;
 
-constexpr uint16_t kMonochromeImage = 1;
-constexpr uint16_t kBayerImage = 2;
-constexpr uint16_t kWheelImage = 3;
+constexpr uint32_t kNotInTheList = ZERIX_ERROR_BAD_PARAMETER;
+constexpr uint32_t kNoSuchBinning = ZERIX_ERROR_NOT_SUPPORTED;
 
-// A fixed default.
-template <uint32_t kValue>
-Value32 Fixed(const Source &)
+bool Always(Camera &) { return true; }
+
+template <auto kTest>
+bool If(Camera &camera)
 {
-    return kValue;
+    return (camera.*kTest)();
 }
 
-template <uint64_t kValue>
-Value64 Fixed64(const Source &)
-{
-    return kValue;
-}
+bool IfNewerHardware(Camera &camera) { return camera.GetHardwareVersion() >= 2; }
 
-// A getter of the camera, as it is.
-template <auto kGetter>
-Value32 From(const Source &source)
-{
-    return static_cast<uint32_t>((source.camera.*kGetter)());
-}
+constexpr std::array<ParamRow<uint32_t>, tables::kParamCount> kRows = {{
+    {.key = zprmGain,
+     .isSupported = Always,
+     .defaultValue = From<&Camera::GetGainDefault>,
+     .readBack = RawGain,
+     .minimum = From<&Camera::GetGainMin>,
+     .maximum = From<&Camera::GetGainMax>,
+     .isRange = true,
+     .get = FromGaindB<&Camera::ConvertNormGaindBToGain>,
+     .set = ThroughS32<zprmS32NormalizedGaindB, &Camera::ConvertGainToNormGaindB>},
+    {.key = zprmOffset,
+     .isSupported = Always,
+     .defaultValue = From<&Camera::GetOffsetDefault>,
+     .readBack = RawOffset,
+     .minimum = From<&Camera::GetOffsetMin>,
+     .maximum = From<&Camera::GetOffsetMax>,
+     .isRange = true,
+     .get = GetOffset,
+     .set = ThroughS32<zprmS32AbsoluteOffset, &Camera::ConvertOffsetToAbsoluteOffset>},
+    {.key = zprmExposure,
+     .isSupported = Always,
+     .defaultValue = MicrosecondsFrom<&Camera::GetDefaultExposure>,
+     .readBack = MicrosecondsFrom<&Camera::GetExposure>,
+     .minimum = MicrosecondsFrom<&Camera::GetMinExposure>,
+     .maximum = MicrosecondsFrom<&Camera::GetMaxExposure>,
+     .get = GetMicroseconds<zprm64Exposure>,
+     .set = SetExposure<zprm64Exposure>},
+    {.key = zprmBinning,
+     .isSupported = If<&Camera::IsSymmetricalBinningSupported>,
+     .defaultValue = Fixed<1>,
+     .readBack = From<&Camera::GetSymmetricalBinningMode>,
+     .list = Modes<&Camera::GetSymmetricalBinningModes>,
+     .set = StoreListed<&Camera::GetSymmetricalBinningModes, kNoSuchBinning>},
+    {.key = zprmHorizontalBinning,
+     .isSupported = If<&Camera::IsHorizontalBinningSupported>,
+     .defaultValue = Fixed<1>,
+     .readBack = From<&Camera::GetHorizontalBinningMode>,
+     .list = Modes<&Camera::GetHorizontalBinningModes>,
+     .set = StoreListed<&Camera::GetHorizontalBinningModes, kNoSuchBinning>},
+    {.key = zprmVerticalBinning,
+     .isSupported = If<&Camera::IsVerticalBinningSupported>,
+     .defaultValue = Fixed<1>,
+     .readBack = From<&Camera::GetVerticalBinningMode>,
+     .list = Modes<&Camera::GetVerticalBinningModes>,
+     .set = StoreListed<&Camera::GetVerticalBinningModes, kNoSuchBinning>},
+    {.key = zprmReadoutSpeed,
+     .isSupported = Always,
+     .defaultValue = ReadoutIndexFrom<&Camera::GetReadoutFrequencyDefault>,
+     .readBack = ReadoutIndexFrom<&Camera::GetReadoutFrequency>,
+     .minimum = Fixed<0>,
+     .maximum = IndexOfTheFirstReadout,
+     .list = ReadoutSpeeds,
+     .isRange = true},
+    {.key = zprmTriggerType,
+     .isSupported = Always,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetTriggerMode>,
+     .list = Modes<&Camera::GetTriggerModes>,
+     .set = StoreListed<&Camera::GetTriggerModes, kNotInTheList>},
+    // The list leaves out the black of the wheel, which the range has.
+    {.key = zprmColorWheel,
+     .isSupported = If<&Camera::IsRGBFilterSupported>,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetRGBFilterStartColour>,
+     .minimum = Fixed<0>,
+     .maximum = Fixed<3>,
+     .list = Values<0, 1, 3>,
+     .isRange = true,
+     .set = Store},
+    {.key = zprmCoolerActive,
+     .isSupported = If<&Camera::IsCoolerAvailable>,
+     .defaultValue = From<&Camera::IsCoolerAvailable>,
+     .readBack = From<&Camera::GetCoolerStatus>,
+     .minimum = Fixed<0>,
+     .maximum = Fixed<1>,
+     .list = Values<0, 1>,
+     .isRange = true},
+    {.key = zprmExposureRed,
+     .isSupported = If<&Camera::IsRGBFilterSupported>,
+     .defaultValue = Fixed<28'100>,
+     .readBack = MicrosecondsFrom<&Camera::GetRGBFilterRedExposure>,
+     .minimum = MicrosecondsFrom<&Camera::GetMinExposure>,
+     .maximum = MicrosecondsFrom<&Camera::GetMaxExposure>,
+     .get = GetMicroseconds<zprm64ExposureRed>,
+     .set = SetExposure<zprm64ExposureRed>},
+    {.key = zprmExposureBlue,
+     .isSupported = If<&Camera::IsRGBFilterSupported>,
+     .defaultValue = Fixed<34'900>,
+     .readBack = MicrosecondsFrom<&Camera::GetRGBFilterBlueExposure>,
+     .minimum = MicrosecondsFrom<&Camera::GetMinExposure>,
+     .maximum = MicrosecondsFrom<&Camera::GetMaxExposure>,
+     .get = GetMicroseconds<zprm64ExposureBlue>,
+     .set = SetExposure<zprm64ExposureBlue>},
+    {.key = zprmImageFormat,
+     .isSupported = Always,
+     .defaultValue = DefaultFormat,
+     .readBack = PresentFormat,
+     .list = ImageFormats,
+     .set = StoreListedFormat},
+    {.key = zprmRoiX,
+     .isSupported = Always,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetROIX>,
+     .minimum = Fixed<0>,
+     .maximum = LastPixelOf<&Camera::GetCCDWidth>,
+     .isRange = true},
+    {.key = zprmRoiY,
+     .isSupported = Always,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetROIY>,
+     .minimum = Fixed<0>,
+     .maximum = LastPixelOf<&Camera::GetCCDHeight>,
+     .isRange = true},
+    {.key = zprmRoiWidth,
+     .isSupported = Always,
+     .defaultValue = From<&Camera::GetCCDWidth>,
+     .readBack = From<&Camera::GetROIWidth>,
+     .minimum = Fixed<1>,
+     .maximum = From<&Camera::GetCCDWidth>,
+     .isRange = true},
+    {.key = zprmRoiHeight,
+     .isSupported = Always,
+     .defaultValue = From<&Camera::GetCCDHeight>,
+     .readBack = From<&Camera::GetROIHeight>,
+     .minimum = Fixed<1>,
+     .maximum = From<&Camera::GetCCDHeight>,
+     .isRange = true},
+    {.key = zprmReserved17},
+    {.key = zprmShutterState, .defaultValue = Fixed<0>, .minimum = Fixed<0>, .maximum = Fixed<3>},
+    {.key = zprmDoubleShot,
+     .isSupported = If<&Camera::IsDoubleShotSupported>,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetDoubleShotMode>,
+     .minimum = Fixed<0>,
+     .maximum = Fixed<1>,
+     .isRange = true},
+    {.key = zprmSyncb,
+     .isSupported = If<&Camera::IsSyncBSupported>,
+     .defaultValue = Fixed<1>,
+     .readBack = From<&Camera::GetSyncBMode>,
+     .minimum = FirstOf<&Camera::GetSyncBModes>,
+     .maximum = LastOf<&Camera::GetSyncBModes>,
+     .list = Modes<&Camera::GetSyncBModes>,
+     .isRange = true},
+    {.key = zprmMetrolShutterDelay,
+     .isSupported = If<&Camera::IsMetrolShutterDelaySupported>,
+     .defaultValue = Fixed<1000>,
+     .readBack = From<&Camera::GetMetrolShutterDelay>,
+     .minimum = Fixed<0>,
+     .maximum = Fixed<1'000'000>,
+     .isRange = true},
+    {.key = zprmIntensifierGain,
+     .isSupported = If<&Camera::IsIntensifierAvailable>,
+     .readBack = From<&Camera::GetIntensifierGain>,
+     .minimum = From<&Camera::GetIntensifierGainMin>,
+     .maximum = From<&Camera::GetIntensifierGainMax>,
+     .isRange = true,
+     .set = Store},
+    {.key = zprmTriggerDelay,
+     .isSupported = If<&Camera::IsTriggerDelayAvialable>,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetTriggerDelay>,
+     .minimum = From<&Camera::GetTriggerDelayMin>,
+     .maximum = From<&Camera::GetTriggerDelayMax>,
+     .isRange = true},
+    {.key = zprmCameraMode,
+     .isSupported = If<&Camera::IsLVWModeSupported>,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetLVWMode>,
+     .list = CameraModes},
+    {.key = zprmNormalizedGain,
+     .isSupported = Always,
+     .defaultValue = Fixed<1'000'000>,
+     .readBack = From<&Camera::GetNormalizedGain>,
+     .minimum = MillionthsFrom<&Camera::GetNormalizedGainMin>,
+     .maximum = MillionthsFrom<&Camera::GetNormalizedGainMax>,
+     .isRange = true,
+     .get = FromGaindB<&Camera::ConvertNormGaindBToNormGain>,
+     .set = ThroughS32<zprmS32NormalizedGaindB, &Camera::ConvertNormGainToNormGaindB>},
+    {.key = zprmNormIntensGaindB,
+     .isSupported = If<&Camera::IsIntensifierAvailable>,
+     .defaultValue = FromIntensifier<&Camera::GetIntensifierGainMin>,
+     .readBack = From<&Camera::GetNormalizedIntensifierGaindB>,
+     .minimum = From<&Camera::GetIntensifierGainMin>,
+     .maximum = From<&Camera::GetIntensifierGainMax>,
+     .isRange = true,
+     .set = Store},
+    {.key = zprmDoPostProcessing,
+     .isSupported = Always,
+     .defaultValue = PostProcessingOff,
+     .readBack = PostProcessingNow,
+     .set = Store},
+    {.key = zprmPostProcessGainRed,
+     .isSupported = Always,
+     .defaultValue = Fixed<1160>,
+     .readBack = GainKeyFrom<&ZX::ZAutoWhiteBalance::GetRedScale>,
+     .minimum = Fixed<10>,
+     .maximum = Fixed<100'000>,
+     .set = Store},
+    {.key = zprmPostProcessGainGreen,
+     .isSupported = Always,
+     .defaultValue = Fixed<1000>,
+     .readBack = GainKeyFrom<&ZX::ZAutoWhiteBalance::GetGreenScale>,
+     .minimum = Fixed<10>,
+     .maximum = Fixed<100'000>,
+     .set = Store},
+    {.key = zprmPostProcessGainBlue,
+     .isSupported = Always,
+     .defaultValue = Fixed<1880>,
+     .readBack = GainKeyFrom<&ZX::ZAutoWhiteBalance::GetBlueScale>,
+     .minimum = Fixed<10>,
+     .maximum = Fixed<100'000>,
+     .set = Store},
+    {.key = zprmPostProcessBayerAlgorithm,
+     .isSupported = Always,
+     .defaultValue = BySensor<1, 4>,
+     .readBack = BayerAlgorithm,
+     .minimum = Fixed<1>,
+     .maximum = Fixed<4>,
+     .list = Values<1, 2, 3, 4>,
+     .isRange = true,
+     .set = Store},
+    // A list and no range: its own limits show only where the list can't be had.
+    {.key = zprmPostProcessImageFormat,
+     .isSupported = Always,
+     .defaultValue = BySensor<zfmtMono8, zfmtRgb24>,
+     .readBack = BayerOutput,
+     .minimum = Fixed<0>,
+     .maximum = Fixed<12>,
+     .list = PostProcessFormats},
+    {.key = zprmFan,
+     .isSupported = If<&Camera::IsFanControlAvailable>,
+     .defaultValue = Fixed<4>,
+     .readBack = From<&Camera::GetFanSpeed>,
+     .minimum = Fixed<1>,
+     .maximum = Fixed<4>,
+     .list = Values<1, 2, 3, 4>,
+     .isRange = true},
+    // The next two call themselves a range and have no limits.
+    {.key = zprmBlackoutMode,
+     .isSupported = If<&Camera::IsBlackoutModeAvailable>,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetBlackoutMode>,
+     .list = Values<0, 1>,
+     .isRange = true},
+    {.key = zprmHighSensitivityMode,
+     .isSupported = If<&Camera::IsHighSensitivityModeAvailable>,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetHighSensitivityMode>,
+     .list = Values<0, 1>,
+     .isRange = true},
+    {.key = zprmReadoutPort,
+     .isSupported = If<&Camera::IsReadoutPortSupported>,
+     .defaultValue = Fixed<1>,
+     .readBack = From<&Camera::GetReadoutPort>,
+     .list = Values<1>},
+    {.key = zprmEMGain,
+     .isSupported = If<&Camera::IsEMGainAvailable>,
+     .defaultValue = From<&Camera::GetEMGainDefault>,
+     .readBack = From<&Camera::GetEMGain>,
+     .minimum = From<&Camera::GetEMGainMin>,
+     .maximum = From<&Camera::GetEMGainMax>,
+     .isRange = true},
+    {.key = zprmOpenDelay},
+    {.key = zprmCloseDelay,
+     .isSupported = If<&Camera::IsShutterCloseDelayAvailable>,
+     .defaultValue = From<&Camera::GetShutterCloseDelayDefault>,
+     .readBack = From<&Camera::GetShutterCloseDelay>,
+     .minimum = From<&Camera::GetShutterCloseDelayMin>,
+     .maximum = From<&Camera::GetShutterCloseDelayMax>,
+     .isRange = true},
+    {.key = zprmCCDClearingMode},
+    {.key = zprmOverSample},
+    {.key = zprmDither,
+     .isSupported = If<&Camera::IsDitherControlAvailable>,
+     .defaultValue = From<&Camera::GetDitherModeDefault>,
+     .readBack = From<&Camera::GetDitherMode>,
+     .list = Values<0, 1>},
+    {.key = zprmHighGainMode,
+     .isSupported = If<&Camera::IsHighGainModeAvailable>,
+     .defaultValue = From<&Camera::GetHighGainModeDefault>,
+     .readBack = From<&Camera::GetHighGainMode>,
+     .list = Values<0, 1>},
+    {.key = zprmVClockPeriod,
+     .isSupported = If<&Camera::IsVClockControlAvailable>,
+     .defaultValue = From<&Camera::GetVClockPeriodDefault>,
+     .readBack = From<&Camera::GetVClockPeriod>,
+     .minimum = From<&Camera::GetVClockPeriodMin>,
+     .maximum = From<&Camera::GetVClockPeriodMax>,
+     .isRange = true},
+    {.key = zprmReserved45, .isSupported = IfNewerHardware},
+    {.key = zprmTweekingRegister,
+     .isSupported = If<&Camera::IsTweekingRegisterSupported>,
+     .get = CannotBeRead,
+     .set = Store},
+    {.key = zprmKeelEmMode,
+     .isSupported = If<&Camera::IsKeelEmModeSupported>,
+     .defaultValue = CurrentOnly<&Camera::GetKeelEmMode>,
+     .readBack = CurrentOnly<&Camera::GetKeelEmMode>,
+     .isCurrentOnly = true,
+     .set = SetKeelEmMode},
+    {.key = zprmLockedGainMode,
+     .isSupported = If<&Camera::IsLockedGainModeSupported>,
+     .defaultValue = CurrentOnly<&Camera::GetLockedGainMode>,
+     .readBack = CurrentOnly<&Camera::GetLockedGainMode>,
+     .isCurrentOnly = true,
+     .set = SetLockedGainMode},
+    {.key = zprmKeelEmGainValue10,
+     .isSupported = If<&Camera::IsKeelEmModeSupported>,
+     .defaultValue = EmGainAt<1>,
+     .readBack = EmGainIfOn<1>,
+     .isCurrentOnly = true},
+    {.key = zprmKeelEmGainValue20,
+     .isSupported = If<&Camera::IsKeelEmModeSupported>,
+     .defaultValue = EmGainAt<0>,
+     .readBack = EmGainIfOn<0>,
+     .isCurrentOnly = true},
+    {.key = zprmKeelEmGainValue40,
+     .isSupported = If<&Camera::IsKeelEmModeSupported>,
+     .defaultValue = EmGainAt<7>,
+     .readBack = EmGainIfOn<7>,
+     .isCurrentOnly = true},
+    {.key = zprmFrameBufferLength,
+     .isSupported = Always,
+     .defaultValue = CurrentOnly<&Camera::GetFrameBufferLengthDefault>,
+     .readBack = CurrentOnly<&Camera::GetFrameBufferLength>,
+     .minimum = From<&Camera::GetFrameBufferLengthMin>,
+     .maximum = From<&Camera::GetFrameBufferLengthMax>,
+     .isRange = true,
+     .isCurrentOnly = true,
+     .set = StoreInRange},
+}};
 
-template <auto kGetter>
-ValueS32 FromS32(const Source &source)
-{
-    return (source.camera.*kGetter)();
-}
+// Every key of these two families is a range.
+constexpr std::array<ParamRow<int32_t>, tables::kParamS32Count> kRowsS32 = {{
+    {.key = zprmS32NormalizedGaindB,
+     .isSupported = Always,
+     .defaultValue = UnitGaindB,
+     .readBack = From<&Camera::GetNormalizedGaindB>,
+     .minimum = From<&Camera::GetNormalizedGaindBMin>,
+     .maximum = From<&Camera::GetNormalizedGaindBMax>,
+     .isRange = true,
+     .get = GetRoundedGaindB,
+     .set = Store},
+    {.key = zprmS32AbsoluteOffset,
+     .isSupported = Always,
+     .defaultValue = Fixed<0>,
+     .readBack = From<&Camera::GetAbsoluteOffset>,
+     .minimum = From<&Camera::GetAbsoluteOffsetMin>,
+     .maximum = From<&Camera::GetAbsoluteOffsetMax>,
+     .isRange = true,
+     .set = Store},
+    {.key = zprmS32RegulatedCoolingTemp,
+     .isSupported = If<&Camera::IsRegulatedCoolingAvailable>,
+     .defaultValue = From<&Camera::GetMinRegulatedCoolingTemp>,
+     .readBack = From<&Camera::GetRegulatedCoolingTemperature>,
+     .minimum = From<&Camera::GetMinRegulatedCoolingTemp>,
+     .maximum = From<&Camera::GetMaxRegulatedCoolingTemp>,
+     .isRange = true,
+     .set = SetCoolingTemperature},
+}};
 
-template <auto kGetter>
-Value64 From64(const Source &source)
-{
-    return (source.camera.*kGetter)();
-}
+constexpr std::array<ParamRow<uint64_t>, tables::kParam64Count> kRows64 = {{
+    {.key = zprm64Exposure,
+     .isSupported = Always,
+     .defaultValue = From<&Camera::GetDefaultExposure>,
+     .readBack = From<&Camera::GetExposure>,
+     .minimum = From<&Camera::GetMinExposure>,
+     .maximum = From<&Camera::GetMaxExposure>,
+     .isRange = true,
+     .set = SetNanoseconds},
+    {.key = zprm64ExposureRed,
+     .isSupported = If<&Camera::IsRGBFilterSupported>,
+     .defaultValue = Fixed<28'100'000>,
+     .readBack = From<&Camera::GetRGBFilterRedExposure>,
+     .minimum = From<&Camera::GetMinExposure>,
+     .maximum = From<&Camera::GetMaxExposure>,
+     .isRange = true,
+     .set = SetNanoseconds},
+    {.key = zprm64ExposureBlue,
+     .isSupported = If<&Camera::IsRGBFilterSupported>,
+     .defaultValue = Fixed<34'900'000>,
+     .readBack = From<&Camera::GetRGBFilterBlueExposure>,
+     .minimum = From<&Camera::GetMinExposure>,
+     .maximum = From<&Camera::GetMaxExposure>,
+     .isRange = true,
+     .set = SetNanoseconds},
+    {.key = zprm64NormIntensGain,
+     .isSupported = If<&Camera::IsIntensifierAvailable>,
+     .defaultValue = FromIntensifier<&Camera::GetNormalizedIntensifierGainMin>,
+     .readBack = FromIntensifier<&Camera::GetNormalizedIntensifierGain>,
+     .minimum = From<&Camera::GetNormalizedIntensifierGainMin>,
+     .maximum = From<&Camera::GetNormalizedIntensifierGainMax>,
+     .isRange = true,
+     .set = Store},
+}};
 
-template <auto kGetter>
-Value32 MicrosecondsFrom(const Source &source)
+// A key that can be set has a way to be checked or a setter of its own, the refused ones apart; a
+// range has both limits or none; all keys are there, in the order of their numbers.
+template <typename T, std::size_t kCount>
+constexpr bool AreComplete(const std::array<ParamRow<T>, kCount> &rows)
 {
-    return MicrosecondsOf((source.camera.*kGetter)());
-}
-
-template <auto kGetter>
-Value32 ReadoutIndexFrom(const Source &source)
-{
-    return ReadoutIndexOf((source.camera.*kGetter)());
-}
-
-// Keys that only a current record has: 0 elsewhere.
-template <auto kGetter>
-Value32 CurrentOnly(const Source &source)
-{
-    return source.isCurrent ? From<kGetter>(source) : Value32(0);
-}
-
-template <uint32_t kReadoutIndex>
-Value32 EmGainAt(const Source &source)
-{
-    return source.isCurrent ? source.camera.Get100XEmGain(kReadoutIndex) : 0;
-}
-
-template <uint32_t kReadoutIndex>
-Value32 EmGainIfOn(const Source &source)
-{
-    return source.isCurrent && source.camera.GetKeelEmMode() ? EmGainAt<kReadoutIndex>(source)
-                                                             : Value32(0);
-}
-
-Value32 RawGain(const Source &source)
-{
-    return source.camera.ConvertNormGaindBToGain(source.camera.GetNormalizedGaindB());
-}
-
-Value32 RawOffset(const Source &source)
-{
-    return source.camera.ConvertAbsoluteOffsetToOffset(source.camera.GetAbsoluteOffset());
-}
-
-Value32 FormatOfKind(Camera &camera, uint16_t kind)
-{
-    const bool is8Bit = camera.GetBitDepth() == 8;
-    if (kind == kMonochromeImage)
-        return is8Bit ? zfmtMono8 : zfmtMono16;
-    if (kind == kBayerImage)
-        return is8Bit ? zfmtBayer8 : zfmtBayer16;
-    return std::nullopt;
-}
-
-Value32 DefaultFormat(const Source &source)
-{
-    return FormatOfKind(source.camera, source.camera.GetCCDImageFormat());
-}
-
-Value32 PresentFormat(const Source &source)
-{
-    const uint16_t kind = source.camera.GetImageFormat();
-    if (kind == kWheelImage)
-        return static_cast<uint32_t>(source.context.filterWheel->GetOutputFormat());
-    return FormatOfKind(source.camera, kind);
-}
-
-// By the sensor's mosaic; nothing for a sensor that is neither.
-template <uint32_t kMonochrome, uint32_t kBayer>
-Value32 BySensor(const Source &source)
-{
-    switch (source.camera.GetCCDImageFormat()) {
-    case kMonochromeImage:
-        return kMonochrome;
-    case kBayerImage:
-        return kBayer;
-    default:
-        return std::nullopt;
-    }
-}
-
-Value32 IntensifierMinimum(const Source &source)
-{
-    if (!source.camera.IsIntensifierAvailable())
-        return std::nullopt;
-    return source.camera.GetIntensifierGainMin();
-}
-
-// A default fill switches post-processing off, and not in the record alone.
-Value32 PostProcessingOff(const Source &source)
-{
-    source.context.isPostProcessingOn.store(false);
-    return 0;
-}
-
-Value32 PostProcessingNow(const Source &source)
-{
-    return source.context.isPostProcessingOn.load() ? 1 : 0;
-}
-
-template <auto kGetter>
-Value32 GainKeyFrom(const Source &source)
-{
-    return GainKeyOf(((*source.context.whiteBalance).*kGetter)());
-}
-
-Value32 BayerAlgorithm(const Source &source)
-{
-    return static_cast<uint32_t>(source.context.bayerFilter->GetAlgorithm());
-}
-
-Value32 BayerOutput(const Source &source)
-{
-    return static_cast<uint32_t>(source.context.bayerFilter->GetOutputFormat());
-}
-
-ValueS32 UnitGaindB(const Source &source)
-{
-    constexpr uint32_t kUnitGain = 1'000'000;
-    return source.camera.ConvertNormGainToNormGaindB(kUnitGain);
-}
-
-ValueS32 NoOffset(const Source &) { return 0; }
-
-template <auto kGetter>
-Value64 FromIntensifier(const Source &source)
-{
-    return source.camera.IsIntensifierAvailable() ? From64<kGetter>(source) : std::nullopt;
-}
-
-template <typename Rows>
-constexpr bool AreInOrder(const Rows &rows)
-{
-    for (std::size_t index = 0; index < rows.size(); ++index) {
-        if (rows[index].key != index)
+    for (std::size_t index = 0; index < kCount; ++index) {
+        const ParamRow<T> &row = rows[index];
+        if (row.key != index || (row.minimum == nullptr) != (row.maximum == nullptr))
+            return false;
+        if (row.isSupported == nullptr && (row.readBack != nullptr || row.set != nullptr))
             return false;
     }
     return true;
 }
+static_assert(AreComplete(kRows) && kRows.size() == tables::kParams.size());
+static_assert(AreComplete(kRowsS32) && kRowsS32.size() == tables::kParamsS32.size());
+static_assert(AreComplete(kRows64) && kRows64.size() == tables::kParams64.size());
 
-constexpr std::array<ParamRow<uint32_t>, 53> kRows = {{
-    {zprmGain, From<&Camera::GetGainDefault>, RawGain},
-    {zprmOffset, From<&Camera::GetOffsetDefault>, RawOffset},
-    {zprmExposure, MicrosecondsFrom<&Camera::GetDefaultExposure>,
-     MicrosecondsFrom<&Camera::GetExposure>},
-    {zprmBinning, Fixed<1>, From<&Camera::GetSymmetricalBinningMode>},
-    {zprmHorizontalBinning, Fixed<1>, From<&Camera::GetHorizontalBinningMode>},
-    {zprmVerticalBinning, Fixed<1>, From<&Camera::GetVerticalBinningMode>},
-    {zprmReadoutSpeed, ReadoutIndexFrom<&Camera::GetReadoutFrequencyDefault>,
-     ReadoutIndexFrom<&Camera::GetReadoutFrequency>},
-    {zprmTriggerType, Fixed<0>, From<&Camera::GetTriggerMode>},
-    {zprmColorWheel, Fixed<0>, From<&Camera::GetRGBFilterStartColour>},
-    {zprmCoolerActive, From<&Camera::IsCoolerAvailable>, From<&Camera::GetCoolerStatus>},
-    {zprmExposureRed, Fixed<28'100>, MicrosecondsFrom<&Camera::GetRGBFilterRedExposure>},
-    {zprmExposureBlue, Fixed<34'900>, MicrosecondsFrom<&Camera::GetRGBFilterBlueExposure>},
-    {zprmImageFormat, DefaultFormat, PresentFormat},
-    {zprmRoiX, Fixed<0>, From<&Camera::GetROIX>},
-    {zprmRoiY, Fixed<0>, From<&Camera::GetROIY>},
-    {zprmRoiWidth, From<&Camera::GetCCDWidth>, From<&Camera::GetROIWidth>},
-    {zprmRoiHeight, From<&Camera::GetCCDHeight>, From<&Camera::GetROIHeight>},
-    {zprmReserved17, nullptr, nullptr},
-    {zprmShutterState, Fixed<0>, nullptr},
-    {zprmDoubleShot, Fixed<0>, From<&Camera::GetDoubleShotMode>},
-    {zprmSyncb, Fixed<1>, From<&Camera::GetSyncBMode>},
-    {zprmMetrolShutterDelay, Fixed<1000>, From<&Camera::GetMetrolShutterDelay>},
-    {zprmIntensifierGain, nullptr, From<&Camera::GetIntensifierGain>},
-    {zprmTriggerDelay, Fixed<0>, From<&Camera::GetTriggerDelay>},
-    {zprmCameraMode, Fixed<0>, From<&Camera::GetLVWMode>},
-    {zprmNormalizedGain, Fixed<1'000'000>, From<&Camera::GetNormalizedGain>},
-    {zprmNormIntensGaindB, IntensifierMinimum, From<&Camera::GetNormalizedIntensifierGaindB>},
-    {zprmDoPostProcessing, PostProcessingOff, PostProcessingNow},
-    {zprmPostProcessGainRed, Fixed<1160>, GainKeyFrom<&ZX::ZAutoWhiteBalance::GetRedScale>},
-    {zprmPostProcessGainGreen, Fixed<1000>, GainKeyFrom<&ZX::ZAutoWhiteBalance::GetGreenScale>},
-    {zprmPostProcessGainBlue, Fixed<1880>, GainKeyFrom<&ZX::ZAutoWhiteBalance::GetBlueScale>},
-    {zprmPostProcessBayerAlgorithm, BySensor<1, 4>, BayerAlgorithm},
-    {zprmPostProcessImageFormat, BySensor<zfmtMono8, zfmtRgb24>, BayerOutput},
-    {zprmFan, Fixed<4>, From<&Camera::GetFanSpeed>},
-    {zprmBlackoutMode, Fixed<0>, From<&Camera::GetBlackoutMode>},
-    {zprmHighSensitivityMode, Fixed<0>, From<&Camera::GetHighSensitivityMode>},
-    {zprmReadoutPort, Fixed<1>, From<&Camera::GetReadoutPort>},
-    {zprmEMGain, From<&Camera::GetEMGainDefault>, From<&Camera::GetEMGain>},
-    {zprmOpenDelay, nullptr, nullptr},
-    {zprmCloseDelay, From<&Camera::GetShutterCloseDelayDefault>,
-     From<&Camera::GetShutterCloseDelay>},
-    {zprmCCDClearingMode, nullptr, nullptr},
-    {zprmOverSample, nullptr, nullptr},
-    {zprmDither, From<&Camera::GetDitherModeDefault>, From<&Camera::GetDitherMode>},
-    {zprmHighGainMode, From<&Camera::GetHighGainModeDefault>, From<&Camera::GetHighGainMode>},
-    {zprmVClockPeriod, From<&Camera::GetVClockPeriodDefault>, From<&Camera::GetVClockPeriod>},
-    {zprmReserved45, nullptr, nullptr},
-    {zprmTweekingRegister, nullptr, nullptr},
-    {zprmKeelEmMode, CurrentOnly<&Camera::GetKeelEmMode>, CurrentOnly<&Camera::GetKeelEmMode>},
-    {zprmLockedGainMode, CurrentOnly<&Camera::GetLockedGainMode>,
-     CurrentOnly<&Camera::GetLockedGainMode>},
-    {zprmKeelEmGainValue10, EmGainAt<1>, EmGainIfOn<1>},
-    {zprmKeelEmGainValue20, EmGainAt<0>, EmGainIfOn<0>},
-    {zprmKeelEmGainValue40, EmGainAt<7>, EmGainIfOn<7>},
-    {zprmFrameBufferLength, CurrentOnly<&Camera::GetFrameBufferLengthDefault>,
-     CurrentOnly<&Camera::GetFrameBufferLength>},
-}};
-static_assert(kRows.size() == tables::kParams.size() && AreInOrder(kRows));
-
-constexpr std::array<ParamRow<int32_t>, 3> kRowsS32 = {{
-    {zprmS32NormalizedGaindB, UnitGaindB, FromS32<&Camera::GetNormalizedGaindB>},
-    {zprmS32AbsoluteOffset, NoOffset, FromS32<&Camera::GetAbsoluteOffset>},
-    {zprmS32RegulatedCoolingTemp, FromS32<&Camera::GetMinRegulatedCoolingTemp>,
-     FromS32<&Camera::GetRegulatedCoolingTemperature>},
-}};
-static_assert(kRowsS32.size() == tables::kParamsS32.size() && AreInOrder(kRowsS32));
-
-constexpr std::array<ParamRow<uint64_t>, 4> kRows64 = {{
-    {zprm64Exposure, From64<&Camera::GetDefaultExposure>, From64<&Camera::GetExposure>},
-    {zprm64ExposureRed, Fixed64<28'100'000>, From64<&Camera::GetRGBFilterRedExposure>},
-    {zprm64ExposureBlue, Fixed64<34'900'000>, From64<&Camera::GetRGBFilterBlueExposure>},
-    {zprm64NormIntensGain, FromIntensifier<&Camera::GetNormalizedIntensifierGainMin>,
-     FromIntensifier<&Camera::GetNormalizedIntensifierGain>},
-}};
-static_assert(kRows64.size() == tables::kParams64.size() && AreInOrder(kRows64));
+// A legacy record ends where the keys of the current one alone begin.
+constexpr bool LegacyKeysEndAt(uint32_t end)
+{
+    for (const ParamRow<uint32_t> &row : kRows) {
+        if (row.isCurrentOnly != (row.key >= end))
+            return false;
+    }
+    return true;
+}
+static_assert(LegacyKeysEndAt(zprmKeelEmMode));
 
 } // namespace
 
-constinit const std::array<ParamRow<uint32_t>, 53> kParamRows = kRows;
-constinit const std::array<ParamRow<int32_t>, 3> kParamS32Rows = kRowsS32;
-constinit const std::array<ParamRow<uint64_t>, 4> kParam64Rows = kRows64;
+constinit const std::array<ParamRow<uint32_t>, tables::kParamCount> kParamRows = kRows;
+constinit const std::array<ParamRow<int32_t>, tables::kParamS32Count> kParamS32Rows = kRowsS32;
+constinit const std::array<ParamRow<uint64_t>, tables::kParam64Count> kParam64Rows = kRows64;
+
+void ReadBackParam(const ParamSource &source, uint32_t key, Zerix_Settings *settings)
+{
+    const auto *row = FindRow(kParamRows, key);
+    if (row == nullptr || row->readBack == nullptr || (row->isCurrentOnly && !source.isCurrent))
+        return;
+    if (const auto value = row->readBack(source))
+        tables::SetSlot32(settings, key, *value, source.isCurrent);
+}
 
 } // namespace zerix::api

@@ -1,4 +1,5 @@
-// Conversions between the units of the camera and those of the parameter keys.
+// Conversions between the units of the camera and those of the parameter keys, and the camera's
+// codes for what a picture is.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +15,15 @@ constexpr uint32_t MicrosecondsOf(uint64_t nanoseconds)
     return static_cast<uint32_t>(std::clamp<uint64_t>(microseconds, 1, 0xFFFFFFFFu));
 }
 
-// The readout speed key's index of a frequency in megahertz; 9 for one that has none.
+// What the camera tells of its sensor and of its pictures.
+inline constexpr uint16_t kMonochromeImage = 1;
+inline constexpr uint16_t kBayerImage = 2;
+inline constexpr uint16_t kWheelImage = 3; // three exposures through the filter wheel
+
+// A frequency that has no index.
+inline constexpr uint32_t kNoReadoutIndex = 9;
+
+// The readout speed key's index of a frequency in megahertz.
 constexpr uint32_t ReadoutIndexOf(float megahertz)
 {
     if (megahertz == 2.5f)
@@ -29,7 +38,7 @@ constexpr uint32_t ReadoutIndexOf(float megahertz)
         return 8;
     if (megahertz == 40.0f)
         return 7;
-    return 9;
+    return kNoReadoutIndex;
 }
 
 // The frequency that an index is sent as. The indices 4, 5 and 6, which the log can name, send the

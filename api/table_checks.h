@@ -1,0 +1,15 @@
+// Whether a value is one that a parameter key may have, by the key's class. Each answers 0, 2 for a
+// value that is refused, or the error of the calls that it asks: that one it tells in the log, as a
+// phrase under its own name beside the end line of the call that checks.
+#pragma once
+
+#include <cstdint>
+
+#include "zerix/zerix.h"
+
+namespace zerix::api {
+
+uint32_t CheckSparseTableEntry(const Zerix_Settings *settings, uint32_t key, uint32_t value);
+uint32_t CheckRangeTableEntry(const Zerix_Settings *settings, uint32_t key, uint32_t value);
+
+} // namespace zerix::api
