@@ -1,8 +1,6 @@
 // The plain level of the turn, and the choice among the levels: once, at the first use.
 #include "camera/assembler/turn_image.h"
 
-#include <cstdlib>
-#include <string_view>
 #include <utility>
 
 #include "camera/assembler/turn_image_levels.h"
@@ -28,31 +26,24 @@ void TurnWordsScalar(uint8_t *pixels, uint32_t count)
     }
 }
 
-// The processor test includes the system's saving of the wide registers.
 std::span<const TurnLevel> TurnLevels()
 {
-    static const TurnLevel levels[] = {
-        {"scalar", true, TurnBytesScalar, TurnWordsScalar},
-        {"sse41", __builtin_cpu_supports("sse4.1") != 0, TurnBytesSse41, TurnWordsSse41},
-        {"avx2", __builtin_cpu_supports("avx2") != 0, TurnBytesAvx2, TurnWordsAvx2},
+    static constexpr TurnLevel levels[] = {
+        {SimdLevel::kScalar, TurnBytesScalar, TurnWordsScalar},
+        {SimdLevel::kSse41, TurnBytesSse41, TurnWordsSse41},
+        {SimdLevel::kAvx2, TurnBytesAvx2, TurnWordsAvx2},
     };
     return levels;
 }
 
 namespace {
 
-// The best that is supported, up to the one that ZERIX_SIMD names. A name from beyond this table
-// limits nothing.
 const TurnLevel &ChooseLevel()
 {
-    const char *forced = std::getenv("ZERIX_SIMD");
     const TurnLevel *chosen = nullptr;
-    for (const TurnLevel &level : TurnLevels()) {
-        if (level.isSupported)
+    for (const TurnLevel &level : TurnLevels())
+        if (level.level <= ChosenSimdLevel())
             chosen = &level;
-        if (forced != nullptr && std::string_view(forced) == level.name)
-            break;
-    }
     return *chosen;
 }
 

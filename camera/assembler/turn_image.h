@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/simd_level.h"
+
 namespace zerix {
 
 // `pixelBytes` is 1 or 2.
@@ -12,8 +14,7 @@ void TurnImage(uint8_t *pixels, uint32_t count, uint32_t pixelBytes);
 // The same for `count` pixels from `pixels` on, at one processor level. Every level gives the same
 // bytes as the first, the plain one.
 struct TurnLevel {
-    const char *name; // as the variable ZERIX_SIMD has it
-    bool isSupported; // by this processor and system
+    SimdLevel level;
     void (*turnBytes)(uint8_t *pixels, uint32_t count);
     void (*turnWords)(uint8_t *pixels, uint32_t count);
 };

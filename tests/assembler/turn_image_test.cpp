@@ -1,7 +1,6 @@
 // The turn by 180 degrees: every processor level against the plain one, at every alignment.
 #include <algorithm>
 #include <random>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -31,8 +30,7 @@ TEST(TurnImage, ExchangesPixelsFromBothEnds)
 TEST(TurnImage, HasThePlainLevelFirst)
 {
     ASSERT_FALSE(TurnLevels().empty());
-    EXPECT_EQ(std::string(TurnLevels()[0].name), "scalar");
-    EXPECT_TRUE(TurnLevels()[0].isSupported);
+    EXPECT_EQ(TurnLevels()[0].level, SimdLevel::kScalar);
 }
 
 // Turned by the standard library, between guard bytes.
@@ -41,7 +39,7 @@ TEST(TurnImage, GivesTheSameBytesAtEveryLevel)
     constexpr size_t kGuard = 64;
     std::mt19937 random(1);
     for (const TurnLevel &level : TurnLevels()) {
-        if (!level.isSupported)
+        if (!IsSimdLevelSupported(level.level))
             continue;
         for (uint32_t count = 0; count < 700; ++count) {
             const size_t offset = kGuard + random() % 32;
@@ -57,7 +55,8 @@ TEST(TurnImage, GivesTheSameBytesAtEveryLevel)
                     for (auto word = first; word != last; word += 2)
                         std::iter_swap(word, word + 1);
                 (pixelBytes == 1 ? level.turnBytes : level.turnWords)(bytes.data() + offset, count);
-                ASSERT_EQ(bytes, expected) << level.name << " " << count << " " << pixelBytes;
+                ASSERT_EQ(bytes, expected)
+                    << SimdLevelName(level.level) << " " << count << " " << pixelBytes;
             }
         }
     }

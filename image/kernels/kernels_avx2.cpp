@@ -1,0 +1,7 @@
+#include "image/kernels/kernels.h"
+
+namespace zerix {
+
+void OverlayAvx2(Kernels &) {}
+
+} // namespace zerix
