@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "sim/camera_traits.h"
+#include "sim/capabilities.h"
 #include "sim/register_map.h"
 
 namespace zerix::sim {
@@ -33,7 +34,7 @@ Binning BinningOf(const CameraDescription &description, Words words)
         return {ReadField(words, control::kHorizontalBinningLess1) + 1, vertical, false};
     if (description.model == model::kBenchmate)
         return {1, vertical, false};
-    const uint32_t third = IsAtLeast(description.information, 2, 2) ? 8 : 3;
+    const uint32_t third = (CapabilitiesOf(description) & kEightfoldBinning) != 0 ? 8 : 3;
     const uint32_t factors[] = {1, 2, third, 4};
     const uint32_t factor = factors[ReadField(words, control::kBinningCode)];
     return {factor, factor, true};

@@ -3,6 +3,7 @@
 #include "sim/information_block.h"
 
 #include "sim/camera_traits.h"
+#include "sim/capabilities.h"
 #include "sim/register_map.h"
 
 namespace zerix::sim {
@@ -13,22 +14,6 @@ constexpr uint64_t kShortestExposure = 10'000; // nanoseconds
 constexpr uint64_t kLongestExposure = 1'073'741'823'000;
 constexpr uint32_t kSerialOffset = 0x48;
 constexpr uint32_t kSerialBytes = 28;
-
-// Bits of the capability word.
-enum Capability : uint32_t {
-    kHighSensitivity = 1u << 1,
-    kBlackout = 1u << 2,
-    kFan = 1u << 3,
-    kRegulatedCooling = 1u << 4,
-    kMultiplication = 1u << 6,
-    kShutterDelay = 1u << 8,
-    kDither = 1u << 9,
-    kHighGain = 1u << 10,
-    kVerticalClock = 1u << 11,
-    kDualChannel = 1u << 12,
-    kKeelEm = 1u << 13,
-    kLockedGain = 1u << 14,
-};
 
 using Words = std::vector<uint32_t>;
 
@@ -54,7 +39,7 @@ void PutIdentity(Words &words, const CameraDescription &description, const Senso
 
 void PutSizes(Words &words, const CameraDescription &description, const SensorType &sensor)
 {
-    const bool eightfold = IsAtLeast(description.information, 2, 2);
+    const bool eightfold = (CapabilitiesOf(description) & kEightfoldBinning) != 0;
     const uint32_t third = eightfold ? 8 : 3;
     Put(words, 0x10, Halves(sensor.columns, sensor.rows));
     Put(words, 0x14, Halves(sensor.columns / 2, sensor.rows / 2));
@@ -95,8 +80,7 @@ void PutTiming(Words &words, const CameraDescription &description)
 void PutAnalogue(Words &words, const CameraDescription &description)
 {
     const bool live = description.model == model::kBenchmate;
-    const bool doubleShot =
-        description.model != model::kBenchmate && description.model != model::kMetrol;
+    const bool doubleShot = (CapabilitiesOf(description) & kDoubleShot) != 0;
     Put(words, 0x08, Limits(kDefaultGain, kDefaultOffset));
     Put(words, 0x74, (doubleShot ? 1u : 0) | (live ? 2u : 0) | 4u);
     Put(words, 0x78, Limits(0, 4095));
@@ -108,38 +92,29 @@ void PutAnalogue(Words &words, const CameraDescription &description)
     }
 }
 
-uint32_t Capabilities(const CameraDescription &description, const SensorType &sensor)
+void PutExtras(Words &words, const CameraDescription &description)
 {
-    uint32_t bits = kHighSensitivity | kBlackout;
-    if (HasRegulatedCooling(description))
-        bits |= kRegulatedCooling | kFan;
-    if (description.hardwareVersion >= 2)
-        bits |= kDualChannel;
-    if (sensor.electronMultiplying)
-        bits |= kMultiplication | kShutterDelay | kDither | kHighGain | kVerticalClock | kKeelEm |
-                kLockedGain;
-    return bits;
-}
-
-void PutExtras(Words &words, const CameraDescription &description, const SensorType &sensor)
-{
-    Put(words, 0x2A4, Capabilities(description, sensor));
+    const uint32_t capabilities = CapabilitiesOf(description);
+    Put(words, 0x2A4, capabilities & kCapabilityWord);
     if (HasRegulatedCooling(description))
         Put(words, 0x29C, Halves(CountsOfCelsius(20.0), CountsOfCelsius(-30.0)));
     Put(words, 0x308, 128);
-    if (!sensor.electronMultiplying)
-        return;
-    Put(words, 0x2C0, kLeastMultiplication);
-    Put(words, 0x2C4, 500); // counts of 6.4 microseconds
-    Put(words, 0x300, kLeastMultiplication);
-    Put(words, 0x304, kMostMultiplication);
     Put(words, 0x310, 0);
-    Put(words, 0x314, 20); // vertical clock, counts: 1000, 500 and 5000 ns
-    Put(words, 0x318, 10);
-    Put(words, 0x31C, 100);
-    Put(words, 0x320, 20'000'000);
-    for (uint32_t offset : {0x350u, 0x354u, 0x358u})
-        Put(words, offset, kHundredfoldMultiplication);
+    if ((capabilities & kShutterDelay) != 0)
+        Put(words, 0x2C4, 500); // counts of 6.4 microseconds
+    if ((capabilities & kVerticalClock) != 0) {
+        Put(words, 0x314, 20); // counts: 1000, 500 and 5000 ns
+        Put(words, 0x318, 10);
+        Put(words, 0x31C, 100);
+        Put(words, 0x320, 20'000'000);
+    }
+    if ((capabilities & kMultiplication) != 0) {
+        Put(words, 0x2C0, kLeastMultiplication);
+        Put(words, 0x300, kLeastMultiplication);
+        Put(words, 0x304, kMostMultiplication);
+        for (uint32_t offset : {0x350u, 0x354u, 0x358u})
+            Put(words, offset, kHundredfoldMultiplication);
+    }
 }
 
 // Defaults of the clocking voltages, in converter counts.
@@ -164,7 +139,7 @@ std::vector<uint32_t> MakeInformationBlock(const CameraDescription &description,
     PutSizes(words, description, sensor);
     PutTiming(words, description);
     PutAnalogue(words, description);
-    PutExtras(words, description, sensor);
+    PutExtras(words, description);
     PutVoltages(words);
     words.resize(InformationWords(description.information));
     return words;

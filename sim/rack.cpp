@@ -83,6 +83,11 @@ std::string KnownNames()
     return names;
 }
 
+bool ParseBuiltIn(const RackText &builtIn, Rack *rack, std::string *error)
+{
+    return ParseRack(builtIn.text, "racks/" + std::string(builtIn.name) + ".toml", rack, error);
+}
+
 } // namespace
 
 bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error)
@@ -90,11 +95,9 @@ bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error)
     std::string ignored;
     if (error == nullptr)
         error = &ignored;
-    for (const BuiltInRack &builtIn : BuiltInRacks()) {
-        if (nameOrPath.empty() || builtIn.description.name == nameOrPath) {
-            *rack = builtIn.rack;
-            return true;
-        }
+    for (const RackText &builtIn : BuiltInRackTexts()) {
+        if (nameOrPath.empty() || builtIn.name == nameOrPath)
+            return ParseBuiltIn(builtIn, rack, error);
     }
     if (const auto installed = FindInstalledRack(nameOrPath); !installed.empty())
         return LoadRackFile(installed, rack, error);
@@ -108,8 +111,12 @@ bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error)
 std::vector<RackDescription> KnownRacks()
 {
     std::vector<RackDescription> racks;
-    for (const BuiltInRack &builtIn : BuiltInRacks())
-        racks.push_back(builtIn.description);
+    for (const RackText &builtIn : BuiltInRackTexts()) {
+        Rack rack;
+        std::string ignored;
+        ParseBuiltIn(builtIn, &rack, &ignored);
+        racks.push_back({std::string(builtIn.name), rack.meaning});
+    }
     for (RackDescription &installed : InstalledRacks()) {
         const bool hidden =
             std::any_of(racks.begin(), racks.end(),

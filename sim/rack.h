@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,7 +39,9 @@ struct CameraDescription {
     bool noise = true; // of light and electronics; dark current and hot pixels are always there
     bool registersFromAlternateAddress =
         false; // the model register answers only at the second address
+    std::optional<uint32_t> capabilities = {}; // bits of sim/capabilities.h; else what suits it
     std::string scene = "cells";
+    float light = 1;               // brightness of the scene
     std::string reads = "pending"; // register reads complete "pending", "immediate" or "mixed"
     std::vector<FaultText> faults = {};
     bool inUse = false; // another process holds it
@@ -46,7 +49,8 @@ struct CameraDescription {
 
 struct Rack {
     std::string name;
-    uint32_t speed = 800; // Mb/s: 400 or 800
+    std::string meaning = {}; // one line for people
+    uint32_t speed = 800;     // Mb/s: 400 or 800
     bool fastClock = true;
     uint64_t seed = 1;
     std::vector<CameraDescription> cameras;
@@ -58,7 +62,7 @@ bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error);
 
 struct RackDescription {
     std::string name;
-    std::string meaning;
+    std::string meaning; // of an installed one, its path
 };
 std::vector<RackDescription> KnownRacks();
 

@@ -7,8 +7,10 @@
 #include <iterator>
 #include <utility>
 
+#include "sim/capabilities.h"
 #include "sim/model_names.h"
 #include "sim/rack_values.h"
+#include "sim/register_map.h"
 #include "sim/scene.h"
 
 namespace zerix::sim {
@@ -41,6 +43,8 @@ struct Key {
 constexpr Key<Rack> kRackKeys[] = {
     {"name", "a text",
      [](const toml::node &node, Rack *rack) { return ReadText(node, 256, &rack->name); }},
+    {"meaning", "a text of 1 to 256 characters",
+     [](const toml::node &node, Rack *rack) { return ReadText(node, 256, &rack->meaning); }},
     {"speed", "400 or 800",
      [](const toml::node &node, Rack *rack) {
          return ReadNumber(node, 400, 800, &rack->speed) &&
@@ -113,11 +117,17 @@ constexpr Key<Camera> kCameraKeys[] = {
      [](const toml::node &node, Camera *camera) {
          return ReadTruth(node, &camera->regulatedCooling);
      }},
+    {"light", "a number from 0 to 1000000",
+     [](const toml::node &node, Camera *camera) { return ReadLight(node, &camera->light); }},
     {"noise", "true or false",
      [](const toml::node &node, Camera *camera) { return ReadTruth(node, &camera->noise); }},
     {"alternate-model-address", "true or false",
      [](const toml::node &node, Camera *camera) {
          return ReadTruth(node, &camera->registersFromAlternateAddress);
+     }},
+    {"capabilities", "",
+     [](const toml::node &node, Camera *camera) {
+         return ReadCapabilities(node, &camera->capabilities);
      }},
     {"scene", "",
      [](const toml::node &node, Camera *camera) { return ReadScene(node, &camera->scene); }},
@@ -147,6 +157,14 @@ std::string KnownSceneUsages()
     return usages;
 }
 
+std::string KnownCapabilities()
+{
+    std::string names;
+    for (const CapabilityName &row : kCapabilityNames)
+        names += (names.empty() ? "\"" : ", \"") + std::string(row.name) + "\"";
+    return names;
+}
+
 // What a key expects, where that is a list from elsewhere.
 std::string Expected(std::string_view key, std::string_view expected)
 {
@@ -156,6 +174,8 @@ std::string Expected(std::string_view key, std::string_view expected)
         return "the number or name of a model: " + KnownModels();
     if (key == "scene")
         return "a scene: " + KnownSceneUsages();
+    if (key == "capabilities")
+        return "a list of " + KnownCapabilities();
     for (const auto &[block, name] : kBlockNames) {
         if (name == key)
             return "a version of the block as a text: " + KnownVersions(block);
@@ -212,6 +232,20 @@ void FillIn(size_t index, Camera *camera)
         camera->uniqueId = 0x00A1B2C400000000ULL + index + 1;
 }
 
+// Cameras whose information block is too old to tell of a format send the oldest.
+bool SettleStreamFormat(const toml::table &table, const Reader &reader, Camera *camera)
+{
+    if (IsAtLeast(camera->information, 2, 1))
+        return true;
+    const toml::node *told = table.get("stream-format");
+    if (told != nullptr && camera->streamingVersion != 0)
+        return reader.Fail(told->source(),
+                           "stream-format is " + Found(*told) +
+                               "; expected 0, as the information block is below 2.1");
+    camera->streamingVersion = 0;
+    return true;
+}
+
 bool ReadCamera(const toml::table &table, const Reader &reader, Rack *rack)
 {
     Camera camera;
@@ -223,6 +257,8 @@ bool ReadCamera(const toml::table &table, const Reader &reader, Rack *rack)
     if (camera.model == 0)
         return reader.Fail(table.source(),
                            "the camera has no model; expected " + Expected("model", {}));
+    if (!SettleStreamFormat(table, reader, &camera))
+        return false;
     FillIn(rack->cameras.size(), &camera);
     for (const Camera &other : rack->cameras) {
         if (other.uniqueId == camera.uniqueId)

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <utility>
 
+#include "sim/capabilities.h"
 #include "sim/model_names.h"
 #include "sim/scene.h"
 #include "sim/sensor.h"
@@ -64,6 +66,7 @@ bool ReadUniqueId(const toml::node &node, uint64_t *target)
     return parsed.ec == std::errc() && parsed.ptr == digits.data() + digits.size() && *target != 0;
 }
 
+// Any number will do: there may be cameras that are newer than every table.
 bool ReadModel(const toml::node &node, uint32_t *target)
 {
     if (const auto *text = node.as_string()) {
@@ -74,7 +77,7 @@ bool ReadModel(const toml::node &node, uint32_t *target)
     if (!ReadNumber(node, 1, 0xFFFF, &number))
         return false;
     *target = number;
-    return IsModel(number);
+    return true;
 }
 
 bool ReadSensor(const toml::node &node, uint16_t *target)
@@ -133,6 +136,36 @@ bool ReadFaults(const toml::node &node, std::vector<FaultText> *target)
             return false;
         target->push_back(std::move(fault));
     }
+    return true;
+}
+
+// Integers are welcome where a fraction would be.
+bool ReadLight(const toml::node &node, float *target)
+{
+    const auto light = node.value<double>();
+    if (!node.is_number() || !light || !(*light >= 0.0 && *light <= 1e6))
+        return false;
+    *target = static_cast<float>(*light);
+    return true;
+}
+
+bool ReadCapabilities(const toml::node &node, std::optional<uint32_t> *target)
+{
+    const auto *list = node.as_array();
+    if (list == nullptr)
+        return false;
+    uint32_t bits = 0;
+    for (const toml::node &entry : *list) {
+        const auto *name = entry.as_string();
+        const auto *known = std::find_if(std::begin(kCapabilityNames), std::end(kCapabilityNames),
+                                         [name](const CapabilityName &row) {
+                                             return name != nullptr && row.name == name->get();
+                                         });
+        if (known == std::end(kCapabilityNames))
+            return false;
+        bits |= known->bit;
+    }
+    *target = bits;
     return true;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,6 +48,8 @@ bool ReadVersionOf(Block block, const toml::node &node, BlockVersion *target);
 bool ReadScene(const toml::node &node, std::string *target);
 bool ReadReads(const toml::node &node, std::string *target);
 bool ReadFaults(const toml::node &node, std::vector<FaultText> *target);
+bool ReadLight(const toml::node &node, float *target);
+bool ReadCapabilities(const toml::node &node, std::optional<uint32_t> *target);
 bool ReadClock(const toml::node &node, bool *fastClock);
 
 } // namespace zerix::sim

@@ -25,6 +25,7 @@ struct Sensor::State {
     uint64_t key;
     std::vector<HotPixel> hotPixels;
     std::shared_ptr<const Scene> scene;
+    float brightness = 1;
     std::array<std::vector<float>, kFilters>
         rates; // electrons a second; empty until they are needed
     size_t filterOfMap = kFilters;
@@ -46,7 +47,7 @@ const std::vector<float> &Sensor::State::Rates(size_t filter)
     std::vector<float> &wanted = rates[filter];
     if (wanted.empty()) {
         if (scene != nullptr)
-            wanted = ElectronRates(type, *scene, static_cast<uint8_t>(filter));
+            wanted = ElectronRates(type, *scene, brightness, static_cast<uint8_t>(filter));
         wanted.resize(static_cast<size_t>(type.columns) * type.rows, 0.0F);
     }
     return wanted;
@@ -69,6 +70,7 @@ Sensor::Sensor(const SensorType &type, uint64_t seed, std::string_view serialNum
                         .key = DeriveKey(DeriveKey(seed, 0x73656E736F72), serialNumber),
                         .hotPixels = HotPixelsOf(type, serialNumber),
                         .scene = nullptr,
+                        .brightness = 1,
                         .rates = {},
                         .filterOfMap = kFilters,
                         .map = {},
@@ -78,8 +80,9 @@ Sensor::Sensor(const SensorType &type, uint64_t seed, std::string_view serialNum
 
 Sensor::~Sensor() = default;
 
-void Sensor::SetScene(std::shared_ptr<const Scene> scene)
+void Sensor::SetScene(std::shared_ptr<const Scene> scene, float brightness)
 {
+    m_state->brightness = brightness;
     m_state->scene = std::move(scene);
     for (std::vector<float> &rates : m_state->rates)
         std::vector<float>().swap(rates);

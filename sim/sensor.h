@@ -70,7 +70,8 @@ public:
     Sensor(const SensorType &type, uint64_t seed, std::string_view serialNumber);
     ~Sensor();
 
-    void SetScene(std::shared_ptr<const Scene> scene);
+    // `brightness` multiplies the light of the scene; a test pattern doesn't mind it.
+    void SetScene(std::shared_ptr<const Scene> scene, float brightness = 1);
 
     // Bytes of one frame.
     [[nodiscard]] static uint32_t FrameBytes(const ExposureSettings &settings);

@@ -75,7 +75,8 @@ float Electrons(const Light &response, const Light &light)
 
 } // namespace
 
-std::vector<float> ElectronRates(const SensorType &type, const Scene &scene, uint8_t filterColour)
+std::vector<float> ElectronRates(const SensorType &type, const Scene &scene, float brightness,
+                                 uint8_t filterColour)
 {
     std::vector<Light> light;
     scene.Sample(type.columns, type.rows, type.pitchMicrometres, light);
@@ -86,7 +87,8 @@ std::vector<float> ElectronRates(const SensorType &type, const Scene &scene, uin
         const Light odd = Response(type, glass.odd);
         const size_t start = static_cast<size_t>(row) * type.columns;
         for (uint32_t column = 0; column < type.columns; ++column)
-            rates[start + column] = Electrons(column % 2 == 0 ? even : odd, light[start + column]);
+            rates[start + column] =
+                brightness * Electrons(column % 2 == 0 ? even : odd, light[start + column]);
     }
     return rates;
 }

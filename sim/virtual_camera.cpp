@@ -340,7 +340,7 @@ void VirtualCamera::Expose(const FrameJob &job, std::vector<uint8_t> &pixels)
         m_optics.sensor = std::make_unique<Sensor>(*m_sensorType, m_seed, m_description.serial);
     if (m_optics.scene != job.scene) {
         m_optics.scene = job.scene;
-        m_optics.sensor->SetScene(job.scene);
+        m_optics.sensor->SetScene(job.scene, m_description.light);
     }
     pixels.resize(Sensor::FrameBytes(job.plan.exposure));
     m_optics.sensor->Expose(job.plan.exposure, job.key, pixels.data());

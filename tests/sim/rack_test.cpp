@@ -62,29 +62,45 @@ void ExpectSame(const CameraDescription &a, const CameraDescription &b)
     EXPECT_EQ(a.cooler, b.cooler);
     EXPECT_EQ(a.regulatedCooling, b.regulatedCooling);
     EXPECT_EQ(a.registersFromAlternateAddress, b.registersFromAlternateAddress);
+    EXPECT_EQ(a.capabilities, b.capabilities);
     EXPECT_EQ(a.scene, b.scene);
+    EXPECT_EQ(a.light, b.light);
+    EXPECT_EQ(a.noise, b.noise);
     EXPECT_EQ(a.reads, b.reads);
     EXPECT_EQ(a.faults.size(), b.faults.size());
     EXPECT_EQ(a.inUse, b.inUse);
 }
 
-constexpr const char *kTemplateFile = ZERIX_SOURCE_FOLDER "/racks/default.toml";
-
-TEST(Rack, TheTemplateFileIsTheBuiltInOne)
+// The build puts the files into the library: what is built in is what the files say now.
+TEST(Rack, TheBuiltInOnesAreTheFiles)
 {
-    Rack file;
-    Rack builtIn;
+    for (const std::string name : {"default", "family-1", "family-2", "family-3"}) {
+        Rack file;
+        Rack builtIn;
+        std::string error;
+        ASSERT_TRUE(LoadRack(ZERIX_SOURCE_FOLDER "/racks/" + name + ".toml", &file, &error))
+            << error;
+        ASSERT_TRUE(LoadRack(name, &builtIn, &error)) << error;
+        EXPECT_EQ(builtIn.name, name);
+        EXPECT_FALSE(builtIn.meaning.empty());
+        EXPECT_EQ(file.name, builtIn.name);
+        EXPECT_EQ(file.meaning, builtIn.meaning);
+        EXPECT_EQ(file.speed, builtIn.speed);
+        EXPECT_EQ(file.fastClock, builtIn.fastClock);
+        EXPECT_EQ(file.seed, builtIn.seed);
+        ASSERT_EQ(file.cameras.size(), builtIn.cameras.size());
+        for (size_t i = 0; i < file.cameras.size(); ++i)
+            ExpectSame(file.cameras[i], builtIn.cameras[i]);
+    }
+}
+
+TEST(Rack, WithoutANameIsTheDefaultOne)
+{
+    Rack rack;
     std::string error;
-    ASSERT_TRUE(LoadRack(kTemplateFile, &file, &error)) << error;
-    ASSERT_TRUE(LoadRack("", &builtIn, &error)) << error;
-    EXPECT_EQ(file.name, builtIn.name);
-    EXPECT_EQ(file.speed, builtIn.speed);
-    EXPECT_EQ(file.fastClock, builtIn.fastClock);
-    EXPECT_EQ(file.seed, builtIn.seed);
-    ASSERT_EQ(file.cameras.size(), 3U);
-    ASSERT_EQ(builtIn.cameras.size(), 3U);
-    for (size_t i = 0; i < 3; ++i)
-        ExpectSame(file.cameras[i], builtIn.cameras[i]);
+    ASSERT_TRUE(LoadRack("", &rack, &error)) << error;
+    EXPECT_EQ(rack.name, "default");
+    EXPECT_EQ(rack.cameras.size(), 3U);
 }
 
 TEST(Rack, TheBuiltInOneHasCamerasThatDiffer)
@@ -107,6 +123,7 @@ TEST(Rack, EveryKeyIsRead)
 {
     const Rack rack = Parsed(R"(
 name = "mine"
+meaning = "my own"
 speed = 400
 clock = "real"
 seed = 77
@@ -129,7 +146,10 @@ bit-depth = 16
 cooler = false
 regulated-cooling = false
 alternate-model-address = true
+capabilities = ["fan", "keel-em", "double-shot"]
 scene = "flat:200"
+light = 0.25
+noise = false
 reads = "mixed"
 in-use = true
 faults = ["first",
@@ -138,6 +158,7 @@ faults = ["first",
 model = "OXA"
 )");
     EXPECT_EQ(rack.name, "mine");
+    EXPECT_EQ(rack.meaning, "my own");
     EXPECT_EQ(rack.speed, 400U);
     EXPECT_FALSE(rack.fastClock);
     EXPECT_EQ(rack.seed, 77U);
@@ -159,16 +180,19 @@ model = "OXA"
                                .bitDepth = 16,
                                .cooler = false,
                                .regulatedCooling = false,
+                               .noise = false,
                                .registersFromAlternateAddress = true,
+                               .capabilities = 1U << 3 | 1U << 13 | 1U << 16,
                                .scene = "flat:200",
+                               .light = 0.25F,
                                .reads = "mixed",
-                               .faults = {{"first", 28}, {"second", 29}},
+                               .faults = {{"first", 32}, {"second", 33}},
                                .inUse = true};
     ExpectSame(rack.cameras[0], expected);
     EXPECT_EQ(rack.cameras[0].faults[0].text, "first");
-    EXPECT_EQ(rack.cameras[0].faults[0].line, 28U);
+    EXPECT_EQ(rack.cameras[0].faults[0].line, 32U);
     EXPECT_EQ(rack.cameras[0].faults[1].text, "second");
-    EXPECT_EQ(rack.cameras[0].faults[1].line, 29U);
+    EXPECT_EQ(rack.cameras[0].faults[1].line, 33U);
     EXPECT_EQ(rack.cameras[1].model, 1001U);
 }
 
@@ -185,6 +209,27 @@ TEST(Rack, WhatIsLeftOutIsSensible)
     EXPECT_EQ(rack.cameras[0].ccdModel, 6);
     EXPECT_EQ(rack.cameras[0].scene, "cells");
     EXPECT_EQ(rack.cameras[0].information.minor, 11);
+}
+
+TEST(Rack, ModelsThatNoTableKnowsMayBeThere)
+{
+    EXPECT_EQ(Parsed("[[camera]]\nmodel = 11").cameras[0].model, 11U);
+    EXPECT_EQ(Parsed("[[camera]]\nmodel = 65535").cameras[0].model, 65535U);
+}
+
+TEST(Rack, InformationBelow21HasTheOldestStreamFormat)
+{
+    for (const char *version : {"1.1", "1.2"}) {
+        const std::string camera =
+            "[[camera]]\nmodel = 5\ninformation = \"" + std::string(version) + "\"\n";
+        EXPECT_EQ(Parsed(camera).cameras[0].streamingVersion, 0);
+        EXPECT_EQ(Parsed(camera + "stream-format = 0").cameras[0].streamingVersion, 0);
+        EXPECT_EQ(ErrorOf(camera + "stream-format = 2"),
+                  "my.toml:4: stream-format is 2; expected 0, as the information block is below "
+                  "2.1.");
+    }
+    EXPECT_EQ(Parsed("[[camera]]\nmodel = 5\ninformation = \"2.1\"").cameras[0].streamingVersion,
+              1);
 }
 
 TEST(Rack, WithoutCamerasIsABusWithoutCameras)
@@ -242,8 +287,9 @@ TEST(RackMistakes, OfTheRackAreTold)
         {"name = []", "my.toml:1: name is a list; expected a text."},
         {"name = {}", "my.toml:1: name is a table; expected a text."},
         {"name = 2020-01-01", "my.toml:1: name is a date or time; expected a text."},
-        {"\n\nsped = 400", "my.toml:3: the key \"sped\" is unknown; the keys here are name, speed, "
-                           "clock, seed, camera."},
+        {"\n\nsped = 400",
+         "my.toml:3: the key \"sped\" is unknown; the keys here are name, meaning, speed, "
+         "clock, seed, camera."},
         {"camera = 3", "my.toml:1: camera is 3; expected [[camera]], one for each camera."},
         {"[camera]\nmodel = 18",
          "my.toml:1: camera is a table; expected [[camera]], one for each camera."},
@@ -260,7 +306,8 @@ TEST(RackMistakes, TheFirstOfTheFileIsTold)
     EXPECT_EQ(ErrorOf("speed = 600\nclock = \"slow\""),
               "my.toml:1: speed is 600; expected 400 or 800.");
     EXPECT_EQ(ErrorOf("seed = 1\nzoom = 2\naim = 3"),
-              "my.toml:2: the key \"zoom\" is unknown; the keys here are name, speed, clock, seed, "
+              "my.toml:2: the key \"zoom\" is unknown; the keys here are name, meaning, speed, "
+              "clock, seed, "
               "camera.");
     EXPECT_EQ(ErrorOf("[[camera]]\nmodel = 18\nserial = 12\ncooler = 1"),
               "my.toml:3: serial is 12; expected a text of 1 to 27 characters.");
@@ -270,10 +317,14 @@ TEST(RackMistakes, TheFirstOfTheFileIsTold)
 
 TEST(RackMistakes, OfACameraAreTold)
 {
+    const std::string kCapabilities =
+        "expected a list of \"high-sensitivity\", \"blackout\", \"fan\", \"em-gain\", "
+        "\"shutter-delay\", \"dither\", \"high-gain\", \"vertical-clock\", \"dual-channel\", "
+        "\"keel-em\", \"locked-gain\", \"double-shot\", \"eightfold-binning\".";
     const std::string kNumber16 = "expected an integer from 0 to 65535.";
     const std::string kTruth = "expected true or false.";
     const Mistake kMistakes[] = {
-        {"model = 11", "model is 11; expected the number or name of a model: " + kModels + "."},
+        {"model = 0", "model is 0; expected the number or name of a model: " + kModels + "."},
         {"model = \"Astrel Z9\"",
          "model is \"Astrel Z9\"; expected the number or name of a model: " + kModels + "."},
         {"model = 65554",
@@ -323,6 +374,11 @@ TEST(RackMistakes, OfACameraAreTold)
         {"bit-depth = 17", "bit-depth is 17; expected an integer from 8 to 16."},
         {"cooler = 1", "cooler is 1; " + kTruth},
         {"regulated-cooling = \"yes\"", "regulated-cooling is \"yes\"; " + kTruth},
+        {"light = -1", "light is -1; expected a number from 0 to 1000000."},
+        {"light = \"dim\"", "light is \"dim\"; expected a number from 0 to 1000000."},
+        {"light = nan", "light is a number with a fraction; expected a number from 0 to 1000000."},
+        {"capabilities = [\"fan\", \"coffee\"]", "capabilities is a list; " + kCapabilities},
+        {"capabilities = \"fan\"", "capabilities is \"fan\"; " + kCapabilities},
         {"noise = \"low\"", "noise is \"low\"; " + kTruth},
         {"alternate-model-address = 0", "alternate-model-address is 0; " + kTruth},
         {"in-use = []", "in-use is a list; " + kTruth},
@@ -338,7 +394,8 @@ TEST(RackMistakes, OfACameraAreTold)
          "information, control, "
          "configuration, streaming, command, status, hardware, firmware, build, stream-format, "
          "bit-depth, cooler, "
-         "regulated-cooling, noise, alternate-model-address, scene, reads, in-use, faults."},
+         "regulated-cooling, light, noise, alternate-model-address, capabilities, scene, reads, "
+         "in-use, faults."},
     };
     for (const Mistake &mistake : kMistakes) {
         const bool hasModel = mistake.text.starts_with("model");
