@@ -1,26 +1,13 @@
-// Settings and buffers of the Bayer filter.
+// The Bayer filter: settings, and the way of a mosaic through a pipeline.
 #include "image/z_bayer_interpolation.h"
 
-#include <algorithm>
 #include <new>
 
+#include "image/bayer_method.h"
+#include "image/bayer_sweep.h"
 #include "image/z_ex_image.h"
 
 namespace ZX {
-
-namespace {
-
-constexpr uint64_t kLargestPixel = 6; // three channels of 16 bits
-constexpr uint8_t kOpaque = 255;
-
-std::unique_ptr<uint8_t[]> MakePlane(uint64_t bytes)
-{
-    if (bytes > SIZE_MAX / 2)
-        return nullptr;
-    return std::unique_ptr<uint8_t[]>(new (std::nothrow) uint8_t[static_cast<size_t>(bytes)]);
-}
-
-} // namespace
 
 ZBayerInterpolation::ZBayerInterpolation(uint16_t algorithm, uint16_t outputFormat)
     : m_algorithm(algorithm), m_outputFormat(outputFormat)
@@ -41,31 +28,39 @@ int16_t ZBayerInterpolation::SetOutputFormat(uint32_t format)
     return kFilterOk;
 }
 
-int16_t ZBayerInterpolation::Init(uint32_t width, uint32_t height)
+int16_t ZBayerInterpolation::Init(uint32_t width, uint32_t)
 {
-    m_width = width;
-    m_height = height;
-    const uint64_t planeSize = kLargestPixel * width * height;
-    // The old ones go first, so that both never stand at once.
-    m_alphaPlane.reset();
-    for (Plane &plane : m_fullPlanes)
-        plane.reset();
-    for (Plane &plane : m_quarterPlanes)
-        plane.reset();
-    for (Plane &plane : m_fullPlanes)
-        plane = MakePlane(planeSize);
-    for (Plane &plane : m_quarterPlanes)
-        plane = MakePlane(planeSize / 4);
-    m_alphaPlane = MakePlane(planeSize);
-    if (m_alphaPlane)
-        std::fill_n(m_alphaPlane.get(), planeSize, kOpaque);
-    m_initialised = true;
+    const std::lock_guard lock(m_sweepMutex);
+    m_sweep.reset(new (std::nothrow) zerix::BayerSweep);
+    if (m_sweep)
+        static_cast<void>(m_sweep->Reserve(width));
     return kFilterOk;
 }
 
-int16_t ZBayerInterpolation::Process(ZInImageBufferStruct *, ZOutImageBufferStruct *)
+int16_t ZBayerInterpolation::Process(ZInImageBufferStruct *in, ZOutImageBufferStruct *out)
 {
-    return kFilterNothingToDo;
+    const uint32_t format = m_outputFormat;
+    if (!IsBayerFormat(in->imageFormat) || !IsColourFormat(format))
+        return kFilterNothingToDo;
+    const std::lock_guard lock(m_sweepMutex);
+    if (!m_sweep)
+        return kFilterNotInitialised;
+    const uint32_t sampleBytes = zerix::SampleBytesOf(format);
+    if (sampleBytes == 0 || !m_sweep->Reserve(in->width))
+        return kFilterBadFormat;
+    m_sweep->Run({.mosaic = in->pBuffer,
+                  .mosaicBytes = in->size != 0 ? in->size : SIZE_MAX,
+                  .width = in->width,
+                  .height = in->height,
+                  .pattern = in->colourPattern,
+                  .output = out->pBuffer,
+                  .format = format,
+                  .method = zerix::MethodOfAlgorithm(m_algorithm)});
+    out->size = ZExImage::ImageFormatByteSize(format) * in->width * in->height;
+    out->imageFormat = format;
+    out->width = in->width;
+    out->height = in->height;
+    return kFilterOk;
 }
 
 uint32_t ZBayerInterpolation::GetNeededOutputBufferSize(ZInImageBufferStruct *in)

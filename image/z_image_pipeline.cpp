@@ -8,6 +8,7 @@
 #include <new>
 #include <utility>
 
+#include "image/image_input.h"
 #include "image/z_ex_image.h"
 #include "image/z_image_filter.h"
 
@@ -19,21 +20,6 @@ namespace {
 constexpr uint64_t kLargestPixel = 6;
 
 uint64_t LargestResult(uint32_t width, uint32_t height) { return kLargestPixel * width * height; }
-
-ZInImageBufferStruct InputOf(const ZExImage &image)
-{
-    return {.pBuffer = image.GetImageData(),
-            .size = image.GetImageSize(),
-            .width = image.GetWidth(),
-            .height = image.GetHeight(),
-            .bitDepth = image.GetBitDepth(),
-            .colourPattern = image.GetColourPattern(),
-            .imageFormat = image.GetImageFormat(),
-            .filterColour = image.GetColourPattern(),
-            .symmetricalBinningMode = image.GetSymmetricalBinningMode(),
-            .lvwFlag = image.IsLVW(),
-            .camera = static_cast<ZCamera *>(image.GetCamera())};
-}
 
 void CopyImage(const ZInImageBufferStruct &in, ZOutImageBufferStruct &out)
 {
@@ -104,6 +90,7 @@ uint32_t ZImagePipeline::GetNeededOutputBufferSize(ZInImageBufferStruct *in)
 int16_t ZImagePipeline::ProcessImage(ZInImageBufferStruct *in, ZOutImageBufferStruct *out,
                                      bool *done)
 {
+    const std::lock_guard lock(m_processMutex);
     if (const int16_t status = CheckChain(*done))
         return status;
     return RunChain(*in, *out, *done);
@@ -112,6 +99,7 @@ int16_t ZImagePipeline::ProcessImage(ZInImageBufferStruct *in, ZOutImageBufferSt
 // The image grows even where the chain then can't be run.
 int16_t ZImagePipeline::ProcessImage(ZExImage *image, bool *done)
 {
+    const std::lock_guard lock(m_processMutex);
     m_inPlace = true;
     m_image = image;
     ZInImageBufferStruct in = InputOf(*image);
@@ -167,6 +155,8 @@ int16_t ZImagePipeline::RunChain(ZInImageBufferStruct &in, ZOutImageBufferStruct
             status = kFilterNothingToDo;
             continue;
         }
+        if (m_inPlace && !PrepareScratch(*filter, in, out, copyIsDue))
+            return kFilterBadFormat;
         if (copyIsDue)
             CopyImage(in, out);
         copyIsDue = false;
@@ -186,6 +176,22 @@ int16_t ZImagePipeline::RunChain(ZInImageBufferStruct &in, ZOutImageBufferStruct
         }
     }
     return status;
+}
+
+// A filter before may have made the image larger than anybody announced. What the scratch buffer
+// held is in the image as well, and comes back with the copy.
+bool ZImagePipeline::PrepareScratch(ZImageFilter &filter, ZInImageBufferStruct &in,
+                                    ZOutImageBufferStruct &out, bool &copyIsDue)
+{
+    const uint64_t needed = std::max<uint64_t>(filter.GetNeededOutputBufferSize(&in),
+                                               LargestResult(in.width, in.height));
+    if (needed <= m_scratchSize)
+        return true;
+    if (!GrowScratch(needed))
+        return false;
+    out.pBuffer = m_scratch.get();
+    copyIsDue = true;
+    return true;
 }
 
 // Makes a filter's output the input of the next.

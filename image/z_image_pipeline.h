@@ -1,9 +1,10 @@
-// Runs filters in order over an image. One ProcessImage at a time; filters are added and removed
-// while none runs.
+// Runs filters in order over an image. ProcessImage may be called from several threads and takes
+// turns; filters are added and removed while none runs.
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "camera/z_object.h"
@@ -49,8 +50,12 @@ private:
     int16_t CheckChain(bool &done) const;
     int16_t PrepareBuffers(uint32_t needed, ZInImageBufferStruct &in, ZOutImageBufferStruct &out);
     int16_t TakeResult(ZInImageBufferStruct &in, const ZOutImageBufferStruct &out);
+    [[nodiscard]] bool PrepareScratch(ZImageFilter &filter, ZInImageBufferStruct &in,
+                                      ZOutImageBufferStruct &out, bool &copyIsDue);
     [[nodiscard]] bool GrowScratch(uint64_t bytes);
 
+    // The application's threads and the stream's share the post-processing pipeline.
+    std::mutex m_processMutex;
     std::vector<ZImageFilter *> m_filters; // not owned
     uint32_t m_maximumWidth = 0;
     uint32_t m_maximumHeight = 0;

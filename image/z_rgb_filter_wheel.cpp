@@ -1,7 +1,10 @@
 // Settings, buffers and state of the filter wheel.
 #include "image/z_rgb_filter_wheel.h"
 
+#include <cstring>
+#include <iterator>
 #include <new>
+#include <utility>
 
 #include "image/z_ex_image.h"
 
@@ -88,15 +91,7 @@ int16_t ZRGBFilterWheel::SetOutputFormat(uint32_t format)
 void ZRGBFilterWheel::Reset()
 {
     const WheelLock lock(m_lock);
-    m_started = false;
-    m_redCount = 0;
-    m_greenCount = 0;
-    m_blueCount = 0;
-}
-
-int16_t ZRGBFilterWheel::Process(ZInImageBufferStruct *, ZOutImageBufferStruct *)
-{
-    return kFilterNothingToDo;
+    ForgetLocked();
 }
 
 uint32_t ZRGBFilterWheel::GetNeededOutputBufferSize(ZInImageBufferStruct *in)
@@ -127,6 +122,35 @@ void ZRGBFilterWheel::FreeLocked()
     m_blueBuffer.reset();
     m_bufferSize = 0;
     m_buffersAllocated = false;
+}
+
+// Keeps what is stored: a frame larger than any before may be the second of a cycle.
+bool ZRGBFilterWheel::GrowLocked(uint64_t bytes)
+{
+    if (bytes <= m_bufferSize)
+        return true;
+    Plane *const planes[] = {&m_redBuffer, &m_greenBuffer, &m_blueBuffer};
+    Plane larger[std::size(planes)];
+    for (Plane &plane : larger)
+        if (plane = MakePlane(bytes); !plane)
+            return false;
+    for (size_t index = 0; index < std::size(planes); ++index) {
+        if (m_bufferSize > 0)
+            std::memcpy(larger[index].get(), planes[index]->get(),
+                        static_cast<size_t>(m_bufferSize));
+        *planes[index] = std::move(larger[index]);
+    }
+    m_bufferSize = bytes;
+    m_buffersAllocated = true;
+    return true;
+}
+
+void ZRGBFilterWheel::ForgetLocked()
+{
+    m_started = false;
+    m_redCount = 0;
+    m_greenCount = 0;
+    m_blueCount = 0;
 }
 
 bool ZRGBFilterWheel::WouldComplete(uint32_t colour) const

@@ -34,7 +34,13 @@ public:
     // Throws a partial cycle away.
     void Reset() override;
 
+    // 0 with the image, 6 while exposures are missing, 31 for a camera without a wheel, 5 for an
+    // output format that has no layout (what was stored stays) or without memory.
     int16_t Process(ZInImageBufferStruct *in, ZOutImageBufferStruct *out) override;
+
+    // One plane behind the other, each as long as the last frame was.
+    void PackImages(const uint8_t *red, const uint8_t *green, const uint8_t *blue,
+                    uint8_t *destination) const;
 
     // The input's size, or that times the bytes of an output pixel for the frame that completes a
     // cycle.
@@ -46,20 +52,28 @@ private:
     void AllocateLocked(uint32_t width, uint32_t height);
     void FreeLocked();
     [[nodiscard]] bool WouldComplete(uint32_t colour) const;
+    int16_t ProcessLocked(const ZInImageBufferStruct &in, ZOutImageBufferStruct &out);
+    [[nodiscard]] bool IsInTurn(const ZInImageBufferStruct &in);
+    [[nodiscard]] bool Store(const ZInImageBufferStruct &in);
+    [[nodiscard]] bool GrowLocked(uint64_t bytes);
+    [[nodiscard]] bool HasAllColours() const;
+    [[nodiscard]] bool Compose(uint32_t format, uint8_t *destination);
+    void ComposeWords(uint8_t *destination);
+    void ForgetLocked();
 
     std::atomic<uint32_t> m_outputFormat;
-    bool m_started = false;                         // a cycle has begun
-    [[maybe_unused]] uint16_t m_expectedColour = 0; // ZWheelColourEnum of the next frame
-    int16_t m_redCount = 0;                         // frames stored since the last image
+    bool m_started = false;        // a cycle has begun
+    uint16_t m_expectedColour = 0; // ZWheelColourEnum of the next frame
+    int16_t m_redCount = 0;        // frames stored since the last image
     int16_t m_greenCount = 0;
     int16_t m_blueCount = 0;
-    [[maybe_unused]] uint32_t m_width = 0; // of the last frame
-    [[maybe_unused]] uint32_t m_height = 0;
+    uint32_t m_width = 0; // of the last frame
+    uint32_t m_height = 0;
     Plane m_redBuffer;
     Plane m_greenBuffer;
     Plane m_blueBuffer;
-    [[maybe_unused]] uint32_t m_planeSize = 0; // bytes of one exposure
-    uint64_t m_bufferSize = 0;                 // bytes of one buffer; 0 if there was no memory
+    uint32_t m_planeSize = 0;  // bytes of one exposure
+    uint64_t m_bufferSize = 0; // bytes of one buffer; 0 if there was no memory
     bool m_buffersAllocated = false;
     HAL_Semaphore m_lock = nullptr;
     uint32_t m_maximumWidth = 0;

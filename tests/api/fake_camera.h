@@ -11,7 +11,7 @@
 
 namespace zerix::api {
 
-class FakeCamera final : public ZX::ZCamera, public FakeCameraValues {
+class FakeCamera : public ZX::ZCamera, public FakeCameraValues {
 public:
     uint16_t OpenCamera() override
     {

@@ -1,0 +1,72 @@
+// From a mosaic straight to interleaved pixels: the rows of cells pass through a few rows of
+// scratch, and no whole plane is ever made. The bytes are those that splitting, enlarging and
+// interleaving whole planes gives. One Run at a time.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "image/kernels/kernels.h"
+#include "image/mosaic_pattern.h"
+
+namespace zerix {
+
+struct BayerJob {
+    const uint8_t *mosaic;
+    size_t mosaicBytes; // what lies beyond counts as black
+    uint32_t width;     // pixels
+    uint32_t height;
+    uint32_t pattern; // ZColourPatternEnum
+    uint8_t *output;
+    uint32_t format; // ZImageFormatEnum; one that SampleBytesOf knows
+    int32_t method;  // ResizeMethod
+};
+
+class BayerSweep {
+public:
+    // Makes room for mosaics up to this width; keeps what it has where that is enough. False if
+    // there is no memory.
+    [[nodiscard]] bool Reserve(uint32_t width);
+
+    // Within the width reserved. Allocates nothing.
+    void Run(const BayerJob &job);
+
+private:
+    static constexpr uint32_t kColours = 3;
+    static constexpr uint32_t kRing = 4; // the rows of cells that a cubic looks at
+    static constexpr uint32_t kNone = ~0u;
+
+    template <typename Form>
+    void RunForm(const BayerJob &job);
+    template <typename Form>
+    void PrepareColumns(uint32_t cells);
+    template <typename Form>
+    uint32_t RingRow(const BayerJob &job, uint32_t cellRow);
+    template <typename Form>
+    void SplitRow(const BayerJob &job, uint32_t cellRow);
+    const uint8_t *MosaicRow(const BayerJob &job, uint32_t row, size_t rowBytes, uint8_t *spare);
+    template <typename Form>
+    void Emit(const BayerJob &job, uint32_t row);
+    void PaintBlack(const BayerJob &job);
+
+    struct Columns { // where the tables of positions stand and what for
+        uint32_t cells = 0;
+        uint32_t form = 0;
+    };
+
+    uint32_t m_capacity = 0; // pixels
+    std::unique_ptr<uint8_t[]> m_block;
+    uint8_t *m_mosaicRows[2] = {};         // padded copies where the mosaic ends early
+    uint8_t *m_cells[kColours] = {};       // a row of red, green and blue cells
+    uint8_t *m_colours[kColours] = {};     // a row of output
+    uint8_t *m_ring[kRing][kColours] = {}; // rows of cells, enlarged along x
+    uint8_t *m_alpha = nullptr;
+    uint32_t *m_first = nullptr; // positions of the output's columns
+    uint8_t *m_weights[3] = {};
+    Columns m_columns;
+    std::array<uint32_t, kRing> m_present{};
+};
+
+} // namespace zerix
