@@ -1,11 +1,11 @@
 // The lists and rules of a model, out of its row of the model table.
 #include "camera/models/model_camera.h"
 
-#include "camera/models/model_table.h"
+#include "tables/camera_models.h"
 
 namespace ZX {
 
-using namespace zerix::models;
+using namespace zerix::tables;
 
 namespace {
 
@@ -15,18 +15,23 @@ constexpr float kFixedReadoutDefault = 20.0f;
 
 } // namespace
 
-ModelCamera::ModelCamera(HALCamera camera, uint32_t model)
-    : TolvaneFWCamera(camera), row(FindModel(model))
+ModelCamera::ModelCamera(HALCamera camera, const CameraModelRow &row)
+    : TolvaneFWCamera(camera), modelRow(row)
 {
 }
 
-const char *ModelCamera::GetModelString() { return row.DisplayName(); }
+ModelCamera::ModelCamera(HALCamera camera, uint32_t model)
+    : ModelCamera(camera, FindCameraModel(model))
+{
+}
 
-uint16_t ModelCamera::GetTagCode() { return row.tagCode; }
+const char *ModelCamera::GetModelString() { return modelRow.displayName; }
+
+uint16_t ModelCamera::GetTagCode() { return modelRow.tagCode; }
 
 uint32_t ModelCamera::GetAnalogBoardType()
 {
-    switch (row.gainCurve) {
+    switch (modelRow.gainCurve) {
     case GainCurve::k1:
         return 1;
     case GainCurve::k1BeforeFirmware100:
@@ -41,14 +46,14 @@ uint32_t ModelCamera::GetAnalogBoardType()
 
 float ModelCamera::GetReadoutFrequencyDefault()
 {
-    return row.readoutDefault == ReadoutDefault::k20
+    return modelRow.readoutDefault == ReadoutDefault::k20
                ? kFixedReadoutDefault
                : TolvaneFWCamera::GetReadoutFrequencyDefault();
 }
 
 void ModelCamera::GetReadoutFrequencyModes(std::vector<float> &modes)
 {
-    switch (row.readouts) {
+    switch (modelRow.readouts) {
     case ReadoutList::kBase:
         TolvaneFWCamera::GetReadoutFrequencyModes(modes);
         break;
@@ -80,9 +85,9 @@ void ModelCamera::GetReadoutFrequencyModes(std::vector<float> &modes)
 
 void ModelCamera::GetTriggerModes(std::vector<uint32_t> &modes)
 {
-    if (row.triggers == TriggerList::kBase)
+    if (modelRow.triggers == TriggerList::kBase)
         TolvaneFWCamera::GetTriggerModes(modes);
-    else if (row.triggers == TriggerList::kSoftware || GetRGBFilterCycleMode())
+    else if (modelRow.triggers == TriggerList::kSoftware || GetRGBFilterCycleMode())
         modes = {0, 5};
     else
         modes = {0, 1, 2, 3, 4, 5, 6, 7};
@@ -97,7 +102,7 @@ bool ModelCamera::IsEightFoldCapable()
 void ModelCamera::GetSymmetricalBinningModes(std::vector<uint16_t> &modes)
 {
     const std::vector<uint16_t> to8 = {1, 2, 4, 8};
-    switch (row.binnings) {
+    switch (modelRow.binnings) {
     case BinningRule::kNone:
         modes = {};
         break;

@@ -1,15 +1,20 @@
-// What a camera can't tell about itself: one row for each model. Constant data.
+// The models with a class of their own. Their lists and rules stand in their rows of the model
+// table.
 #include "camera/models/model_table.h"
 
 #include <algorithm>
 #include <iterator>
 
 #include "camera/models/models.h"
-#include "tables/camera_models.h"
 
 namespace zerix::models {
 
 namespace {
+
+struct ModelClass {
+    uint32_t model;
+    std::unique_ptr<ZX::TolvaneFWCamera> (*make)(HALCamera camera);
+};
 
 template <typename Model>
 std::unique_ptr<ZX::TolvaneFWCamera> Make(HALCamera camera)
@@ -17,142 +22,60 @@ std::unique_ptr<ZX::TolvaneFWCamera> Make(HALCamera camera)
     return std::make_unique<Model>(camera);
 }
 
-// What a row leaves out: the base readouts, the highest of them as default, the base triggers,
-// binning 1, 2, 4, 8, gain curve 2, tag 1.
-constexpr ModelRow kModels[] = {
-    {.number = kUnknownModel, .binnings = BinningRule::kByFirmware, .make = Make<ZX::Unknown>},
-    {.number = 5,
-     .binnings = BinningRule::kTo4OrEight,
-     .gainCurve = GainCurve::k1BeforeFirmware100,
-     .make = Make<ZX::AstrelA1>},
-    {.number = 6,
-     .binnings = BinningRule::kTo4OrEight,
-     .gainCurve = GainCurve::k1BeforeFirmware6,
-     .make = Make<ZX::AstrelA2>},
-    {.number = 7,
-     .binnings = BinningRule::kTo4OrEight,
-     .gainCurve = GainCurve::k1BeforeFirmware100,
-     .make = Make<ZX::SparrowB>},
-    {.number = 8,
-     .triggers = TriggerList::kSoftware,
-     .binnings = BinningRule::kNone,
-     .gainCurve = GainCurve::k1,
-     .make = Make<ZX::Benchmate>},
-    {.number = 9, .binnings = BinningRule::kTo2OrEight, .make = Make<ZX::AstrelIntensified>},
-    {.number = 10, .binnings = BinningRule::kTo2, .make = Make<ZX::SparrowIR>},
-    {.number = 12,
-     .readouts = ReadoutList::kFrom10,
-     .gainCurve = GainCurve::k1BeforeFirmware100,
-     .make = Make<ZX::AstrelC1>},
-    {.number = 13,
-     .readouts = ReadoutList::kFrom10,
-     .gainCurve = GainCurve::k1BeforeFirmware100,
-     .make = Make<ZX::AstrelB1>},
-    {.number = 14,
-     .binnings = BinningRule::kByFirmware,
-     .gainCurve = GainCurve::k1BeforeFirmware100,
-     .make = Make<ZX::NoctisA1>},
-    {.number = 15,
-     .readouts = ReadoutList::kFrom5,
-     .triggers = TriggerList::kExtended,
-     .make = Make<ZX::AstrelE1>},
-    {.number = 16, .triggers = TriggerList::kExtended, .make = Make<ZX::AstrelD1>},
-    {.number = 18,
-     .readouts = ReadoutList::kFrom5,
-     .triggers = TriggerList::kExtended,
-     .make = Make<ZX::AstrelC2>},
-    {.number = 19,
-     .readouts = ReadoutList::kFrom5,
-     .triggers = TriggerList::kExtended,
-     .make = Make<ZX::AstrelB2>},
-    {.number = 25,
-     .readouts = ReadoutList::k40First,
-     .triggers = TriggerList::kExtended,
-     .tagCode = 0,
-     .make = Make<ZX::NoctisB1>},
-    {.number = 26,
-     .readouts = ReadoutList::k30OnFastBus,
-     .readoutDefault = ReadoutDefault::k20,
-     .triggers = TriggerList::kExtended,
-     .tagCode = 0,
-     .make = Make<ZX::AstrelF1>},
-    {.number = 27,
-     .readouts = ReadoutList::kFrom10To30,
-     .readoutDefault = ReadoutDefault::k20,
-     .triggers = TriggerList::kExtended,
-     .binnings = BinningRule::kTo4,
-     .tagCode = 0,
-     .make = Make<ZX::NoctisA2>},
-    {.number = 28,
-     .readouts = ReadoutList::kFrom10To30,
-     .readoutDefault = ReadoutDefault::k20,
-     .triggers = TriggerList::kExtended,
-     .tagCode = 0,
-     .make = Make<ZX::AstrelE2>},
-    {.number = 29,
-     .readouts = ReadoutList::kFrom5,
-     .triggers = TriggerList::kExtended,
-     .make = Make<ZX::AstrelC3>},
-    {.number = 30,
-     .readouts = ReadoutList::kFrom5,
-     .triggers = TriggerList::kExtended,
-     .make = Make<ZX::AstrelB3>},
-    {.number = 31,
-     .readouts = ReadoutList::k30OnFastBus,
-     .readoutDefault = ReadoutDefault::k20,
-     .triggers = TriggerList::kExtended,
-     .tagCode = 0,
-     .make = Make<ZX::MeridCobalt>},
-    {.number = 32,
-     .readouts = ReadoutList::kFrom10,
-     .readoutDefault = ReadoutDefault::k20,
-     .triggers = TriggerList::kExtended,
-     .tagCode = 0,
-     .make = Make<ZX::MeridTeal>},
-    {.number = 33,
-     .readouts = ReadoutList::k30OnFastBus,
-     .readoutDefault = ReadoutDefault::k20,
-     .triggers = TriggerList::kExtended,
-     .tagCode = 0,
-     .make = Make<ZX::AstrelG1>},
-    {.number = 1001,
-     .binnings = BinningRule::kByFirmware,
-     .gainCurve = GainCurve::k1,
-     .make = Make<ZX::AstrelOem1>},
-    {.number = 1002,
-     .readouts = ReadoutList::k5,
-     .binnings = BinningRule::kNone,
-     .tagCode = 0,
-     .make = Make<ZX::Metrol>},
+constexpr ModelClass kClasses[] = {
+    {tables::kUnknownCameraModel.model, Make<ZX::Unknown>},
+    {5, Make<ZX::AstrelA1>},
+    {6, Make<ZX::AstrelA2>},
+    {7, Make<ZX::SparrowB>},
+    {8, Make<ZX::Benchmate>},
+    {9, Make<ZX::AstrelIntensified>},
+    {10, Make<ZX::SparrowIR>},
+    {12, Make<ZX::AstrelC1>},
+    {13, Make<ZX::AstrelB1>},
+    {14, Make<ZX::NoctisA1>},
+    {15, Make<ZX::AstrelE1>},
+    {16, Make<ZX::AstrelD1>},
+    {18, Make<ZX::AstrelC2>},
+    {19, Make<ZX::AstrelB2>},
+    {25, Make<ZX::NoctisB1>},
+    {26, Make<ZX::AstrelF1>},
+    {27, Make<ZX::NoctisA2>},
+    {28, Make<ZX::AstrelE2>},
+    {29, Make<ZX::AstrelC3>},
+    {30, Make<ZX::AstrelB3>},
+    {31, Make<ZX::MeridCobalt>},
+    {32, Make<ZX::MeridTeal>},
+    {33, Make<ZX::AstrelG1>},
+    {1001, Make<ZX::AstrelOem1>},
+    {1002, Make<ZX::Metrol>},
 };
 
-// One row for each name, in the order of the numbers, behind the row of the unknown.
-constexpr bool MatchesNames()
+// Each class once, for a number that has a row.
+constexpr bool AllHaveTheirRows()
 {
-    if (std::size(kModels) != tables::kCameraModels.size() + 1 ||
-        kModels[0].number != kUnknownModel)
-        return false;
-    for (std::size_t index = 1; index < std::size(kModels); ++index)
-        if (kModels[index].number != tables::kCameraModels[index - 1].model)
+    for (size_t index = 0; index < std::size(kClasses); ++index) {
+        if (tables::FindCameraModel(kClasses[index].model).model != kClasses[index].model)
             return false;
+        if (index > 0 && kClasses[index].model <= kClasses[index - 1].model)
+            return false;
+    }
     return true;
 }
-static_assert(MatchesNames());
+static_assert(AllHaveTheirRows());
 
 } // namespace
 
-const char *ModelRow::DisplayName() const { return tables::CameraModelName(number); }
-
-const ModelRow &FindModel(uint32_t number)
+std::unique_ptr<ZX::TolvaneFWCamera> MakeCamera(HALCamera camera, const tables::CameraModelRow &row)
 {
-    const auto *row = std::find_if(std::begin(kModels), std::end(kModels),
-                                   [&](const ModelRow &model) { return model.number == number; });
-    return row == std::end(kModels) ? kModels[0] : *row;
+    const auto *own = std::find_if(std::begin(kClasses), std::end(kClasses),
+                                   [&](const ModelClass &its) { return its.model == row.model; });
+    return own == std::end(kClasses) ? std::make_unique<ZX::ModelCamera>(camera, row)
+                                     : own->make(camera);
 }
 
-std::unique_ptr<ZX::TolvaneFWCamera> MakeCamera(HALCamera camera, uint32_t number)
+std::unique_ptr<ZX::TolvaneFWCamera> MakeCamera(HALCamera camera, uint32_t model)
 {
-    return FindModel(number).make(camera);
+    return MakeCamera(camera, tables::FindCameraModel(model));
 }
 
 } // namespace zerix::models

@@ -1,5 +1,6 @@
-// All model classes. Those with little of their own are declared here, the others in their headers;
-// those without a body are all in their rows of the model table.
+// All model classes, which are exported by these names. Those with little of their own are declared
+// here, the others in their headers; those without a body are all in their rows of the model table.
+// A model without a class is a ModelCamera.
 #pragma once
 
 #include "camera/models/astrel_d1.h"

@@ -1,11 +1,11 @@
 // A camera whose model number this library doesn't know: it works as most do, and says so.
-#include "camera/models/model_table.h"
 #include "camera/models/models.h"
 #include "platform/os.h"
+#include "tables/camera_models.h"
 
 namespace ZX {
 
-Unknown::Unknown(HALCamera camera) : ModelCamera(camera, zerix::models::kUnknownModel) {}
+Unknown::Unknown(HALCamera camera) : ModelCamera(camera, zerix::tables::kUnknownCameraModel) {}
 
 void Unknown::GetSymmetricalBinningModes(std::vector<uint16_t> &modes)
 {
