@@ -9,6 +9,8 @@
 namespace ZX {
 
 namespace control = zerix::registers::control;
+using zerix::registers::Field;
+using zerix::registers::Insert;
 
 namespace {
 
@@ -65,12 +67,25 @@ uint16_t Metrol::GetVerticalBinningMode()
 // Neither stops the stream: the region of interest stays as it is.
 uint16_t Metrol::SetHorizontalBinning(uint16_t mode)
 {
-    return UpdateField(control::kHorizontalBinningMinus1, mode - 1u);
+    return WriteBinning(control::kHorizontalBinningMinus1, mode);
 }
 
 uint16_t Metrol::SetVerticalBinning(uint16_t mode)
 {
-    return UpdateField(control::kVerticalBinningMinus1, mode - 1u);
+    return WriteBinning(control::kVerticalBinningMinus1, mode);
+}
+
+uint16_t Metrol::WriteBinning(Field factorMinus1, uint16_t mode)
+{
+    const uint32_t value = mode - 1u;
+    if (value == Control(factorMinus1))
+        return kStatusOk;
+    const uint32_t offset = factorMinus1.offset;
+    if (!controlBlock.HasWord(offset))
+        return kStatusNotSupported;
+    const uint32_t others = Insert(controlBlock.Word(offset), factorMinus1, 0);
+    controlBlock.Store(offset, others + Insert(0, factorMinus1, value));
+    return WriteControlWord(offset);
 }
 
 // Sizes ------------------------------------------------------------------------------------------

@@ -29,6 +29,10 @@ public:
     bool IsVerticalBinningSupported() override;
     bool IsHorizontalBinningSupported() override;
     bool IsMetrolShutterDelaySupported() override;
+
+private:
+    // A mode that its field has no room for carries into the bits above.
+    uint16_t WriteBinning(zerix::registers::Field factorMinus1, uint16_t mode);
 };
 
 } // namespace ZX

@@ -72,6 +72,21 @@ TEST_F(Metrol, WritesOneBinningAndKeepsTheRestOfTheWord)
     EXPECT_EQ(camera.TakeSent(), SentQuadlets{Sent(0x08, 0xAB0000CD)});
 }
 
+// Nobody asks for such modes. They are added, so that they carry.
+TEST_F(Metrol, CarriesABinningThatItsFieldHasNoRoomForIntoTheNext)
+{
+    camera.SetControl(0x08, 0x00030000);
+    EXPECT_EQ(camera->SetVerticalBinning(300), 0); // 299 is 0x12B
+    EXPECT_EQ(camera.TakeSent(), SentQuadlets{Sent(0x08, 0x00042B00)});
+    EXPECT_EQ(camera->GetHorizontalBinningMode(), 5);
+    camera.SetControl(0x08, 0x01030000);
+    EXPECT_EQ(camera->SetHorizontalBinning(257), 0);
+    EXPECT_EQ(camera.TakeSent(), SentQuadlets{Sent(0x08, 0x02000000)});
+    camera.SetControl(0x08, 0);
+    EXPECT_EQ(camera->SetHorizontalBinning(0), 0);
+    EXPECT_EQ(camera.TakeSent(), SentQuadlets{Sent(0x08, 0xFFFF0000)});
+}
+
 TEST_F(Metrol, WritesNoBinningThatItHasAlready)
 {
     camera.SetControl(0x08, 0x00020700);
