@@ -61,9 +61,14 @@ public:
         return driver;
     }
 
+    void Replace(kernel::KernelDriver *bus)
+    {
+        m_bus = bus != nullptr ? bus : ZerixSim_KernelDriver(nullptr);
+    }
+
     uint32_t Enumerate(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count) override
     {
-        return m_bus.Enumerate(paths, maximumCount, count);
+        return m_bus->Enumerate(paths, maximumCount, count);
     }
 
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override
@@ -73,7 +78,7 @@ public:
             if (m_openError != 0)
                 return m_openError;
         }
-        return m_bus.Open(devicePath, device);
+        return m_bus->Open(devicePath, device);
     }
 
     kernel::ControlResult Control(kernel::DeviceHandle device, uint32_t code, const void *in,
@@ -83,7 +88,7 @@ public:
         const Passage passage(m_watch);
         if (const uint32_t error = Note(code, in, inSize, out, overlapped))
             return {kernel::Completion::kFailed, error, 0};
-        const auto result = m_bus.Control(device, code, in, inSize, out, outSize, overlapped);
+        const auto result = m_bus->Control(device, code, in, inSize, out, outSize, overlapped);
         if (result.completion == kernel::Completion::kPending)
             return result;
         if (overlapped != nullptr)
@@ -96,16 +101,16 @@ public:
     kernel::ControlResult Wait(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override
     {
         const Passage passage(m_watch);
-        const auto result = m_bus.Wait(device, overlapped);
+        const auto result = m_bus->Wait(device, overlapped);
         const auto read = Forget(overlapped);
         if (read && result.completion == kernel::Completion::kDone)
             Override(*read, true);
         return result;
     }
 
-    void CancelPending(kernel::DeviceHandle device) override { m_bus.CancelPending(device); }
-    void Close(kernel::DeviceHandle device) override { m_bus.Close(device); }
-    bool IsSimulated() const override { return m_bus.IsSimulated(); }
+    void CancelPending(kernel::DeviceHandle device) override { m_bus->CancelPending(device); }
+    void Close(kernel::DeviceHandle device) override { m_bus->Close(device); }
+    bool IsSimulated() const override { return m_bus->IsSimulated(); }
 
     std::mutex m_mutex;
     std::atomic<Passage::Watch> m_watch{nullptr};
@@ -193,7 +198,7 @@ private:
         }
     }
 
-    kernel::KernelDriver &m_bus = *ZerixSim_KernelDriver(nullptr);
+    kernel::KernelDriver *m_bus = ZerixSim_KernelDriver(nullptr);
     std::map<kernel::Overlapped *, PendingRead> m_pending;
 };
 
@@ -269,6 +274,8 @@ void BusTap::Reset()
     driver.m_counts.clear();
     driver.m_reads.clear();
 }
+
+void BusTap::Replace(kernel::KernelDriver *bus) { TapDriver::Get().Replace(bus); }
 
 } // namespace zerix::test
 
