@@ -69,6 +69,12 @@ bool HasRegulatedCooling(const CameraDescription &description)
            IsAtLeast(description.information, 2, 7);
 }
 
+bool HasWheel(const CameraDescription &description, const SensorType &sensor)
+{
+    return sensor.mosaic == Mosaic::kNone && description.model != model::kSparrowIr &&
+           description.model != model::kNoctisA1;
+}
+
 uint32_t LiveModeStep(const SensorType &sensor)
 {
     if (sensor.columns == 2048)

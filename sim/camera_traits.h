@@ -12,6 +12,8 @@ namespace zerix::sim {
 namespace model {
 inline constexpr uint32_t kBenchmate = 8;
 inline constexpr uint32_t kIntensified = 9;
+inline constexpr uint32_t kSparrowIr = 10;
+inline constexpr uint32_t kNoctisA1 = 14;
 inline constexpr uint32_t kMetrol = 1002;
 } // namespace model
 
@@ -38,6 +40,9 @@ double IntensifierFactor(uint32_t raw);
 
 // Cameras whose blocks are too old to tell of regulated cooling cool as far as they can.
 bool HasRegulatedCooling(const CameraDescription &description);
+
+// Monochrome cameras carry a filter wheel, but for a few models.
+bool HasWheel(const CameraDescription &description, const SensorType &sensor);
 
 // Rows that the live mode of a Benchmate leaves out: one pair of every so many pairs is sent.
 uint32_t LiveModeStep(const SensorType &sensor);

@@ -76,8 +76,9 @@ void ChargeMap::Update(const SensorType &type, const std::vector<float> &rates, 
     m_valid = false;
     m_settings = wanted;
     const double seconds = static_cast<double>(wanted.exposureNanoseconds) * 1e-9;
-    m_seconds = static_cast<float>(seconds);
-    m_dark = static_cast<float>(DarkElectronsPerSecond(type, wanted.celsius) * seconds);
+    const double dark = DarkElectronsPerSecond(type, wanted.celsius) * seconds;
+    m_seconds = m_charges == Charges::kDark ? 0.0F : static_cast<float>(seconds);
+    m_dark = m_charges == Charges::kLight ? 0.0F : static_cast<float>(dark);
     m_width = BinsOnSensor(wanted.x, wanted.width, wanted.horizontalBinning, type.columns);
     m_height = BinsOnSensor(wanted.y, wanted.height, wanted.verticalBinning, type.rows);
     const size_t pixels = static_cast<size_t>(m_width) * m_height;

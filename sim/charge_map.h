@@ -22,8 +22,13 @@ struct HotPixel {
 // The hot pixels that a sensor was born with.
 std::vector<HotPixel> HotPixelsOf(const SensorType &type, std::string_view serialNumber);
 
+// Which charges a map has.
+enum class Charges : uint8_t { kAll, kLight, kDark };
+
 class ChargeMap {
 public:
+    explicit ChargeMap(Charges charges = Charges::kAll) : m_charges(charges) {}
+
     // Computes the map of the settings, or keeps what is there if nothing changed that it depends
     // on. `rates` are electrons a second for each pixel of the sensor; a change of them must be
     // told.
@@ -39,6 +44,7 @@ private:
     void AddHotPixels(const SensorType &type, const std::vector<HotPixel> &hotPixels);
     void SumBins(uint32_t row, uint32_t sensorRows);
 
+    Charges m_charges;
     ExposureSettings m_settings;
     bool m_valid = false;
     float m_seconds = 0;

@@ -13,10 +13,13 @@ namespace {
 using Words = std::span<const uint32_t>;
 
 constexpr float kMegahertz[] = {20.0f, 10.0f, 5.0f, 2.5f, 25.0f, 30.0f, 35.0f, 40.0f};
-constexpr uint64_t kWheelSettling = 100'000'000; // nanoseconds
-constexpr uint8_t kWheelRed = 0;
-constexpr uint8_t kWheelGreen = 1;
-constexpr uint8_t kWheelBlue = 3;
+constexpr uint64_t kMillisecond = 1'000'000; // nanoseconds
+// The places of the filter wheel, in the order in which it turns.
+constexpr uint32_t kWheelRed = 0;
+constexpr uint32_t kWheelGreen = 1;
+constexpr uint32_t kWheelBlack = 2;
+constexpr uint32_t kWheelBlue = 3;
+constexpr uint32_t kWheelPlaces = 4;
 constexpr uint32_t kBlackLevelParts = 128; // black is this part of the converter's range
 constexpr uint32_t kLegacyPacket = 4080;
 constexpr uint32_t kLegacyFastPacket = 4980; // deep pixels at 20 MHz without binning
@@ -64,18 +67,33 @@ uint64_t ExposureOf(const CameraDescription &description, Words words, RegisterF
     return description.control.major == 1 ? word * 1000 : word << 32 | ReadField(words, lower);
 }
 
-bool WheelTurns(const SensorType &sensor, Words words)
+// Red, green, blue, and round again from the start colour. Black is passed over, unless the cycle
+// begins there.
+uint32_t WheelPlace(Words words, uint32_t wheelFrame)
 {
-    return sensor.mosaic == Mosaic::kNone && ReadField(words, control::kWheelTurns) != 0;
+    constexpr uint32_t kCycle[] = {kWheelRed, kWheelGreen, kWheelBlue};
+    switch (ReadField(words, control::kWheelStart)) {
+    case kWheelGreen:
+        return kCycle[(1 + wheelFrame) % 3];
+    case kWheelBlack:
+        return wheelFrame == 0 ? kWheelBlack : kCycle[(1 + wheelFrame) % 3];
+    case kWheelBlue:
+        return kCycle[(2 + wheelFrame) % 3];
+    default:
+        return kCycle[wheelFrame % 3];
+    }
 }
 
-// Red, green, blue, and round again from the start colour.
-uint8_t WheelColour(Words words, uint32_t wheelFrame)
+// The wheel waits at black for a cycle to begin, and turns one way.
+uint64_t WheelNanoseconds(const CameraDescription &description, Words words, uint32_t wheelFrame)
 {
-    constexpr uint8_t kCycle[] = {kWheelRed, kWheelGreen, kWheelBlue};
-    const uint32_t start = ReadField(words, control::kWheelStart);
-    const uint32_t first = start == kWheelGreen ? 1 : start == kWheelBlue ? 2 : 0;
-    return kCycle[(first + wheelFrame) % 3];
+    const uint32_t from = wheelFrame == 0 ? kWheelBlack : WheelPlace(words, wheelFrame - 1);
+    const uint32_t steps = (WheelPlace(words, wheelFrame) + kWheelPlaces - from) % kWheelPlaces;
+    uint32_t step = ReadField(words, control::kWheelStep);
+    if ((CapabilitiesOf(description) & kDoubleShot) != 0)
+        step &= ~1u; // that bit is the double shot's
+    const uint64_t rest = steps == 0 ? 0 : ReadField(words, control::kWheelRest);
+    return (uint64_t{steps} * step + rest) * kMillisecond;
 }
 
 void PlanExposureTime(const CameraDescription &description, Words words, FramePlan &plan)
@@ -192,9 +210,9 @@ FramePlan PlanFrame(const CameraDescription &description, const SensorType &sens
                     uint32_t wheelFrame)
 {
     FramePlan plan;
-    if (WheelTurns(sensor, words)) {
-        plan.exposure.filterColour = WheelColour(words, wheelFrame);
-        plan.leadNanoseconds += kWheelSettling;
+    if (HasWheel(description, sensor) && ReadField(words, control::kWheelTurns) != 0) {
+        plan.exposure.filterColour = static_cast<uint8_t>(WheelPlace(words, wheelFrame));
+        plan.leadNanoseconds += WheelNanoseconds(description, words, wheelFrame);
     }
     if (TriggerOf(words) != Trigger::kFree)
         plan.leadNanoseconds += ReadField(words, control::kTriggerDelay);

@@ -70,7 +70,7 @@ void PutTiming(Words &words, const CameraDescription &description)
 {
     PutExposure(words, description, 0x0C, 0x9C, kShortestExposure);
     PutExposure(words, description, 0x68, 0xA0, kLongestExposure);
-    Put(words, 0x24, 0x00500050); // filter delays, milliseconds each way
+    Put(words, 0x24, 0x00500050); // the wheel: 80 ms to be at rest, 80 ms from place to place
     Put(words, 0x8C, 1000);
     Put(words, 0x90, 1'000'000'000);
     Put(words, 0x94, 0);

@@ -216,6 +216,22 @@ void DrawNothing(const ReadoutChain &chain, const ReadoutPiece &piece, float *el
     std::fill_n(read, piece.count, 0.0F);
 }
 
+// Dark charges come behind the intensifier.
+void AddDark(const ReadoutChain &chain, const ReadoutPiece &dark, float *electrons)
+{
+    float added[kReadoutPiece];
+    float unused[kReadoutPiece];
+    ReadoutChain own = chain;
+    own.shotKey = DeriveKey(chain.darkKey, 1);
+    own.smallKey = DeriveKey(chain.darkKey, 2);
+    if (chain.noise)
+        Draw(own, dark, added, unused, nullptr);
+    else
+        std::copy_n(dark.mean, dark.count, added);
+    for (uint32_t i = 0; i < dark.count; ++i)
+        electrons[i] += added[i];
+}
+
 void Convert(const ReadoutChain &chain, uint32_t count, const float *electrons, const float *read,
              int32_t *counts)
 {
@@ -272,6 +288,7 @@ ReadoutChain MakeReadoutChain(const SensorType &type, const ExposureSettings &se
     return {.shotKey = DeriveKey(key, 1),
             .smallKey = DeriveKey(key, 2),
             .multiplyKey = DeriveKey(key, 3),
+            .darkKey = DeriveKey(key, 4),
             .noise = settings.noise,
             .multiplication = static_cast<float>(multiplication),
             .multiplicationRoot = std::sqrt(spread),
@@ -286,7 +303,8 @@ ReadoutChain MakeReadoutChain(const SensorType &type, const ExposureSettings &se
             .bigEndian = settings.bigEndian};
 }
 
-void ReadOut(const ReadoutChain &chain, const ReadoutPiece &piece, uint8_t *pixels)
+void ReadOut(const ReadoutChain &chain, const ReadoutPiece &piece, const ReadoutPiece *dark,
+             uint8_t *pixels)
 {
     float electrons[kReadoutPiece];
     float read[kReadoutPiece];
@@ -297,6 +315,8 @@ void ReadOut(const ReadoutChain &chain, const ReadoutPiece &piece, uint8_t *pixe
         DrawMultiplied(chain, piece, electrons, read);
     else
         Draw(chain, piece, electrons, read, nullptr);
+    if (dark != nullptr)
+        AddDark(chain, *dark, electrons);
     Convert(chain, piece.count, electrons, read, counts);
     WriteCounts(chain, counts, piece.count, pixels);
 }

@@ -16,6 +16,7 @@ struct ReadoutChain {
     uint64_t shotKey; // of the random numbers
     uint64_t smallKey;
     uint64_t multiplyKey;
+    uint64_t darkKey; // of dark charges that are drawn apart
     bool noise;
     float multiplication;     // 1 for none
     float multiplicationRoot; // standard deviation that one electron's multiplication adds
@@ -41,8 +42,10 @@ struct ReadoutPiece {
     float sigma[kReadoutPiece];
 };
 
-// Writes the bytes of the piece's pixels.
-void ReadOut(const ReadoutChain &chain, const ReadoutPiece &piece, uint8_t *pixels);
+// Writes the bytes of the piece's pixels. `dark` are charges of the sensor itself behind an image
+// intensifier, which multiplies light alone; null where everything is multiplied alike.
+void ReadOut(const ReadoutChain &chain, const ReadoutPiece &piece, const ReadoutPiece *dark,
+             uint8_t *pixels);
 
 // Writes numbers that stand at the converter's output already.
 void WriteCounts(const ReadoutChain &chain, const int32_t *counts, uint32_t count, uint8_t *pixels);

@@ -80,6 +80,8 @@ inline constexpr RegisterField kBlueExposure{0x20};
 inline constexpr RegisterField kTriggerCode{0x2C, 0, 4};
 inline constexpr RegisterField kWheelTurns{0x30, 0, 1};
 inline constexpr RegisterField kWheelStart{0x30, 8, 2};
+inline constexpr RegisterField kWheelStep{0x34, 0, 16};  // milliseconds from place to place
+inline constexpr RegisterField kWheelRest{0x34, 16, 16}; // milliseconds until it is at rest
 inline constexpr RegisterField kCoolerOn{0x38, 0, 1};
 inline constexpr RegisterField kCoolerTarget{0x38, 16, 16};
 inline constexpr RegisterField kExposureLow{0x3C};

@@ -29,8 +29,13 @@ struct Sensor::State {
     std::array<std::vector<float>, kFilters>
         rates; // electrons a second; empty until they are needed
     size_t filterOfMap = kFilters;
+    bool isApart = false;
+    // Behind an intensifier light and dark charges go separate ways.
     ChargeMap map;
+    ChargeMap light;
+    ChargeMap dark;
     ReadoutPiece piece;
+    ReadoutPiece darkPiece;
 
     size_t FilterIndex(const ExposureSettings &settings) const
     {
@@ -38,6 +43,7 @@ struct Sensor::State {
                                             : kFilters - 1;
     }
     const std::vector<float> &Rates(size_t filter);
+    void UpdateMaps(const ExposureSettings &settings);
     void ReadOutRow(const ReadoutChain &chain, const ExposureSettings &settings, uint32_t row,
                     uint8_t *pixels);
 };
@@ -53,6 +59,22 @@ const std::vector<float> &Sensor::State::Rates(size_t filter)
     return wanted;
 }
 
+void Sensor::State::UpdateMaps(const ExposureSettings &settings)
+{
+    const size_t filter = FilterIndex(settings);
+    const std::vector<float> &wanted = Rates(filter);
+    const bool apart = settings.intensification > 1.0;
+    const bool changed = filter != filterOfMap || apart != isApart;
+    if (apart) {
+        light.Update(type, wanted, changed, hotPixels, settings);
+        dark.Update(type, wanted, changed, hotPixels, settings);
+    } else {
+        map.Update(type, wanted, changed, hotPixels, settings);
+    }
+    filterOfMap = filter;
+    isApart = apart;
+}
+
 void Sensor::State::ReadOutRow(const ReadoutChain &chain, const ExposureSettings &settings,
                                uint32_t row, uint8_t *pixels)
 {
@@ -60,8 +82,14 @@ void Sensor::State::ReadOutRow(const ReadoutChain &chain, const ExposureSettings
         piece.count = std::min(kReadoutPiece, settings.width - x);
         piece.column = settings.x + x;
         piece.row = settings.y + row;
-        map.Fetch(x, row, piece.count, piece.mean, piece.sigma);
-        ReadOut(chain, piece, pixels + x * PixelBytes(settings));
+        (isApart ? light : map).Fetch(x, row, piece.count, piece.mean, piece.sigma);
+        if (isApart) {
+            darkPiece.count = piece.count;
+            darkPiece.column = piece.column;
+            darkPiece.row = piece.row;
+            dark.Fetch(x, row, piece.count, darkPiece.mean, darkPiece.sigma);
+        }
+        ReadOut(chain, piece, isApart ? &darkPiece : nullptr, pixels + x * PixelBytes(settings));
     }
 }
 
@@ -73,8 +101,12 @@ Sensor::Sensor(const SensorType &type, uint64_t seed, std::string_view serialNum
                         .brightness = 1,
                         .rates = {},
                         .filterOfMap = kFilters,
-                        .map = {},
-                        .piece = {}})
+                        .isApart = false,
+                        .map = ChargeMap(Charges::kAll),
+                        .light = ChargeMap(Charges::kLight),
+                        .dark = ChargeMap(Charges::kDark),
+                        .piece = {},
+                        .darkPiece = {}})
 {
 }
 
@@ -106,10 +138,7 @@ void Sensor::Expose(const ExposureSettings &settings, NoiseKey key, uint8_t *pix
         ExposeTestPattern(*state.scene, state.type, chain, settings, pixels);
         return;
     }
-    const size_t filter = state.FilterIndex(settings);
-    const std::vector<float> &rates = state.Rates(filter);
-    state.map.Update(state.type, rates, filter != state.filterOfMap, state.hotPixels, settings);
-    state.filterOfMap = filter;
+    state.UpdateMaps(settings);
     for (uint32_t row = 0; row < settings.height; ++row)
         state.ReadOutRow(chain, settings, row,
                          pixels + row * (settings.width * PixelBytes(settings)));

@@ -1,5 +1,5 @@
-// The sensors of the cameras: typical data-sheet figures, one row per CCD model number. Constant
-// data.
+// The sensors of the cameras: typical data-sheet figures. The variants of a sensor (glass,
+// microlenses, colour mask) share them; what a variant is stands in its name. Constant data.
 #include <array>
 #include <cstddef>
 
@@ -8,293 +8,162 @@
 namespace zerix::sim {
 namespace {
 
-// What the variants of one sensor (glass, microlenses, colour mask) have in common.
-struct Family {
+enum class Kind : uint8_t { kPlain, kTwoFields, kMultiplying };
+
+// For all sensors whose names begin so.
+struct Figures {
+    std::string_view beginning;
     uint32_t columns;
     uint32_t rows;
     float pitchMicrometres;
-    bool twoFields;
-    bool electronMultiplying;
     uint32_t fullWellElectrons;
     float darkElectronsPerSecond;
     float darkDoublesKelvin;
     float peakQuantumEfficiency;
+    Kind kind = Kind::kPlain;
 };
 
-constexpr Family kKaf1400{.columns = 1317,
-                          .rows = 1035,
-                          .pitchMicrometres = 6.8F,
-                          .twoFields = false,
-                          .electronMultiplying = false,
-                          .fullWellElectrons = 45000,
-                          .darkElectronsPerSecond = 10.0F,
-                          .darkDoublesKelvin = 6.3F,
-                          .peakQuantumEfficiency = 0.40F};
-constexpr Family kKaf1600{.columns = 1536,
-                          .rows = 1024,
-                          .pitchMicrometres = 9.0F,
-                          .twoFields = false,
-                          .electronMultiplying = false,
-                          .fullWellElectrons = 100000,
-                          .darkElectronsPerSecond = 15.0F,
-                          .darkDoublesKelvin = 6.3F,
-                          .peakQuantumEfficiency = 0.40F};
-constexpr Family kKaf4200{.columns = 2048,
-                          .rows = 2048,
-                          .pitchMicrometres = 9.0F,
-                          .twoFields = false,
-                          .electronMultiplying = false,
-                          .fullWellElectrons = 85000,
-                          .darkElectronsPerSecond = 15.0F,
-                          .darkDoublesKelvin = 6.3F,
-                          .peakQuantumEfficiency = 0.40F};
-constexpr Family kIcx085{.columns = 1300,
-                         .rows = 1030,
-                         .pitchMicrometres = 6.7F,
-                         .twoFields = false,
-                         .electronMultiplying = false,
-                         .fullWellElectrons = 36000,
-                         .darkElectronsPerSecond = 1.2F,
-                         .darkDoublesKelvin = 7.0F,
-                         .peakQuantumEfficiency = 0.45F};
-constexpr Family kIcx285{.columns = 1392,
-                         .rows = 1040,
-                         .pitchMicrometres = 6.45F,
-                         .twoFields = false,
-                         .electronMultiplying = false,
-                         .fullWellElectrons = 22000,
-                         .darkElectronsPerSecond = 0.15F,
-                         .darkDoublesKelvin = 7.0F,
-                         .peakQuantumEfficiency = 0.62F};
-constexpr Family kIcx205{.columns = 1392,
-                         .rows = 1040,
-                         .pitchMicrometres = 4.65F,
-                         .twoFields = false,
-                         .electronMultiplying = false,
-                         .fullWellElectrons = 10000,
-                         .darkElectronsPerSecond = 0.2F,
-                         .darkDoublesKelvin = 7.0F,
-                         .peakQuantumEfficiency = 0.48F};
-constexpr Family kIcx252{.columns = 2048,
-                         .rows = 1536,
-                         .pitchMicrometres = 3.45F,
-                         .twoFields = true,
-                         .electronMultiplying = false,
-                         .fullWellElectrons = 9000,
-                         .darkElectronsPerSecond = 0.3F,
-                         .darkDoublesKelvin = 7.0F,
-                         .peakQuantumEfficiency = 0.40F};
-constexpr Family kS7031Wide{.columns = 1024,
-                            .rows = 58,
-                            .pitchMicrometres = 24.0F,
-                            .twoFields = false,
-                            .electronMultiplying = false,
-                            .fullWellElectrons = 300000,
-                            .darkElectronsPerSecond = 100.0F,
-                            .darkDoublesKelvin = 5.5F,
-                            .peakQuantumEfficiency = 0.90F};
-constexpr Family kS7031Tall{.columns = 512,
-                            .rows = 250,
-                            .pitchMicrometres = 24.0F,
-                            .twoFields = false,
-                            .electronMultiplying = false,
-                            .fullWellElectrons = 300000,
-                            .darkElectronsPerSecond = 100.0F,
-                            .darkDoublesKelvin = 5.5F,
-                            .peakQuantumEfficiency = 0.90F};
-constexpr Family kIcx282{.columns = 2560,
-                         .rows = 1920,
-                         .pitchMicrometres = 3.4F,
-                         .twoFields = true,
-                         .electronMultiplying = false,
-                         .fullWellElectrons = 8500,
-                         .darkElectronsPerSecond = 0.3F,
-                         .darkDoublesKelvin = 7.0F,
-                         .peakQuantumEfficiency = 0.40F};
-constexpr Family kIcx407{.columns = 768,
-                         .rows = 494,
-                         .pitchMicrometres = 8.4F,
-                         .twoFields = false,
-                         .electronMultiplying = false,
-                         .fullWellElectrons = 30000,
-                         .darkElectronsPerSecond = 0.8F,
-                         .darkDoublesKelvin = 7.0F,
-                         .peakQuantumEfficiency = 0.45F};
-constexpr Family kVqe3618{.columns = 1004,
-                          .rows = 1002,
-                          .pitchMicrometres = 13.7F,
-                          .twoFields = false,
-                          .electronMultiplying = true,
-                          .fullWellElectrons = 22000,
-                          .darkElectronsPerSecond = 2.0F,
-                          .darkDoublesKelvin = 6.5F,
-                          .peakQuantumEfficiency = 0.85F};
-constexpr Family kKai2000{.columns = 1600,
-                          .rows = 1200,
-                          .pitchMicrometres = 7.4F,
-                          .twoFields = false,
-                          .electronMultiplying = false,
-                          .fullWellElectrons = 80000,
-                          .darkElectronsPerSecond = 2.0F,
-                          .darkDoublesKelvin = 7.0F,
-                          .peakQuantumEfficiency = 0.55F};
-constexpr Family kKai4000{.columns = 2048,
-                          .rows = 2048,
-                          .pitchMicrometres = 7.4F,
-                          .twoFields = false,
-                          .electronMultiplying = false,
-                          .fullWellElectrons = 80000,
-                          .darkElectronsPerSecond = 2.0F,
-                          .darkDoublesKelvin = 7.0F,
-                          .peakQuantumEfficiency = 0.55F};
-constexpr Family kKai1000{.columns = 1000,
-                          .rows = 1000,
-                          .pitchMicrometres = 7.4F,
-                          .twoFields = false,
-                          .electronMultiplying = false,
-                          .fullWellElectrons = 42000,
-                          .darkElectronsPerSecond = 3.0F,
-                          .darkDoublesKelvin = 7.0F,
-                          .peakQuantumEfficiency = 0.45F};
-constexpr Family kKaf3200{.columns = 2184,
-                          .rows = 1472,
-                          .pitchMicrometres = 6.8F,
-                          .twoFields = false,
-                          .electronMultiplying = false,
-                          .fullWellElectrons = 55000,
-                          .darkElectronsPerSecond = 7.0F,
-                          .darkDoublesKelvin = 6.3F,
-                          .peakQuantumEfficiency = 0.80F};
-constexpr Family kFrameTransfer{.columns = 512,
-                                .rows = 512,
-                                .pitchMicrometres = 16.0F,
-                                .twoFields = false,
-                                .electronMultiplying = true,
-                                .fullWellElectrons = 160000,
-                                .darkElectronsPerSecond = 1.5F,
-                                .darkDoublesKelvin = 6.5F,
-                                .peakQuantumEfficiency = 0.92F};
+constexpr Figures kFigures[] = {
+    // beginning  columns  rows  pitch  well  dark  doubles  efficiency
+    {"KAF1400", 1317, 1035, 6.8F, 45000, 10.0F, 6.3F, 0.40F},
+    {"KAF1600", 1536, 1024, 9.0F, 100000, 15.0F, 6.3F, 0.40F},
+    {"KAF4200", 2048, 2048, 9.0F, 85000, 15.0F, 6.3F, 0.40F},
+    {"KAF-3200", 2184, 1472, 6.8F, 55000, 7.0F, 6.3F, 0.80F},
+    {"ICX085", 1300, 1030, 6.7F, 36000, 1.2F, 7.0F, 0.45F},
+    {"ICX285", 1392, 1040, 6.45F, 22000, 0.15F, 7.0F, 0.62F},
+    {"ICX205", 1392, 1040, 4.65F, 10000, 0.2F, 7.0F, 0.48F},
+    {"ICX252", 2048, 1536, 3.45F, 9000, 0.3F, 7.0F, 0.40F, Kind::kTwoFields},
+    {"ICX282", 2560, 1920, 3.4F, 8500, 0.3F, 7.0F, 0.40F, Kind::kTwoFields},
+    {"ICX407", 768, 494, 8.4F, 30000, 0.8F, 7.0F, 0.45F},
+    {"S70311006", 1024, 58, 24.0F, 300000, 100.0F, 5.5F, 0.90F},
+    {"S70310908", 512, 250, 24.0F, 300000, 100.0F, 5.5F, 0.90F},
+    {"KAI-20", 1600, 1200, 7.4F, 80000, 2.0F, 7.0F, 0.55F},
+    {"KAI-40", 2048, 2048, 7.4F, 80000, 2.0F, 7.0F, 0.55F},
+    {"KAI-10", 1000, 1000, 7.4F, 42000, 3.0F, 7.0F, 0.45F},
+    {"VQE3618L", 1004, 1002, 13.7F, 22000, 2.0F, 6.5F, 0.85F, Kind::kMultiplying},
+    {"512-column", 512, 512, 16.0F, 160000, 1.5F, 6.5F, 0.92F, Kind::kMultiplying},
+};
 
-constexpr SensorType Row(uint16_t ccdModel, std::string_view name, const Family &family,
-                         Mosaic mosaic = Mosaic::kNone)
+// By CCD model number, from 0 on.
+constexpr std::string_view kNames[] = {
+    "KAF1400",
+    "KAF1600",
+    "KAF1600L",
+    "KAF4200",
+    "ICX085AL",
+    "ICX085AK",
+    "ICX285AL",
+    "ICX285AK",
+    "ICX205AL",
+    "ICX205AK",
+    "ICX252AQ",
+    "S70311006",
+    "ICX282AQ",
+    "ICX407AL",
+    "S70310908",
+    "VQE3618L",
+    "KAI-2001 Quartz Glass",
+    "KAI-2001 No Glass",
+    "KAI-2001M AR Glass",
+    "KAI-2001CM AR Glass",
+    "KAI-4020 No Glass",
+    "KAI-4020M AR Glass",
+    "KAI-4020M No Glass",
+    "KAI-4020CM AR Glass",
+    "KAI-1020 No Glass",
+    "KAI-1020M AR Glass",
+    "KAI-1020M Clear Glass",
+    "KAI-1020CM AR Glass",
+    "KAI-2001M Clear Glass",
+    "KAI-2001 AR Glass",
+    "KAI-2001 Clear Glass",
+    "KAI-2001M No Glass",
+    "KAI-2001CM Clear Glass",
+    "KAI-2001CM No Glass",
+    "KAI-4020M Clear Glass",
+    "KAI-4020 AR Glass",
+    "KAI-4020 Quartz Glass",
+    "KAI-4020 Clear Glass",
+    "KAI-4020CM Clear Glass",
+    "KAI-4020CM No Glass",
+    "KAI-1020 AR Glass",
+    "KAI-1020 Quartz Glass",
+    "KAI-1020 Clear Glass",
+    "KAI-1020M No Glass",
+    "KAI-1020CM Clear Glass",
+    "KAI-1020CM No Glass",
+    "KAI-2020M AR Glass",
+    "KAI-2020M Clear Glass",
+    "KAI-2020 AR Glass",
+    "KAI-2020 Quartz Glass",
+    "KAI-2020 Clear Glass",
+    "KAI-2020M No Glass",
+    "KAI-2020 No Glass",
+    "KAI-2020CM AR Glass",
+    "KAI-2020CM Clear Glass",
+    "KAI-2020CM No Glass",
+    "KAI-2021M Clear Glass",
+    "KAI-2021CM Clear Glass",
+    "KAI-2021M AR Glass",
+    "KAI-2021CM AR Glass",
+    "KAI-2021 AR Glass",
+    "KAI-2021 Quartz Glass",
+    "KAI-2021 Clear Glass",
+    "KAI-2021 No Glass",
+    "KAI-2021M No Glass",
+    "KAI-2021CM No Glass",
+    "KAI-4021M Clear Glass",
+    "KAI-4021CM Clear Glass",
+    "KAI-4021CM AR Glass",
+    "KAI-4021M AR Glass",
+    "KAI-4021 AR Glass",
+    "KAI-4021 Quartz Glass",
+    "KAI-4021 Clear Glass",
+    "KAI-4021 No Glass",
+    "KAI-4021M No Glass",
+    "KAI-4021CM No Glass",
+    "KAF-3200",
+    "KAF-3200",
+    "512-column frame transfer",
+};
+
+constexpr const Figures &FiguresOf(std::string_view name)
 {
-    return {.firstCcdModel = ccdModel,
-            .name = name,
-            .columns = family.columns,
-            .rows = family.rows,
-            .pitchMicrometres = family.pitchMicrometres,
-            .mosaic = mosaic,
-            .twoFields = family.twoFields,
-            .electronMultiplying = family.electronMultiplying,
-            .fullWellElectrons = family.fullWellElectrons,
-            .darkElectronsPerSecond = family.darkElectronsPerSecond,
-            .darkDoublesKelvin = family.darkDoublesKelvin,
-            .peakQuantumEfficiency = family.peakQuantumEfficiency};
+    const Figures *figures = &kFigures[0];
+    while (!name.starts_with(figures->beginning))
+        ++figures; // past the table the compiler stops, as this runs nowhere else
+    return *figures;
 }
 
-constexpr std::array<SensorType, 79> kSensorTypes{{
-    Row(0, "KAF1400", kKaf1400),
-    Row(1, "KAF1600", kKaf1600),
-    Row(2, "KAF1600L", kKaf1600),
-    Row(3, "KAF4200", kKaf4200),
-    Row(4, "ICX085AL", kIcx085),
-    Row(5, "ICX085AK", kIcx085, Mosaic::kRggb),
-    Row(6, "ICX285AL", kIcx285),
-    Row(7, "ICX285AK", kIcx285, Mosaic::kRggb),
-    Row(8, "ICX205AL", kIcx205),
-    Row(9, "ICX205AK", kIcx205, Mosaic::kRggb),
-    Row(10, "ICX252AQ", kIcx252, Mosaic::kRggb),
-    Row(11, "S70311006", kS7031Wide),
-    Row(12, "ICX282AQ", kIcx282, Mosaic::kRggb),
-    Row(13, "ICX407AL", kIcx407),
-    Row(14, "S70310908", kS7031Tall),
-    Row(15, "VQE3618L", kVqe3618),
-    Row(16, "KAI-2001 Quartz Glass", kKai2000),
-    Row(17, "KAI-2001 No Glass", kKai2000),
-    Row(18, "KAI-2001M AR Glass", kKai2000),
-    Row(19, "KAI-2001CM AR Glass", kKai2000, Mosaic::kGrbg),
-    Row(20, "KAI-4020 No Glass", kKai4000),
-    Row(21, "KAI-4020M AR Glass", kKai4000),
-    Row(22, "KAI-4020M No Glass", kKai4000),
-    Row(23, "KAI-4020CM AR Glass", kKai4000, Mosaic::kGrbg),
-    Row(24, "KAI-1020 No Glass", kKai1000),
-    Row(25, "KAI-1020M AR Glass", kKai1000),
-    Row(26, "KAI-1020M Clear Glass", kKai1000),
-    Row(27, "KAI-1020CM AR Glass", kKai1000, Mosaic::kGrbg),
-    Row(28, "KAI-2001M Clear Glass", kKai2000),
-    Row(29, "KAI-2001 AR Glass", kKai2000),
-    Row(30, "KAI-2001 Clear Glass", kKai2000),
-    Row(31, "KAI-2001M No Glass", kKai2000),
-    Row(32, "KAI-2001CM Clear Glass", kKai2000, Mosaic::kGrbg),
-    Row(33, "KAI-2001CM No Glass", kKai2000, Mosaic::kGrbg),
-    Row(34, "KAI-4020M Clear Glass", kKai4000),
-    Row(35, "KAI-4020 AR Glass", kKai4000),
-    Row(36, "KAI-4020 Quartz Glass", kKai4000),
-    Row(37, "KAI-4020 Clear Glass", kKai4000),
-    Row(38, "KAI-4020CM Clear Glass", kKai4000, Mosaic::kGrbg),
-    Row(39, "KAI-4020CM No Glass", kKai4000, Mosaic::kGrbg),
-    Row(40, "KAI-1020 AR Glass", kKai1000),
-    Row(41, "KAI-1020 Quartz Glass", kKai1000),
-    Row(42, "KAI-1020 Clear Glass", kKai1000),
-    Row(43, "KAI-1020M No Glass", kKai1000),
-    Row(44, "KAI-1020CM Clear Glass", kKai1000, Mosaic::kGrbg),
-    Row(45, "KAI-1020CM No Glass", kKai1000, Mosaic::kGrbg),
-    Row(46, "KAI-2020M AR Glass", kKai2000),
-    Row(47, "KAI-2020M Clear Glass", kKai2000),
-    Row(48, "KAI-2020 AR Glass", kKai2000),
-    Row(49, "KAI-2020 Quartz Glass", kKai2000),
-    Row(50, "KAI-2020 Clear Glass", kKai2000),
-    Row(51, "KAI-2020M No Glass", kKai2000),
-    Row(52, "KAI-2020 No Glass", kKai2000),
-    Row(53, "KAI-2020CM AR Glass", kKai2000, Mosaic::kGrbg),
-    Row(54, "KAI-2020CM Clear Glass", kKai2000, Mosaic::kGrbg),
-    Row(55, "KAI-2020CM No Glass", kKai2000, Mosaic::kGrbg),
-    Row(56, "KAI-2021M Clear Glass", kKai2000),
-    Row(57, "KAI-2021CM Clear Glass", kKai2000, Mosaic::kGrbg),
-    Row(58, "KAI-2021M AR Glass", kKai2000),
-    Row(59, "KAI-2021CM AR Glass", kKai2000, Mosaic::kGrbg),
-    Row(60, "KAI-2021 AR Glass", kKai2000),
-    Row(61, "KAI-2021 Quartz Glass", kKai2000),
-    Row(62, "KAI-2021 Clear Glass", kKai2000),
-    Row(63, "KAI-2021 No Glass", kKai2000),
-    Row(64, "KAI-2021M No Glass", kKai2000),
-    Row(65, "KAI-2021CM No Glass", kKai2000, Mosaic::kGrbg),
-    Row(66, "KAI-4021M Clear Glass", kKai4000),
-    Row(67, "KAI-4021CM Clear Glass", kKai4000, Mosaic::kGrbg),
-    Row(68, "KAI-4021CM AR Glass", kKai4000, Mosaic::kGrbg),
-    Row(69, "KAI-4021M AR Glass", kKai4000),
-    Row(70, "KAI-4021 AR Glass", kKai4000),
-    Row(71, "KAI-4021 Quartz Glass", kKai4000),
-    Row(72, "KAI-4021 Clear Glass", kKai4000),
-    Row(73, "KAI-4021 No Glass", kKai4000),
-    Row(74, "KAI-4021M No Glass", kKai4000),
-    Row(75, "KAI-4021CM No Glass", kKai4000, Mosaic::kGrbg),
-    Row(76, "KAF-3200", kKaf3200),
-    Row(77, "KAF-3200", kKaf3200),
-    Row(78, "512-column frame transfer", kFrameTransfer),
-}};
-
-constexpr bool RowsStandAtTheirNumbers()
+constexpr Mosaic MosaicOf(std::string_view name)
 {
-    for (size_t i = 0; i < kSensorTypes.size(); ++i) {
-        if (kSensorTypes[i].firstCcdModel != i)
-            return false;
+    if (name.find("CM ") != std::string_view::npos)
+        return Mosaic::kGrbg;
+    return name.ends_with("AK") || name.ends_with("AQ") ? Mosaic::kRggb : Mosaic::kNone;
+}
+
+constexpr auto MakeSensorTypes()
+{
+    std::array<SensorType, std::size(kNames)> types{};
+    for (size_t i = 0; i < types.size(); ++i) {
+        const Figures &figures = FiguresOf(kNames[i]);
+        types[i] = {.firstCcdModel = static_cast<uint16_t>(i),
+                    .name = kNames[i],
+                    .columns = figures.columns,
+                    .rows = figures.rows,
+                    .pitchMicrometres = figures.pitchMicrometres,
+                    .mosaic = MosaicOf(kNames[i]),
+                    .twoFields = figures.kind == Kind::kTwoFields,
+                    .electronMultiplying = figures.kind == Kind::kMultiplying,
+                    .fullWellElectrons = figures.fullWellElectrons,
+                    .darkElectronsPerSecond = figures.darkElectronsPerSecond,
+                    .darkDoublesKelvin = figures.darkDoublesKelvin,
+                    .peakQuantumEfficiency = figures.peakQuantumEfficiency};
     }
-    return true;
+    return types;
 }
-static_assert(RowsStandAtTheirNumbers());
 
-constexpr bool ColourMasksAreOnTheColourTypes()
-{
-    for (const SensorType &type : kSensorTypes) {
-        const bool named = type.name.find("CM ") != std::string_view::npos ||
-                           type.name.ends_with("AK") || type.name.ends_with("AQ");
-        if (named != (type.mosaic != Mosaic::kNone))
-            return false;
-    }
-    return true;
-}
-static_assert(ColourMasksAreOnTheColourTypes());
+constexpr auto kSensorTypes = MakeSensorTypes();
 
 } // namespace
 

@@ -78,6 +78,20 @@ TEST(FramePlan, MetrolBinsItsColumnsAndRowsApart)
     EXPECT_EQ(plan.layout.lineBytes, 928U); // words, whatever the depth code
 }
 
+TEST(FramePlan, ColourSensorsAndTwoModelsHaveNoWheel)
+{
+    const auto colourOf = [](uint32_t modelNumber, uint16_t ccdModel) {
+        return Plan({.model = modelNumber, .ccdModel = ccdModel}, {{0x30, 0x11}})
+            .exposure.filterColour;
+    };
+    EXPECT_EQ(colourOf(18, 6), 0);
+    EXPECT_EQ(colourOf(11, 6), 0);
+    EXPECT_EQ(colourOf(18, 7), 0xFF);
+    EXPECT_EQ(colourOf(10, 13), 0xFF); // Sparrow IR
+    EXPECT_EQ(colourOf(14, 6), 0xFF);  // NoctisA1
+    EXPECT_EQ(Plan({.model = 18, .ccdModel = 6}, {{0x30, 0x10}}).exposure.filterColour, 0xFF);
+}
+
 TEST(FramePlan, TheThirdBinningCodeIsEightOnNewerCameras)
 {
     for (const auto &[version, factor] :

@@ -279,6 +279,24 @@ TEST(Scenes, PositionsTellTheFiltersOfTheWheelApart)
     }
 }
 
+TEST(Scenes, BrightnessMultipliesTheirLight)
+{
+    ExposureSettings settings{
+        .exposureNanoseconds = 16384000, .width = 20, .height = 20, .celsius = -50, .noise = false};
+    const auto countAt = [&](float brightness) {
+        Sensor sensor(*FindSensorType(6), 1, "S");
+        sensor.SetScene(Make("flat"), brightness);
+        std::vector<uint8_t> bytes(Sensor::FrameBytes(settings));
+        sensor.Expose(settings, {.commits = 1, .framesSinceCommit = 0}, bytes.data());
+        return bytes[0] | bytes[1] << 8;
+    };
+    // 30,000 photons give 10,987 electrons, of 22,000 for 4096 counts.
+    EXPECT_EQ(countAt(1), 2046);
+    EXPECT_EQ(countAt(0.5F), 1023);
+    EXPECT_EQ(countAt(0), 0);
+    EXPECT_EQ(countAt(1.9F), 3887);
+}
+
 // At the exposure that cameras come up with, a picture fills the converter without being cut off.
 TEST(Scenes, AreWellExposedAtTheDefaultExposure)
 {

@@ -246,6 +246,45 @@ TEST(SensorStatistics, AnIntensifierMultipliesLightButNotReadNoise)
     EXPECT_NEAR(std::sqrt(MomentsOf(bench.Frame(settings)).variance), 9, 0.2);
 }
 
+// Each electron of the photocathode becomes an exponential pulse: twice the variance of the light's
+// own, in multiplied electrons.
+TEST(SensorStatistics, AnIntensifierDoublesTheVarianceOfLight)
+{
+    SensorBench bench(kIcx285, "flat:100");
+    ExposureSettings settings = InElectrons(20000000); // 44.7 electrons
+    settings.intensification = 20;
+    const Moments moments = TemporalMoments(bench.Frame(settings, 0), bench.Frame(settings, 1));
+    const double electrons = ExpectedElectrons(100, 6.45, 0.62, 0.020);
+    EXPECT_NEAR(moments.mean - 200, 20 * electrons, 0.01 * 20 * electrons);
+    EXPECT_NEAR(moments.variance - 81, (2 * 400 - 20) * electrons, 0.03 * 780 * electrons);
+}
+
+// The intensifier is before the sensor: 10 electrons a second of the KAF1400 stay what they are.
+TEST(SensorStatistics, AnIntensifierDoesNotMultiplyDarkCharges)
+{
+    SensorBench bench(0, "flat:0");
+    ExposureSettings settings = InElectrons(10'000'000'000);
+    settings.intensification = 500;
+    const auto first = bench.Frame(settings, 0);
+    const auto second = bench.Frame(settings, 1);
+    std::vector<uint16_t> sorted = first;
+    std::nth_element(sorted.begin(),
+                     sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2), sorted.end());
+    EXPECT_NEAR(sorted[sorted.size() / 2], 300, 1); // hot pixels don't move the median
+    std::vector<uint16_t> coldFirst;
+    std::vector<uint16_t> coldSecond;
+    for (size_t i = 0; i < first.size(); ++i) {
+        if (first[i] < 400) {
+            coldFirst.push_back(first[i]);
+            coldSecond.push_back(second[i]);
+        }
+    }
+    EXPECT_NEAR(TemporalMoments(coldFirst, coldSecond).variance, 100 + 81, 4);
+    settings.noise = false;
+    const auto still = bench.Frame(settings);
+    EXPECT_GT(std::count(still.begin(), still.end(), 300), 119000);
+}
+
 TEST(SensorStatistics, OrdinarySensorsDoNotMultiply)
 {
     SensorBench bench(kIcx285, "flat:1000");
