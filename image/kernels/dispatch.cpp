@@ -5,12 +5,19 @@ namespace zerix {
 Kernels KernelsOfLevel(SimdLevel level)
 {
     Kernels kernels = kScalarKernels;
-    if (level >= SimdLevel::kSse41)
-        OverlaySse41(kernels);
-    if (level >= SimdLevel::kAvx2)
-        OverlayAvx2(kernels);
+    if (level >= SimdLevel::kSse41) {
+        OverlayPixelsSse41(kernels);
+        OverlayLookupSse41(kernels);
+        OverlayResizeSse41(kernels);
+    }
+    if (level >= SimdLevel::kAvx2) {
+        OverlayPixelsAvx2(kernels);
+        OverlayLookupAvx2(kernels);
+        OverlayScaleAvx2(kernels);
+        OverlayResizeAvx2(kernels);
+    }
     if (level >= SimdLevel::kAvx512)
-        OverlayAvx512(kernels);
+        OverlayLookupAvx512(kernels);
     return kernels;
 }
 

@@ -40,6 +40,18 @@ struct CubicWeights {
     float cube;
 };
 
+// A table that multiplies: level times whole + fraction, rounded down, at most the top of the type;
+// the top itself stays. The fraction is of 65536, of words in two steps of that.
+struct Proportion8 {
+    uint16_t whole; // below 128
+    uint16_t fraction;
+};
+struct Proportion16 {
+    uint16_t whole;
+    uint16_t fraction;
+    uint16_t fineFraction;
+};
+
 struct Kernels8 {
     void (*shiftRight)(uint8_t *pixels, size_t count, uint32_t bits); // 1 to 7
     void (*add)(const uint8_t *source, uint8_t *target, size_t count);
@@ -49,6 +61,8 @@ struct Kernels8 {
     void (*lookup1)(uint8_t *pixels, size_t count, const uint8_t *map);
     void (*lookup3)(uint8_t *pixels, size_t count, const uint8_t *const *maps);
     void (*lookup4)(uint8_t *pixels, size_t count, const uint8_t *const *maps);
+    // Interleaved channels, 1, 3 or 4, each with its proportion.
+    void (*scale)(uint8_t *pixels, size_t count, size_t channels, const Proportion8 *proportions);
     // Resizing along a row; `readable` is the number of pixels from `source` on that may be read.
     void (*nearestRow)(const uint8_t *source, size_t readable, const uint32_t *index, uint8_t *out,
                        size_t count);
@@ -70,6 +84,8 @@ struct Kernels16 {
     // Maps of 65536 words.
     void (*lookup1)(uint8_t *pixels, size_t count, const uint16_t *map);
     void (*lookup3)(uint8_t *pixels, size_t count, const uint16_t *const *maps);
+    // Interleaved channels, 1 or 3.
+    void (*scale)(uint8_t *pixels, size_t count, size_t channels, const Proportion16 *proportions);
     void (*nearestRow)(const uint8_t *source, size_t readable, const uint32_t *index, uint8_t *out,
                        size_t count);
     void (*linearRow)(const uint8_t *source, size_t readable, const LinearTaps16 &taps, float *out,
@@ -90,8 +106,13 @@ struct Kernels {
 // The plain level, complete. The others need a processor that has them, and call the plain ones for
 // what is left over by their wide steps.
 extern const Kernels kScalarKernels;
-void OverlaySse41(Kernels &kernels);
-void OverlayAvx2(Kernels &kernels);
-void OverlayAvx512(Kernels &kernels);
+void OverlayPixelsSse41(Kernels &kernels); // shift, add, pack
+void OverlayLookupSse41(Kernels &kernels);
+void OverlayResizeSse41(Kernels &kernels);
+void OverlayPixelsAvx2(Kernels &kernels);
+void OverlayLookupAvx2(Kernels &kernels);
+void OverlayScaleAvx2(Kernels &kernels);
+void OverlayResizeAvx2(Kernels &kernels);
+void OverlayLookupAvx512(Kernels &kernels);
 
 } // namespace zerix

@@ -78,6 +78,16 @@ void LookupChannels8(uint8_t *pixels, size_t count, const uint8_t *const *maps)
             pixels[channel] = maps[channel][pixels[channel]];
 }
 
+void Scale8(uint8_t *pixels, size_t count, size_t channels, const Proportion8 *proportions)
+{
+    for (size_t i = 0; i < count * channels; ++i) {
+        const Proportion8 proportion = proportions[i % channels];
+        const uint8_t level = pixels[i];
+        if (level != 255)
+            pixels[i] = ClampToByte(level * proportion.whole + (level * proportion.fraction >> 16));
+    }
+}
+
 void NearestRow8(const uint8_t *source, size_t, const uint32_t *index, uint8_t *out, size_t count)
 {
     for (size_t i = 0; i < count; ++i)
@@ -152,6 +162,19 @@ void Lookup3To16(uint8_t *pixels, size_t count, const uint16_t *const *maps)
             StoreWord(pixels, i * 3 + channel, maps[channel][LoadWord(pixels, i * 3 + channel)]);
 }
 
+void Scale16(uint8_t *pixels, size_t count, size_t channels, const Proportion16 *proportions)
+{
+    for (size_t i = 0; i < count * channels; ++i) {
+        const Proportion16 proportion = proportions[i % channels];
+        const uint64_t factor = uint64_t{proportion.whole} << 32 |
+                                uint64_t{proportion.fraction} << 16 | proportion.fineFraction;
+        const uint16_t level = LoadWord(pixels, i);
+        const uint64_t scaled = level * factor >> 32;
+        if (level != 65535)
+            StoreWord(pixels, i, static_cast<uint16_t>(scaled < 65535 ? scaled : 65535));
+    }
+}
+
 void NearestRow16(const uint8_t *source, size_t, const uint32_t *index, uint8_t *out, size_t count)
 {
     for (size_t i = 0; i < count; ++i)
@@ -207,6 +230,7 @@ const Kernels kScalarKernels = {
               .lookup1 = Lookup8,
               .lookup3 = LookupChannels8<3>,
               .lookup4 = LookupChannels8<4>,
+              .scale = Scale8,
               .nearestRow = NearestRow8,
               .linearRow = LinearRow8,
               .cubicRow = CubicRow8,
@@ -217,6 +241,7 @@ const Kernels kScalarKernels = {
               .pack3 = Pack3To16,
               .lookup1 = Lookup16,
               .lookup3 = Lookup3To16,
+              .scale = Scale16,
               .nearestRow = NearestRow16,
               .linearRow = LinearRow16,
               .cubicRow = CubicRow16,

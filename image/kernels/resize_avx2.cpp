@@ -2,6 +2,6 @@
 
 namespace zerix {
 
-void OverlaySse41(Kernels &) {}
+void OverlayResizeAvx2(Kernels &) {}
 
 } // namespace zerix

@@ -2,6 +2,6 @@
 
 namespace zerix {
 
-void OverlayAvx2(Kernels &) {}
+void OverlayLookupAvx512(Kernels &) {}
 
 } // namespace zerix

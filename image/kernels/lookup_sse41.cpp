@@ -2,6 +2,6 @@
 
 namespace zerix {
 
-void OverlayAvx512(Kernels &) {}
+void OverlayLookupSse41(Kernels &) {}
 
 } // namespace zerix
