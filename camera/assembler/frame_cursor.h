@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "camera/assembler/copy_pixels.h"
 #include "camera/assembler/frame_info.h"
 
 namespace zerix {
@@ -62,7 +63,7 @@ private:
         if (count == 0)
             return;
         if (source != nullptr)
-            std::memcpy(m_data + position, source, count);
+            CopyPixels(m_data + position, source, count);
         else
             std::memset(m_data + position, 0, count);
     }
