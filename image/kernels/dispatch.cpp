@@ -8,6 +8,7 @@ Kernels KernelsOfLevel(SimdLevel level)
     if (level >= SimdLevel::kSse41) {
         OverlayPixelsSse41(kernels);
         OverlayLookupSse41(kernels);
+        OverlayScaleSse41(kernels);
         OverlayResizeSse41(kernels);
     }
     if (level >= SimdLevel::kAvx2) {

@@ -108,6 +108,7 @@ struct Kernels {
 extern const Kernels kScalarKernels;
 void OverlayPixelsSse41(Kernels &kernels); // shift, add, pack
 void OverlayLookupSse41(Kernels &kernels);
+void OverlayScaleSse41(Kernels &kernels);
 void OverlayResizeSse41(Kernels &kernels);
 void OverlayPixelsAvx2(Kernels &kernels);
 void OverlayLookupAvx2(Kernels &kernels);
