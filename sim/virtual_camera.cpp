@@ -257,12 +257,10 @@ void VirtualCamera::AddShots(bool isHardware)
     if (!m_plugged || !IsStreamingEnabled())
         return;
     const Trigger trigger = TriggerOf(m_latched);
-    if (isHardware && trigger == Trigger::kHardware)
+    if (trigger == (isHardware ? Trigger::kHardware : Trigger::kSoftware))
         m_shots += 1;
     else if (isHardware && trigger == Trigger::kHardwareTwoShots)
         m_shots += 2;
-    else if (!isHardware && trigger == Trigger::kSoftware)
-        m_shots += 1;
     m_changed.notify_all();
 }
 
