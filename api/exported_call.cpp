@@ -1,39 +1,62 @@
 // The frame of every exported call.
 #include "api/exported_call.h"
 
-#include "api/settings_check.h"
 #include "tables/settings_accessors.h"
 
 namespace zerix::api {
 
 static constexpr uint32_t kSuccess = ZERIX_SUCCESS;
 
-ExportedCall::ExportedCall(const char *name) : m_name(name) { diag::ZLogStart(name); }
+namespace {
 
-ExportedCall::ExportedCall(const char *name, Param32 param) : m_name(name)
+// Frames of this thread that are open.
+thread_local uint32_t t_openFrames = 0;
+
+} // namespace
+
+// Calls inside a call are many where a value is checked. While nothing is traced they aren't
+// counted in the log's depth: it would take longer than the work that they do.
+ExportedCall::ExportedCall(const char *name, bool isTraced)
+    : m_name(name), m_isTraced(isTraced),
+      m_isCounted(isTraced && (t_openFrames == 0 || diag::Switches().outputEnabled.IsOn()))
 {
-    diag::ZLogStartParam32(name, param.key);
+    ++t_openFrames;
 }
 
-ExportedCall::ExportedCall(const char *name, ParamS32 param) : m_name(name)
+ExportedCall::ExportedCall(const char *name) : ExportedCall(name, true)
 {
-    diag::ZLogStartParamS32(name, param.key);
+    if (m_isCounted)
+        diag::ZLogStart(name);
 }
 
-ExportedCall::ExportedCall(const char *name, Param64 param) : m_name(name)
+ExportedCall::ExportedCall(const char *name, Param32 param) : ExportedCall(name, true)
 {
-    diag::ZLogStartParam64(name, param.key);
+    if (m_isCounted)
+        diag::ZLogStartParam32(name, param.key);
 }
 
-ExportedCall::ExportedCall(const char *name, Info info) : m_name(name)
+ExportedCall::ExportedCall(const char *name, ParamS32 param) : ExportedCall(name, true)
 {
-    diag::ZLogStartGetInfo(name, info.key);
+    if (m_isCounted)
+        diag::ZLogStartParamS32(name, param.key);
+}
+
+ExportedCall::ExportedCall(const char *name, Param64 param) : ExportedCall(name, true)
+{
+    if (m_isCounted)
+        diag::ZLogStartParam64(name, param.key);
+}
+
+ExportedCall::ExportedCall(const char *name, Info info) : ExportedCall(name, true)
+{
+    if (m_isCounted)
+        diag::ZLogStartGetInfo(name, info.key);
 }
 
 ExportedCall::ExportedCall(const char *name, TracedIf condition)
-    : m_name(name), m_isTraced(condition.isTraced)
+    : ExportedCall(name, condition.isTraced)
 {
-    if (m_isTraced)
+    if (m_isCounted)
         diag::ZLogStart(name);
 }
 
@@ -41,18 +64,19 @@ ExportedCall::~ExportedCall()
 {
     if (!m_isEnded)
         End(kExceptionError);
+    --t_openFrames;
 }
 
-uint32_t ExportedCall::End(uint32_t code)
+uint32_t ExportedCall::EndAs(const char *name, uint32_t code)
 {
     if (m_isEnded)
         return code;
     m_isEnded = true;
     const auto narrow = static_cast<uint16_t>(code);
-    if (m_isTraced)
-        diag::ZLogEnd(m_name, narrow);
-    else if (code != ZERIX_SUCCESS)
-        diag::ZLogEndError(m_name, narrow);
+    if (m_isCounted)
+        diag::ZLogEnd(name, narrow);
+    else if (!m_isTraced && code != ZERIX_SUCCESS)
+        diag::ZLogEndError(name, narrow);
     return code;
 }
 
@@ -80,11 +104,10 @@ uint32_t GoodSettings::operator()(ExportedCall &call) const
 {
     if (settings == nullptr)
         return ZERIX_ERROR_BAD_SETTINGS;
-    if (!tables::IsCurrentLayout(settings))
-        return tables::HasMagic(settings) ? ZERIX_SUCCESS : ZERIX_ERROR_BAD_SETTINGS;
-    if (CheckForBadSettingsEx(settings))
+    if (tables::HasMagic(settings))
         return ZERIX_SUCCESS;
-    call.SetEnded();
+    if (tables::IsCurrentLayout(settings))
+        call.EndAs("CheckForBadSettingsEx", ZERIX_ERROR_BAD_SETTINGS);
     return ZERIX_ERROR_BAD_SETTINGS;
 }
 

@@ -71,14 +71,20 @@ public:
     [[nodiscard]] const char *Name() const { return m_name; }
 
     // Writes the end line and returns the code.
-    uint32_t End(uint32_t code);
+    uint32_t End(uint32_t code) { return EndAs(m_name, code); }
 
-    // The end line has been written under another name.
+    // The same with another name in the line. Of two ends only the first is written.
+    uint32_t EndAs(const char *name, uint32_t code);
+
+    // The call ends without its line.
     void SetEnded() { m_isEnded = true; }
 
 private:
+    ExportedCall(const char *name, bool isTraced);
+
     const char *m_name;
-    bool m_isTraced = true;
+    bool m_isTraced;
+    bool m_isCounted; // in the depth of the log
     bool m_isEnded = false;
 };
 

@@ -1,80 +1,118 @@
-// Reading and writing single values of a settings record, their limits, and what a camera supports.
-// The work of these calls isn't written yet.
-#include "api/not_yet.h"
+// Reading and writing single values of a settings record. The camera itself is only asked what it
+// allows: a value reaches it when the record is sent.
+#include <exception>
 
+#include "api/param_checks.h"
+#include "api/param_setters.h"
+
+using namespace zerix;
 using namespace zerix::api;
 
-uint32_t Zerix_GetParam(const Zerix_Settings *, uint32_t key, uint32_t *)
+namespace {
+
+template <typename T>
+uint32_t Read(const ReadRecord &record, uint32_t key, T &value)
 {
-    return NotYet(ExportedCall(__func__, Param32{key}));
+    const ParamRow<T> &row = ParamFamily<T>::Rows()[key];
+    if (!HasKey(row, record.isCurrent))
+        return ZERIX_ERROR_NOT_SUPPORTED;
+    if (row.get != nullptr)
+        return row.get(record, value);
+    value = ReadSlot<T>(record, key);
+    return ZERIX_SUCCESS;
 }
 
-uint32_t Zerix_SetParam(Zerix_Settings *, uint32_t key, uint32_t)
+// The log shows what the caller's variable holds then, also where it couldn't be read.
+template <typename T>
+uint32_t GetValue(const Zerix_Settings *settings, uint32_t key, T *value)
 {
-    return NotYet(ExportedCall(__func__, Param32{key}));
+    const uint32_t error = Read(Bind(settings), key, *value);
+    ParamFamily<T>::kDump(key, *value);
+    return error;
 }
 
-uint32_t Zerix_GetParamS32(const Zerix_Settings *, uint32_t key, int32_t *)
+template <typename T>
+uint32_t SetValue(Zerix_Settings *settings, uint32_t key, T value, ParamSetter<T> setByDefault)
 {
-    return NotYet(ExportedCall(__func__, ParamS32{key}));
+    ParamFamily<T>::kDump(key, value);
+    const ParamRow<T> &row = ParamFamily<T>::Rows()[key];
+    const WriteRecord record = Bind(settings);
+    if (!HasKey(row, record.isCurrent))
+        return ZERIX_ERROR_NOT_SUPPORTED;
+    return (row.set != nullptr ? row.set : setByDefault)(record, key, value);
 }
 
-uint32_t Zerix_SetParamS32(Zerix_Settings *, uint32_t key, int32_t)
-{
-    return NotYet(ExportedCall(__func__, ParamS32{key}));
+} // namespace
+
+uint32_t Zerix_GetParam(const Zerix_Settings *settings, uint32_t key, uint32_t *value)
+try {
+    ExportedCall call(__func__, Param32{key});
+    if (const auto error = call.Check(Loaded(), NotNull(settings, kIfNull), NotNull(value, kIfNull),
+                                      GoodSettings(settings), OpenRecord(settings),
+                                      Supported<uint32_t>{settings, key}, Known<uint32_t>{key}))
+        return call.End(error);
+    return call.End(GetValue(settings, key, value));
+} catch (const std::exception &) {
+    return kExceptionError;
 }
 
-uint32_t Zerix_GetParam64(const Zerix_Settings *, uint32_t key, uint64_t *)
-{
-    return NotYet(ExportedCall(__func__, Param64{key}));
+uint32_t Zerix_SetParam(Zerix_Settings *settings, uint32_t key, uint32_t value)
+try {
+    ExportedCall call(__func__, Param32{key});
+    if (const auto error = call.Check(Loaded(), NotNull(settings, kIfNull), GoodSettings(settings),
+                                      Known<uint32_t>{key}, OpenRecord(settings),
+                                      Supported<uint32_t>{settings, key}))
+        return call.End(error);
+    return call.End(SetValue<uint32_t>(settings, key, value, StoreByClass));
+} catch (const std::exception &) {
+    return kExceptionError;
 }
 
-uint32_t Zerix_SetParam64(Zerix_Settings *, uint32_t key, uint64_t)
-{
-    return NotYet(ExportedCall(__func__, Param64{key}));
+// The one getter that looks at the key before it asks for support.
+uint32_t Zerix_GetParamS32(const Zerix_Settings *settings, uint32_t key, int32_t *value)
+try {
+    ExportedCall call(__func__, ParamS32{key});
+    if (const auto error = call.Check(Loaded(), NotNull(settings, kIfNull), NotNull(value, kIfNull),
+                                      GoodSettings(settings), OpenRecord(settings),
+                                      Known<int32_t>{key}, Supported<int32_t>{settings, key}))
+        return call.End(error);
+    return call.End(GetValue(settings, key, value));
+} catch (const std::exception &) {
+    return kExceptionError;
 }
 
-uint32_t Zerix_GetParamMin(const Zerix_Settings *, uint32_t key, uint32_t *)
-{
-    return NotYet(ExportedCall(__func__, Param32{key}));
+uint32_t Zerix_SetParamS32(Zerix_Settings *settings, uint32_t key, int32_t value)
+try {
+    ExportedCall call(__func__, ParamS32{key});
+    if (const auto error = call.Check(Loaded(), NotNull(settings, kIfNull), GoodSettings(settings),
+                                      Known<int32_t>{key}, OpenRecord(settings),
+                                      Supported<int32_t>{settings, key}))
+        return call.End(error);
+    return call.End(SetValue<int32_t>(settings, key, value, Store));
+} catch (const std::exception &) {
+    return kExceptionError;
 }
 
-uint32_t Zerix_GetParamMax(const Zerix_Settings *, uint32_t key, uint32_t *)
-{
-    return NotYet(ExportedCall(__func__, Param32{key}));
+uint32_t Zerix_GetParam64(const Zerix_Settings *settings, uint32_t key, uint64_t *value)
+try {
+    ExportedCall call(__func__, Param64{key});
+    if (const auto error = call.Check(Loaded(), NotNull(settings, kIfNull), NotNull(value, kIfNull),
+                                      GoodSettings(settings), OpenRecord(settings),
+                                      Supported<uint64_t>{settings, key}, Known<uint64_t>{key}))
+        return call.End(error);
+    return call.End(GetValue(settings, key, value));
+} catch (const std::exception &) {
+    return kExceptionError;
 }
 
-uint32_t Zerix_GetParamS32Min(const Zerix_Settings *, uint32_t key, int32_t *)
-{
-    return NotYet(ExportedCall(__func__, ParamS32{key}));
-}
-
-uint32_t Zerix_GetParamS32Max(const Zerix_Settings *, uint32_t key, int32_t *)
-{
-    return NotYet(ExportedCall(__func__, ParamS32{key}));
-}
-
-uint32_t Zerix_GetParam64Min(const Zerix_Settings *, uint32_t key, uint64_t *)
-{
-    return NotYet(ExportedCall(__func__, Param64{key}));
-}
-
-uint32_t Zerix_GetParam64Max(const Zerix_Settings *, uint32_t key, uint64_t *)
-{
-    return NotYet(ExportedCall(__func__, Param64{key}));
-}
-
-uint32_t Zerix_IsParamSupported(ZerixHandle, uint32_t key)
-{
-    return NotYet(ExportedCall(__func__, Param32{key}));
-}
-
-uint32_t Zerix_IsParamS32Supported(ZerixHandle, uint32_t key)
-{
-    return NotYet(ExportedCall(__func__, ParamS32{key}));
-}
-
-uint32_t Zerix_IsParam64Supported(ZerixHandle, uint32_t key)
-{
-    return NotYet(ExportedCall(__func__, Param64{key}));
+uint32_t Zerix_SetParam64(Zerix_Settings *settings, uint32_t key, uint64_t value)
+try {
+    ExportedCall call(__func__, Param64{key});
+    if (const auto error = call.Check(Loaded(), NotNull(settings, kIfNull), GoodSettings(settings),
+                                      Known<uint64_t>{key}, OpenRecord(settings),
+                                      Supported<uint64_t>{settings, key}))
+        return call.End(error);
+    return call.End(SetValue<uint64_t>(settings, key, value, Store));
+} catch (const std::exception &) {
+    return kExceptionError;
 }

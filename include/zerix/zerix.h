@@ -17,208 +17,12 @@
 
 #include "zerix/zerix_errors.h"
 #include "zerix/zerix_export.h"
+#include "zerix/zerix_keys.h"
+#include "zerix/zerix_records.h"
 
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-typedef void *ZerixHandle;
-
-/* Unsigned 32-bit parameter keys. */
-enum ZerixParam {
-    zprmGain = 0,
-    zprmOffset = 1,
-    zprmExposure = 2,
-    zprmBinning = 3,
-    zprmHorizontalBinning = 4,
-    zprmVerticalBinning = 5,
-    zprmReadoutSpeed = 6,
-    zprmTriggerType = 7,
-    zprmColorWheel = 8,
-    zprmCoolerActive = 9,
-    zprmExposureRed = 10,
-    zprmExposureBlue = 11,
-    zprmImageFormat = 12,
-    zprmRoiX = 13,
-    zprmRoiY = 14,
-    zprmRoiWidth = 15,
-    zprmRoiHeight = 16,
-    zprmReserved17 = 17,
-    zprmShutterState = 18,
-    zprmDoubleShot = 19,
-    zprmSyncb = 20,
-    zprmMetrolShutterDelay = 21,
-    zprmIntensifierGain = 22,
-    zprmTriggerDelay = 23,
-    zprmCameraMode = 24,
-    zprmNormalizedGain = 25,
-    zprmNormIntensGaindB = 26,
-    zprmDoPostProcessing = 27,
-    zprmPostProcessGainRed = 28,
-    zprmPostProcessGainGreen = 29,
-    zprmPostProcessGainBlue = 30,
-    zprmPostProcessBayerAlgorithm = 31,
-    zprmPostProcessImageFormat = 32,
-    zprmFan = 33,
-    zprmBlackoutMode = 34,
-    zprmHighSensitivityMode = 35,
-    zprmReadoutPort = 36,
-    zprmEMGain = 37,
-    zprmOpenDelay = 38,
-    zprmCloseDelay = 39,
-    zprmCCDClearingMode = 40,
-    zprmOverSample = 41,
-    zprmDither = 42,
-    zprmHighGainMode = 43,
-    zprmVClockPeriod = 44,
-    zprmReserved45 = 45,
-    zprmTweekingRegister = 46,
-    zprmKeelEmMode = 47,
-    zprmLockedGainMode = 48,
-    zprmKeelEmGainValue10 = 49,
-    zprmKeelEmGainValue20 = 50,
-    zprmKeelEmGainValue40 = 51,
-    zprmFrameBufferLength = 52
-};
-
-/* Signed 32-bit parameter keys. */
-enum ZerixParamS32 {
-    zprmS32NormalizedGaindB = 0,
-    zprmS32AbsoluteOffset = 1,
-    zprmS32RegulatedCoolingTemp = 2
-};
-
-/* 64-bit parameter keys. */
-enum ZerixParam64 {
-    zprm64Exposure = 0,
-    zprm64ExposureRed = 1,
-    zprm64ExposureBlue = 2,
-    zprm64NormIntensGain = 3
-};
-
-/* Information keys of Zerix_GetInfo. */
-enum ZerixInfo {
-    zinfCameraType = 0,
-    zinfSerialNumber = 1,
-    zinfHardwareVersion = 2,
-    zinfFirmwareVersion = 3,
-    zinfCcd = 4,
-    zinfBitDepth = 5,
-    zinfCooled = 6,
-    zinfReserved7 = 7,
-    zinfImageWidth = 8,
-    zinfImageHeight = 9,
-    zinfImageSize = 10,
-    zinfCcdType = 11,
-    zinfCcdWidth = 12,
-    zinfCcdHeight = 13,
-    zinfFirmwareBuild = 14,
-    zinfUniqueId = 15,
-    zinfIsModelB = 16,
-    zinfIntensifierModel = 17,
-    zinfExposureRes = 18,
-    zinfTriggerDelayRes = 19,
-    zinfStreamVersion = 20,
-    zinfNormGainSigFigs = 21,
-    zinfNormGaindBRes = 22,
-    zinfNormITGainSigFigs = 23,
-    zinfNormITGaindBRes = 24,
-    zinfRegulatedCooling = 25,
-    zinfRegulatedCoolingLock = 26,
-    zinfFanControl = 29,
-    zinfHighSensitivityMode = 30,
-    zinfBlackoutMode = 31,
-    zinfPostProcessImageSize = 32,
-    zinfAsymmetricalBinning = 33,
-    zinfEMGain = 34,
-    zinfCloseDelay = 36,
-    zinfColorWheelSupported = 37,
-    zinfReserved2 = 38,
-    zinfReserved3 = 39,
-    zinfReserved4 = 40,
-    zinfKeelEmMode = 42,
-    zinfLockedGainMode = 43
-};
-
-/* Image formats: values of zprmImageFormat, zprmPostProcessImageFormat and Zerix_Frame::format. */
-enum ZerixImageFormat {
-    zfmtRaw8 = 0,
-    zfmtRaw16 = 1,
-    zfmtMono8 = 2,
-    zfmtMono16 = 3,
-    zfmtBayer8 = 4,
-    zfmtBayer16 = 5,
-    zfmtRgbPlane8 = 6,
-    zfmtRgbPlane16 = 7,
-    zfmtBgr24 = 8,
-    zfmtXrgb32 = 9,
-    zfmtRgb48 = 10,
-    zfmtBgrx32 = 11,
-    zfmtRgb24 = 12,
-    zfmtRgbx32 = 13
-};
-
-/* One row of the camera list. */
-typedef struct ZerixCameraListItem {
-    uint32_t cameraId;   /* what Zerix_OpenCamera takes */
-    uint32_t cameraType; /* model number */
-    uint32_t uniqueId;   /* left untouched for an open camera */
-    uint32_t isOpen;     /* 0 or 1 */
-    uint32_t reserved[10];
-} ZerixCameraListItem;
-
-/* The settings record. Prepare it with Zerix_CreateCameraSettingsStruct, fill it by a read, free it
- * with Zerix_ReleaseCameraSettingsStruct. Its contents belong to the library. */
-typedef struct Zerix_Settings {
-    uint32_t size;
-    uint8_t formatId[16];
-    void *privateBlock;
-} Zerix_Settings;
-
-/* The classic settings record of applications that allocate it themselves: 260 bytes everywhere,
- * told from the record above by its bytes 4 to 19. Pass it where a Zerix_Settings is asked for. */
-#pragma pack(push, 4)
-typedef struct ZerixLegacySettings {
-    uint32_t size;        /* 260, set by the reads */
-    uint32_t values[48];  /* by ZerixParam, 0 to 47 */
-    int32_t valuesS32[3]; /* by ZerixParamS32 */
-    uint64_t values64[4]; /* by ZerixParam64 */
-    uint32_t reserved240;
-    uint8_t camera[8]; /* the camera's handle */
-    uint32_t magic;
-    uint32_t reserved256;
-} ZerixLegacySettings;
-#pragma pack(pop)
-
-/* A frame. The application sets pBuffer and bufferSize; the library fills in the rest. */
-typedef struct Zerix_Frame {
-    void *pBuffer;
-    uint32_t bufferSize; /* bytes */
-    uint32_t format;     /* ZerixImageFormat */
-    uint32_t width;
-    uint32_t height;
-    uint32_t size; /* bytes of the image */
-    uint16_t bitDepth;
-    uint16_t frameNumber;  /* rolling */
-    uint32_t bayerPattern; /* 0 RGGB, 1 GRBG, 2 GBRG, 3 BGGR */
-    uint32_t errorCode;
-    uint32_t timeStamp; /* 0.1 ms since the camera was opened */
-    ZerixHandle camera;
-    uint32_t reserved44;
-    uint32_t binning;
-    uint32_t isLvw;
-    uint32_t colourPattern;
-    uint32_t reserved60;
-    uint32_t reserved64;
-    uint32_t filled; /* 1 once filled */
-} Zerix_Frame;
-
-/* Frame done and settings applied (1), expose done (2). */
-enum { ZERIX_FLAG_FRAME_DONE = 1, ZERIX_FLAG_EXPOSE_DONE = 2 };
-
-typedef void (*ZerixAsyncCallback)(void *userPointer, uint32_t userData, uint32_t error,
-                                   uint32_t flags);
-typedef void (*ZerixUnpluggedCallback)(void *userData);
 
 /* ---- Driver and cameras ---------------------------------------------------------------------- */
 /* Brings the library up: opens the trace log as the configuration says, prepares the hardware layer
@@ -307,7 +111,7 @@ ZERIX_API uint32_t _Zerix_factory_reserved0(ZerixHandle camera, uint32_t operati
  * Doesn't block. */
 ZERIX_API uint32_t Zerix_CreateCameraSettingsStruct(Zerix_Settings *settings);
 
-/* Zerix_ReadDefaultSettings under another name.
+/* Zerix_ReadDefaultSettings under another name, and with another error.
  *   ZERIX_ERROR_BAD_SETTINGS  settings is null */
 ZERIX_API uint32_t Zerix_InitializeCameraSettings(ZerixHandle camera, Zerix_Settings *settings);
 
@@ -334,16 +138,86 @@ ZERIX_API uint32_t Zerix_ReadSettingsFromCam(ZerixHandle camera, Zerix_Settings 
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
  *   ZERIX_ERROR_NOT_SUPPORTED  always */
 ZERIX_API uint32_t Zerix_TranslateSettings(ZerixHandle camera, Zerix_Settings *settings);
+
+/* Mends a record so that the camera can take it: slows the readout down where deep pixels need it,
+ * keeps a mosaic's cells whole, cuts the region to the sensor, puts the 64-bit exposures within
+ * their limits. Zerix_SendSettingsToCam does it too.
+ *   settings  in, out: a filled record; it holds every repair
+ *   ZERIX_ERROR_NOT_LOADED     state: loaded, camera open
+ *   ZERIX_ERROR_BAD_HANDLE     camera is null or closed, or another process has it
+ *   ZERIX_ERROR_BAD_PARAMETER  settings is null
+ *   ZERIX_ERROR_BAD_SETTINGS   the exposures' limits can't be told from this record
+ * Doesn't block. */
 ZERIX_API uint32_t Zerix_PreflightSettings(ZerixHandle camera, Zerix_Settings *settings);
+
+/* Mends the record, sends every value of it to the camera and makes them effective together. A
+ * camera that streams goes on streaming; frames exposed with the earlier settings don't come any
+ * more.
+ *   settings  in, out: a filled record; it then holds the region, binning and speed that are used
+ *   ZERIX_ERROR_NOT_LOADED     state: loaded, camera open
+ *   ZERIX_ERROR_BAD_HANDLE     camera is null or closed, or another process has it
+ *   ZERIX_ERROR_BAD_SETTINGS   settings is null, or has not been filled
+ *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT, ZERIX_ERROR_INITIALISATION
+ *                              the camera refused a value, or the bus failed: the values before it
+ *                              stay set, and take effect with the next send
+ * Blocks for the register writes, and where the stream must stop for a value until it runs again.
+ * May be called from a callback. */
 ZERIX_API uint32_t Zerix_SendSettingsToCam(ZerixHandle camera, Zerix_Settings *settings);
 
 /* ---- Parameters ------------------------------------------------------------------------------ */
+/* Values of a settings record by their keys. The record must have been filled by a read, and its
+ * camera be open; nothing here reaches the camera before the record is sent. All of these calls
+ *   settings  a filled record of either layout; it stays the application's
+ *   key       one of ZerixParam, ZerixParamS32 or ZerixParam64, as the call's name says
+ * and give
+ *   ZERIX_ERROR_NOT_LOADED     state: loaded
+ *   ZERIX_ERROR_BAD_PARAMETER  settings or value is null
+ *   ZERIX_ERROR_BAD_SETTINGS   settings was never filled or has been released, or its camera is
+ *                              closed
+ *   ZERIX_ERROR_NOT_SUPPORTED  there is no such key, the camera lacks it, or the record is a legacy
+ *                              one and the key too new for it
+ * besides what is told with each. None of them blocks. */
+
+/* Reads a value.
+ *   value  out: in the key's unit. Exposures in microseconds are cut, at least 1, and all ones
+ * where they don't fit. Left alone after an error ZERIX_ERROR_NOT_SUPPORTED  also for
+ * zprmTweekingRegister, which can only be set */
 ZERIX_API uint32_t Zerix_GetParam(const Zerix_Settings *settings, uint32_t key, uint32_t *value);
+
+/* Writes a value. A refused one leaves the record as it was, but for the exposures, which are
+ * stored in any case: sending puts them right. Gains, offsets and exposures have one store for all
+ * their keys, so that setting one changes the others. What more a key does stands beside it in
+ * zerix_keys.h.
+ *   value  in the key's unit, within its list or range. Intensifier gains, post-processing switch,
+ *          gains and algorithm, and zprmColorWheel are stored unchecked
+ *   ZERIX_ERROR_BAD_PARAMETER  value isn't among those allowed, or the exposure out of its limits
+ *   ZERIX_ERROR_NOT_SUPPORTED  also for a binning that the camera lacks, and for keys that are told
+ *                              by the camera alone (zprmKeelEmGainValue10 to 40, zprmReserved45) */
 ZERIX_API uint32_t Zerix_SetParam(Zerix_Settings *settings, uint32_t key, uint32_t value);
+
+/* Reads a signed value.
+ *   value  out: in the key's unit; a gain as fine as the camera's has steps. Left alone after an
+ *          error */
 ZERIX_API uint32_t Zerix_GetParamS32(const Zerix_Settings *settings, uint32_t key, int32_t *value);
+
+/* Writes a signed value. Gain and offset are stored unchecked.
+ *   value  in the key's unit
+ *   ZERIX_ERROR_BAD_PARAMETER  a temperature out of its limits; the record stays as it was */
 ZERIX_API uint32_t Zerix_SetParamS32(Zerix_Settings *settings, uint32_t key, int32_t value);
+
+/* Reads a 64-bit value.
+ *   value  out: in the key's unit. Left alone after an error */
 ZERIX_API uint32_t Zerix_GetParam64(const Zerix_Settings *settings, uint32_t key, uint64_t *value);
+
+/* Writes a 64-bit value. It is stored in any case; the intensifier's gain isn't checked.
+ *   value  in the key's unit
+ *   ZERIX_ERROR_BAD_PARAMETER  an exposure out of its limits; sending puts it right */
 ZERIX_API uint32_t Zerix_SetParam64(Zerix_Settings *settings, uint32_t key, uint64_t value);
+
+/* Tell the smallest and the largest value of a key on the record's camera; of a key with a list and
+ * no range, the first and the last of the list.
+ *   value  out: in the key's unit. Left alone after an error
+ *   ZERIX_ERROR_NOT_SUPPORTED  also for a key without limits */
 ZERIX_API uint32_t Zerix_GetParamMin(const Zerix_Settings *settings, uint32_t key, uint32_t *value);
 ZERIX_API uint32_t Zerix_GetParamMax(const Zerix_Settings *settings, uint32_t key, uint32_t *value);
 ZERIX_API uint32_t Zerix_GetParamS32Min(const Zerix_Settings *settings, uint32_t key,
@@ -354,17 +228,44 @@ ZERIX_API uint32_t Zerix_GetParam64Min(const Zerix_Settings *settings, uint32_t 
                                        uint64_t *value);
 ZERIX_API uint32_t Zerix_GetParam64Max(const Zerix_Settings *settings, uint32_t key,
                                        uint64_t *value);
+
+/* Tell whether the camera has a key: 0 for yes. These three take a camera and no record.
+ *   key  one of ZerixParam, ZerixParamS32 or ZerixParam64
+ *   ZERIX_ERROR_NOT_LOADED     state: loaded, camera open
+ *   ZERIX_ERROR_BAD_HANDLE     camera is null or closed, or another process has it
+ *   ZERIX_ERROR_NOT_SUPPORTED  the camera lacks it, or there is no such key
+ * Don't block. */
 ZERIX_API uint32_t Zerix_IsParamSupported(ZerixHandle camera, uint32_t key);
 ZERIX_API uint32_t Zerix_IsParamS32Supported(ZerixHandle camera, uint32_t key);
 ZERIX_API uint32_t Zerix_IsParam64Supported(ZerixHandle camera, uint32_t key);
+
+/* Tell whether a key's values are a range, from its minimum to its maximum: 0 for yes. A key may be
+ * a range and a list; its values are then checked by the list. A key's class is the same on every
+ * camera that has it, and told of a closed camera too.
+ *   ZERIX_ERROR_NOT_SUPPORTED  they are no range */
 ZERIX_API uint32_t Zerix_IsRangeTable(const Zerix_Settings *settings, uint32_t key);
 ZERIX_API uint32_t Zerix_IsRangeTableS32(const Zerix_Settings *settings, uint32_t key);
 ZERIX_API uint32_t Zerix_IsRangeTable64(const Zerix_Settings *settings, uint32_t key);
+
+/* Tell whether a key's values are a list: 0 for yes. Signed and 64-bit keys never are: the record
+ * isn't looked at.
+ *   ZERIX_ERROR_NOT_SUPPORTED  they are no list */
 ZERIX_API uint32_t Zerix_IsSparseTable(const Zerix_Settings *settings, uint32_t key);
 ZERIX_API uint32_t Zerix_IsSparseTableS32(const Zerix_Settings *settings, uint32_t key);
 ZERIX_API uint32_t Zerix_IsSparseTable64(const Zerix_Settings *settings, uint32_t key);
+
+/* Gives the list of a key's allowed values on the record's camera, also while that is closed.
+ *   table  out: the values. The array is the application's
+ *   size   in: values that table has room for; 0 is a success without a question. out: values
+ *          written. A longer list comes back cut, without an error. Left alone after an error
+ *   ZERIX_ERROR_BAD_PARAMETER  a pointer is null
+ *   ZERIX_ERROR_NOT_SUPPORTED  the key has no list, or *size is negative */
 ZERIX_API uint32_t Zerix_GetParamSparseTable(const Zerix_Settings *settings, uint32_t key,
                                              uint32_t *table, int32_t *size);
+
+/* Signed and 64-bit keys have no lists: *size becomes 0, and no other argument is looked at.
+ *   ZERIX_ERROR_NOT_LOADED     state: loaded; *size is left alone
+ *   ZERIX_ERROR_NOT_SUPPORTED  always */
 ZERIX_API uint32_t Zerix_GetParamSparseTableS32(const Zerix_Settings *settings, uint32_t key,
                                                 int32_t *table, int32_t *size);
 ZERIX_API uint32_t Zerix_GetParamSparseTable64(const Zerix_Settings *settings, uint32_t key,
@@ -386,14 +287,68 @@ ZERIX_API uint32_t Zerix_GetParamSparseTable64(const Zerix_Settings *settings, u
  * exposures together): 83 minutes at the least. When that time is over, the call fails and the
  * camera goes on streaming. */
 ZERIX_API uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame);
+
+/* Appends a frame to the camera's queue of at most 100 entries. While the camera streams, each image
+ * goes to the oldest frame; images that find none are dropped.
+ *   frame        in: pBuffer and bufferSize. out, until it is done: every other field but the
+ *                reserved ones. The application keeps it and its buffer alive until then
+ *   callback     may be null. Called on threads of the library, and may queue more
+ *   flags        ZERIX_FLAG_FRAME_DONE: call with that flag and the frame's errorCode when it is
+ *                filled; ZERIX_FLAG_EXPOSE_DONE: call with that flag and error 0 when it has been
+ *                exposed. With neither the frame is filled and nobody told
+ *   userPointer, userData  passed to the callback as they are
+ *   ZERIX_ERROR_NOT_LOADED        state: loaded, camera open
+ *   ZERIX_ERROR_BAD_HANDLE        camera is null or closed, or another process has it
+ *   ZERIX_ERROR_BAD_PARAMETER     frame is null
+ *   ZERIX_ERROR_QUEUE_FULL        100 entries are queued
+ *   ZERIX_ERROR_BUFFER_TOO_SMALL  bufferSize is less than the image
+ * Waits for a send of settings that is under way. */
 ZERIX_API uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame,
                                     ZerixAsyncCallback callback, uint32_t flags, void *userPointer,
                                     uint32_t userData);
+
+/* Appends settings to the same queue: they are sent between the frame before them and the frame
+ * behind. With an empty queue they are sent at once; as the last entry they wait until another is
+ * queued behind them.
+ *   settings  in, out: a filled record, as with Zerix_SendSettingsToCam. The queue keeps the
+ *             pointer, not a copy: the application keeps the record alive until it is sent
+ *   callback  may be null. With ZERIX_FLAG_FRAME_DONE among the flags it is called after the send
+ *             with the send's result and the flags as given
+ *   ZERIX_ERROR_NOT_LOADED    state: loaded, camera open
+ *   ZERIX_ERROR_BAD_HANDLE    camera is null or closed, or another process has it
+ *   ZERIX_ERROR_BAD_SETTINGS  settings is null or has not been filled; or it needs larger packets
+ *                             than the camera sends: the packets are enlarged, so try again
+ *   ZERIX_ERROR_QUEUE_FULL    100 entries are queued
+ *   and with an empty queue the errors of Zerix_SendSettingsToCam
+ * Blocks like the send with an empty queue; else it waits for one that is under way. */
 ZERIX_API uint32_t Zerix_QueueSettings(ZerixHandle camera, Zerix_Settings *settings,
                                        ZerixAsyncCallback callback, uint32_t flags,
                                        void *userPointer, uint32_t userData);
+
+/* Empties the queue and abandons a triggered exposure. The frames are the application's again and
+ * their callbacks aren't called any more; the camera goes on streaming. Ends a Zerix_GrabFrame that
+ * waits on another thread.
+ *   ZERIX_ERROR_NOT_LOADED  state: loaded, camera open
+ *   ZERIX_ERROR_BAD_HANDLE  camera is null or closed, or another process has it
+ * Waits for a callback that is running on another thread. */
 ZERIX_API uint32_t Zerix_Abort(ZerixHandle camera);
+
+/* Switches the stream of images to the queue on or off. Queued frames stay queued.
+ *   on  0: off; else on. What it is already is no error
+ *   ZERIX_ERROR_NOT_LOADED      state: loaded, camera open
+ *   ZERIX_ERROR_BAD_HANDLE      camera is null or closed, or another process has it
+ *   ZERIX_ERROR_INITIALISATION  the bus has no bandwidth left
+ *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT  the bus failed
+ * Blocks until the camera has been told; switching off up to five seconds where no packets come. */
 ZERIX_API uint32_t Zerix_SetStreaming(ZerixHandle camera, uint32_t on);
+
+/* Begins one exposure of a camera that streams with zprmTriggerType 5.
+ *   ZERIX_ERROR_NOT_LOADED     state: loaded, camera open and streaming
+ *   ZERIX_ERROR_BAD_HANDLE     camera is null or closed, or another process has it
+ *   ZERIX_ERROR_NOT_STREAMING  the camera isn't streaming
+ *   ZERIX_ERROR_NOT_SUPPORTED  the trigger type isn't 5
+ *   ZERIX_ERROR_DRIVER_FAULT   the bus failed
+ * Blocks for one register write. */
 ZERIX_API uint32_t Zerix_Trigger(ZerixHandle camera);
 
 /* These four are supported by no camera.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -29,6 +30,19 @@ public:
         return 0;
     }
     bool IsCameraOpen() override { return isOpen; }
+    // What setters and commands were called with, oldest first, "Name 1 2"; a call that is to fail
+    // has its status in statusOf.
+    template <typename... Values>
+    uint16_t Note(const char *name, const Values &...values)
+    {
+        std::ostringstream text;
+        text << name;
+        ((text << ' ' << +values), ...);
+        const std::lock_guard lock(callsMutex);
+        calls.push_back(text.str());
+        const auto status = statusOf.find(name);
+        return status != statusOf.end() ? status->second : uint16_t{0};
+    }
     // Taken by another process from now on.
     void LoseExclusiveAccess() { exclusiveAccess = false; }
     uint16_t GetOneImage(ZX::ZExImage **image) override
@@ -36,12 +50,27 @@ public:
         *image = std::exchange(nextImage, nullptr);
         return getOneImageStatus;
     }
-    uint16_t StartStreamingImages(ZX::ZImageReceivedCallback, ZX::ZExposeDoneCallback, bool,
-                                  void *) override
+    uint16_t StartStreamingImages(ZX::ZImageReceivedCallback received,
+                                  ZX::ZExposeDoneCallback exposed, bool external,
+                                  void *userData) override
     {
+        imageReceived = received;
+        exposeDone = exposed;
+        streamUserData = userData;
+        if (const uint16_t status = Note("StartStreamingImages", external))
+            return status;
+        isCameraStreaming = true;
         return 0;
     }
-    uint16_t StopStreamingImages() override { return ZX::kStatusNotStreaming; }
+    uint16_t StopStreamingImages() override
+    {
+        if (!isCameraStreaming)
+            return ZX::kStatusNotStreaming;
+        if (const uint16_t status = Note("StopStreamingImages"))
+            return status;
+        isCameraStreaming = false;
+        return 0;
+    }
     uint16_t SetReserved0(uint32_t operation, uint32_t *buffer, uint32_t length,
                           uint32_t checksum) override
     {
@@ -54,22 +83,47 @@ public:
     const char *GetModelString() override { return getModelString; }
     const char *GetSerialNumberString() override { return getSerialNumberString; }
 
-    uint16_t Abort() override { return 0; }
+    uint16_t Abort() override { return Note("Abort"); }
     void SetShouldDeleteHALCamera(bool) override {}
-    uint32_t ConvertGainToNormGain(uint32_t) override { return convertGainToNormGain; }
-    int32_t ConvertGainToNormGaindB(uint32_t) override { return convertGainToNormGaindB; }
-    uint32_t ConvertNormGainToGain(uint32_t) override { return convertNormGainToGain; }
-    int32_t ConvertNormGainToNormGaindB(uint32_t) override { return convertNormGainToNormGaindB; }
-    uint32_t ConvertNormGaindBToGain(int32_t) override { return convertNormGaindBToGain; }
-    uint32_t ConvertNormGaindBToNormGain(int32_t) override { return convertNormGaindBToNormGain; }
-    int32_t RoundNormGaindB(int32_t) override { return roundNormGaindB; }
-    int32_t ConvertOffsetToAbsoluteOffset(uint32_t) override
+    // What a conversion was asked, and the answer that a test has set.
+    template <typename Asked, typename Answer>
+    Answer Converted(Asked asked, Answer answer)
     {
-        return convertOffsetToAbsoluteOffset;
+        lastConverted = asked;
+        return answer;
     }
-    uint32_t ConvertAbsoluteOffsetToOffset(int32_t) override
+    uint32_t ConvertGainToNormGain(uint32_t value) override
     {
-        return convertAbsoluteOffsetToOffset;
+        return Converted(value, convertGainToNormGain);
+    }
+    int32_t ConvertGainToNormGaindB(uint32_t value) override
+    {
+        return Converted(value, convertGainToNormGaindB);
+    }
+    uint32_t ConvertNormGainToGain(uint32_t value) override
+    {
+        return Converted(value, convertNormGainToGain);
+    }
+    int32_t ConvertNormGainToNormGaindB(uint32_t value) override
+    {
+        return Converted(value, convertNormGainToNormGaindB);
+    }
+    uint32_t ConvertNormGaindBToGain(int32_t value) override
+    {
+        return Converted(value, convertNormGaindBToGain);
+    }
+    uint32_t ConvertNormGaindBToNormGain(int32_t value) override
+    {
+        return Converted(value, convertNormGaindBToNormGain);
+    }
+    int32_t RoundNormGaindB(int32_t value) override { return Converted(value, roundNormGaindB); }
+    int32_t ConvertOffsetToAbsoluteOffset(uint32_t value) override
+    {
+        return Converted(value, convertOffsetToAbsoluteOffset);
+    }
+    uint32_t ConvertAbsoluteOffsetToOffset(int32_t value) override
+    {
+        return Converted(value, convertAbsoluteOffsetToOffset);
     }
     uint16_t GetModel() override { return getModel; }
     uint32_t GetROIX() override { return getROIX; }
@@ -243,55 +297,103 @@ public:
     uint8_t GetFrameBufferLengthMax() override { return getFrameBufferLengthMax; }
     uint8_t GetFrameBufferLengthMin() override { return getFrameBufferLengthMin; }
     uint8_t GetFrameBufferLengthDefault() override { return getFrameBufferLengthDefault; }
-    uint16_t SetROI(uint32_t, uint32_t, uint32_t, uint32_t) override { return 0; }
-    uint16_t SetBigEndian(bool) override { return 0; }
-    uint16_t SetCompression(uint8_t) override { return 0; }
-    uint16_t SetReadoutFrequency(float) override { return 0; }
-    uint16_t SetBitDepth(uint16_t) override { return 0; }
-    uint16_t SetExposure(uint64_t) override { return 0; }
-    uint16_t SetGain(uint32_t) override { return 0; }
-    uint16_t SetNormalizedGain(uint32_t) override { return 0; }
-    uint16_t SetNormalizedGaindB(int32_t) override { return 0; }
-    uint16_t SetNormalizedIntensifierGain(uint64_t) override { return 0; }
-    uint16_t SetOffset(uint32_t) override { return 0; }
-    uint16_t SetAbsoluteOffset(int32_t) override { return 0; }
-    uint16_t SetCoolerStatus(bool) override { return 0; }
-    uint16_t SetSymmetricalBinning(uint16_t) override { return 0; }
-    uint16_t SetHorizontalBinning(uint16_t) override { return 0; }
-    uint16_t SetVerticalBinning(uint16_t) override { return 0; }
-    uint16_t SetLVWMode(bool) override { return 0; }
-    uint16_t SetRGBFilterCycle(bool) override { return 0; }
-    uint16_t SetRGBFilterActive(bool) override { return 0; }
-    uint16_t SetTriggerMode(uint32_t) override { return 0; }
-    uint16_t SetSyncBMode(uint32_t) override { return 0; }
-    uint16_t SetFanSpeed(uint32_t) override { return 0; }
-    uint16_t SetBlackoutMode(bool) override { return 0; }
-    uint16_t SetHighSensitivityMode(bool) override { return 0; }
-    uint16_t SetRegulatedCoolingTemp(int32_t) override { return 0; }
-    uint16_t SetRGBFilterRedExposure(uint64_t) override { return 0; }
-    uint16_t SetRGBFilterBlueExposure(uint64_t) override { return 0; }
-    uint16_t SetRGBFilterStartColour(uint16_t) override { return 0; }
-    uint16_t SetShutterCloseDelay(uint32_t) override { return 0; }
-    uint16_t SetDoubleShotMode(bool) override { return 0; }
-    uint16_t SoftwareTrigger() override { return 0; }
-    uint16_t SetChan1CalibrationGain(uint32_t) override { return 0; }
-    uint16_t SetDither(bool) override { return 0; }
-    uint16_t SetHighGainMode(bool) override { return 0; }
-    uint16_t SetVClockPeriod(uint32_t) override { return 0; }
-    uint16_t SetEMGain(uint32_t) override { return 0; }
-    uint16_t SetKeelEmMode(bool) override { return 0; }
-    uint16_t SetLockedGainMode(bool) override { return 0; }
-    uint16_t SetSubCpAd(uint32_t) override { return 0; }
-    uint16_t SetSubAd(uint32_t) override { return 0; }
-    uint16_t SetResetVhAd(uint32_t) override { return 0; }
-    uint16_t SetV1VmAd(uint32_t) override { return 0; }
-    uint16_t SetV2VmAd(uint32_t) override { return 0; }
-    uint16_t SetV3VmAd(uint32_t) override { return 0; }
-    uint16_t SetV4VmAd(uint32_t) override { return 0; }
-    uint16_t SetMiscCtrlAd(uint32_t) override { return 0; }
-    uint16_t SetMetrolShutterDelay(uint32_t) override { return 0; }
-    uint16_t SetReadoutPort(uint32_t) override { return 0; }
-    uint16_t SetFrameBufferLength(uint8_t) override { return 0; }
+    uint16_t SetROI(uint32_t x, uint32_t y, uint32_t width, uint32_t height) override
+    {
+        return Note("SetROI", x, y, width, height);
+    }
+    uint16_t SetBigEndian(bool value) override { return Note("SetBigEndian", value); }
+    uint16_t SetCompression(uint8_t value) override { return Note("SetCompression", value); }
+    uint16_t SetReadoutFrequency(float value) override
+    {
+        return Note("SetReadoutFrequency", value);
+    }
+    uint16_t SetBitDepth(uint16_t value) override { return Note("SetBitDepth", value); }
+    uint16_t SetExposure(uint64_t value) override { return Note("SetExposure", value); }
+    uint16_t SetGain(uint32_t value) override { return Note("SetGain", value); }
+    uint16_t SetNormalizedGain(uint32_t value) override { return Note("SetNormalizedGain", value); }
+    uint16_t SetNormalizedGaindB(int32_t value) override
+    {
+        return Note("SetNormalizedGaindB", value);
+    }
+    uint16_t SetNormalizedIntensifierGain(uint64_t value) override
+    {
+        return Note("SetNormalizedIntensifierGain", value);
+    }
+    uint16_t SetOffset(uint32_t value) override { return Note("SetOffset", value); }
+    uint16_t SetAbsoluteOffset(int32_t value) override { return Note("SetAbsoluteOffset", value); }
+    uint16_t SetCoolerStatus(bool value) override { return Note("SetCoolerStatus", value); }
+    uint16_t SetSymmetricalBinning(uint16_t value) override
+    {
+        return Note("SetSymmetricalBinning", value);
+    }
+    uint16_t SetHorizontalBinning(uint16_t value) override
+    {
+        return Note("SetHorizontalBinning", value);
+    }
+    uint16_t SetVerticalBinning(uint16_t value) override
+    {
+        return Note("SetVerticalBinning", value);
+    }
+    uint16_t SetLVWMode(bool value) override { return Note("SetLVWMode", value); }
+    uint16_t SetRGBFilterCycle(bool value) override { return Note("SetRGBFilterCycle", value); }
+    uint16_t SetRGBFilterActive(bool value) override { return Note("SetRGBFilterActive", value); }
+    uint16_t SetTriggerMode(uint32_t value) override { return Note("SetTriggerMode", value); }
+    uint16_t SetSyncBMode(uint32_t value) override { return Note("SetSyncBMode", value); }
+    uint16_t SetFanSpeed(uint32_t value) override { return Note("SetFanSpeed", value); }
+    uint16_t SetBlackoutMode(bool value) override { return Note("SetBlackoutMode", value); }
+    uint16_t SetHighSensitivityMode(bool value) override
+    {
+        return Note("SetHighSensitivityMode", value);
+    }
+    uint16_t SetRegulatedCoolingTemp(int32_t value) override
+    {
+        return Note("SetRegulatedCoolingTemp", value);
+    }
+    uint16_t SetRGBFilterRedExposure(uint64_t value) override
+    {
+        return Note("SetRGBFilterRedExposure", value);
+    }
+    uint16_t SetRGBFilterBlueExposure(uint64_t value) override
+    {
+        return Note("SetRGBFilterBlueExposure", value);
+    }
+    uint16_t SetRGBFilterStartColour(uint16_t value) override
+    {
+        return Note("SetRGBFilterStartColour", value);
+    }
+    uint16_t SetShutterCloseDelay(uint32_t value) override
+    {
+        return Note("SetShutterCloseDelay", value);
+    }
+    uint16_t SetDoubleShotMode(bool value) override { return Note("SetDoubleShotMode", value); }
+    uint16_t SoftwareTrigger() override { return Note("SoftwareTrigger"); }
+    uint16_t SetChan1CalibrationGain(uint32_t value) override
+    {
+        return Note("SetChan1CalibrationGain", value);
+    }
+    uint16_t SetDither(bool value) override { return Note("SetDither", value); }
+    uint16_t SetHighGainMode(bool value) override { return Note("SetHighGainMode", value); }
+    uint16_t SetVClockPeriod(uint32_t value) override { return Note("SetVClockPeriod", value); }
+    uint16_t SetEMGain(uint32_t value) override { return Note("SetEMGain", value); }
+    uint16_t SetKeelEmMode(bool value) override { return Note("SetKeelEmMode", value); }
+    uint16_t SetLockedGainMode(bool value) override { return Note("SetLockedGainMode", value); }
+    uint16_t SetSubCpAd(uint32_t value) override { return Note("SetSubCpAd", value); }
+    uint16_t SetSubAd(uint32_t value) override { return Note("SetSubAd", value); }
+    uint16_t SetResetVhAd(uint32_t value) override { return Note("SetResetVhAd", value); }
+    uint16_t SetV1VmAd(uint32_t value) override { return Note("SetV1VmAd", value); }
+    uint16_t SetV2VmAd(uint32_t value) override { return Note("SetV2VmAd", value); }
+    uint16_t SetV3VmAd(uint32_t value) override { return Note("SetV3VmAd", value); }
+    uint16_t SetV4VmAd(uint32_t value) override { return Note("SetV4VmAd", value); }
+    uint16_t SetMiscCtrlAd(uint32_t value) override { return Note("SetMiscCtrlAd", value); }
+    uint16_t SetMetrolShutterDelay(uint32_t value) override
+    {
+        return Note("SetMetrolShutterDelay", value);
+    }
+    uint16_t SetReadoutPort(uint32_t value) override { return Note("SetReadoutPort", value); }
+    uint16_t SetFrameBufferLength(uint8_t value) override
+    {
+        return Note("SetFrameBufferLength", value);
+    }
     bool IsCoolerAvailable() override { return isCoolerAvailable; }
     bool IsRegulatedCoolingAvailable() override { return isRegulatedCoolingAvailable; }
     bool IsRGBFilterSupported() override { return isRGBFilterSupported; }
@@ -317,12 +419,24 @@ public:
     bool IsReadoutPortSupported() override { return isReadoutPortSupported; }
     bool IsKeelEmModeSupported() override { return isKeelEmModeSupported; }
     bool IsLockedGainModeSupported() override { return isLockedGainModeSupported; }
-    uint16_t UpdateSettingsOnCamera() override { return 0; }
+    uint16_t UpdateSettingsOnCamera() override { return Note("UpdateSettingsOnCamera"); }
     bool IsCameraStreaming() override { return isCameraStreaming; }
-    uint16_t AddExternalImageBuffer(void *) override { return 0; }
+    uint16_t AddExternalImageBuffer(void *buffer) override
+    {
+        lastExternalBuffer = buffer;
+        return Note("AddExternalImageBuffer");
+    }
     bool DoesSupportExternalBuffers() override { return doesSupportExternalBuffers; }
-    uint16_t ReallocateBandwidth(uint16_t) override { return 0; }
-    uint16_t CalculateRequiredPacketSize(uint16_t, uint16_t, float) override { return 0; }
+    uint16_t ReallocateBandwidth(uint16_t value) override
+    {
+        return Note("ReallocateBandwidth", value);
+    }
+    uint16_t CalculateRequiredPacketSize(uint16_t binning, uint16_t bitDepth,
+                                         float megahertz) override
+    {
+        Note("CalculateRequiredPacketSize", binning, bitDepth, megahertz);
+        return requiredPacketSize;
+    }
     uint16_t CalculateRequiredPacketSize(bool) override { return 0; }
     uint16_t ReadCameraInfo() override { return 0; }
     uint16_t SetupCamera() override { return 0; }

@@ -2,8 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
 #include <vector>
 
+#include "camera/z_camera.h"
 #include "image/z_ex_image.h"
 
 namespace zerix::api {
@@ -18,6 +22,7 @@ struct FakeCameraValues {
     int32_t roundNormGaindB = {};
     int32_t convertOffsetToAbsoluteOffset = {};
     uint32_t convertAbsoluteOffsetToOffset = {};
+    int64_t lastConverted = 0; // what the last conversion was asked
     uint16_t getModel = {};
     uint32_t getROIX = {};
     uint32_t getROIY = {};
@@ -193,6 +198,14 @@ struct FakeCameraValues {
     uint32_t setReserved0Arguments[3] = {};
     uint32_t *setReserved0Buffer = nullptr;
     uint32_t closes = 0;
+    std::mutex callsMutex;
+    std::vector<std::string> calls;
+    std::map<std::string, uint16_t> statusOf;
+    ZX::ZImageReceivedCallback imageReceived = nullptr;
+    ZX::ZExposeDoneCallback exposeDone = nullptr;
+    void *streamUserData = nullptr;
+    void *lastExternalBuffer = nullptr;
+    uint16_t requiredPacketSize = 0;
 };
 
 } // namespace zerix::api

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "api/exported_call.h"
-#include "api/settings_check.h"
 #include "tests/api/settings_fixture.h"
 
 namespace zerix::api {
@@ -121,7 +120,48 @@ TEST_F(SettingsRecord, ThatIsNullIsNoGoodRecord)
 {
     ExportedCall call("Zerix_Example");
     EXPECT_EQ(call.End(call.Check(GoodSettings(nullptr))), 3u);
-    EXPECT_FALSE(CheckForBadSettingsEx(nullptr));
+}
+
+// The depth of an untraced call stays where it was, and why it failed is told.
+TEST_F(SettingsRecord, WithoutItsMagicTellsSoInAnUntracedCall)
+{
+    Zerix_Settings fresh = {};
+    Zerix_CreateCameraSettingsStruct(&fresh);
+    {
+        ExportedCall call("Zerix_Example", TracedIf{false});
+        EXPECT_EQ(call.End(call.Check(GoodSettings(&fresh))), 3u);
+    }
+    EXPECT_EQ(Take(), Lines{EndingLine("CheckForBadSettingsEx",
+                                       "the Zerix_Settings structure is corrupted or the size is "
+                                       "invalid.",
+                                       3)});
+    EXPECT_EQ(diag::ZLogDepth(), 0);
+    Zerix_ReleaseCameraSettingsStruct(&fresh);
+}
+
+// The frames of one thread pair up, whenever tracing begins.
+TEST_F(SettingsRecord, OpenedInTheMiddleOfACallTheLogStaysBalanced)
+{
+    Configure("");
+    diag::ZLogOpen();
+    {
+        ExportedCall outer("Zerix_Outer");
+        EXPECT_EQ(diag::ZLogDepth(), 1);
+        ExportedCall before("Zerix_Before");
+        EXPECT_EQ(diag::ZLogDepth(), 1);
+        Configure("outputEnabled = 1\noutputNestedCalls = 1\n");
+        diag::ZLogOpen();
+        {
+            ExportedCall inner("Zerix_Inner");
+            EXPECT_EQ(diag::ZLogDepth(), 2);
+            inner.End(0);
+        }
+        before.End(0);
+        outer.End(0);
+    }
+    EXPECT_EQ(Take(), (Lines{"Zerix_Inner start", "Zerix_Inner end (error code 0)\n",
+                             EndLine("Zerix_Outer")}));
+    EXPECT_EQ(diag::ZLogDepth(), 0);
 }
 
 // Whose fault it is stands in the log even where the call's other lines don't.

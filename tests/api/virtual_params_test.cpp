@@ -1,0 +1,247 @@
+// The parameter calls on every camera of the family: limits around defaults, lists that are
+// accepted as they are told, and refusals next to both.
+#include <algorithm>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "hal/kernel_requests.h"
+#include "tests/api/virtual_bus_session.h"
+
+namespace zerix::api {
+namespace {
+
+// Checked against their limits when they are set.
+const std::set<uint32_t> kByRange = {13, 14, 15, 16, 19, 21, 23, 37, 39, 44, 52};
+// Checked against their lists: with 1, and with 2.
+const std::set<uint32_t> kByListWith1 = {3, 4, 5};
+const std::set<uint32_t> kByListWith2 = {6, 7, 9, 12, 20, 24, 32, 33, 34, 35, 36, 42, 43};
+// Limits that nobody checks.
+const std::set<uint32_t> kUnchecked = {8, 22, 26, 28, 29, 30, 31};
+
+class VirtualParams : public VirtualBusSession {
+protected:
+    ~VirtualParams() override { Zerix_ReleaseCameraSettingsStruct(&settings); }
+
+    // A record of defaults of a listed camera.
+    void OpenWithDefaults(uint32_t id)
+    {
+        handle = OpenListed(id);
+        Zerix_ReleaseCameraSettingsStruct(&settings);
+        Zerix_CreateCameraSettingsStruct(&settings);
+        ASSERT_EQ(Zerix_ReadDefaultSettings(handle, &settings), 0u);
+    }
+
+    // Calls the check for each camera of a built-in rack.
+    template <typename Check>
+    void OnEachCamera(const char *rack, Check check)
+    {
+        ASSERT_EQ(ZerixSim_ChooseRack(rack), 0u) << ZerixSim_LastErrorText();
+        Configure("");
+        Load();
+        const uint32_t count = List();
+        ASSERT_GT(count, 0u);
+        for (uint32_t id = 0; id < count; ++id) {
+            OpenWithDefaults(id);
+            char name[64] = {};
+            Zerix_GetSerialString(handle, name, sizeof(name));
+            SCOPED_TRACE(std::string(rack) + ' ' + name);
+            for (uint32_t key = 0; key < 53; ++key) {
+                if (Zerix_IsParamSupported(handle, key) != 0)
+                    continue;
+                SCOPED_TRACE(key);
+                check(key);
+            }
+            ASSERT_EQ(Zerix_CloseCamera(handle), 0u);
+        }
+        Zerix_ReleaseDriver();
+    }
+    template <typename Check>
+    void OnEachCameraOfTheFamily(Check check)
+    {
+        for (const char *const rack : {"default", "family-1", "family-2", "family-3"})
+            OnEachCamera(rack, check);
+    }
+
+    uint32_t Value(uint32_t key)
+    {
+        uint32_t value = 0;
+        EXPECT_EQ(Zerix_GetParam(&settings, key, &value), 0u);
+        return value;
+    }
+
+    std::vector<uint32_t> ListOf(uint32_t key)
+    {
+        std::vector<uint32_t> entries(100);
+        int32_t size = 100;
+        EXPECT_EQ(Zerix_GetParamSparseTable(&settings, key, entries.data(), &size), 0u);
+        entries.resize(static_cast<std::size_t>(size));
+        return entries;
+    }
+
+    // A refused value leaves what was there.
+    void ExpectRefused(uint32_t key, uint32_t value, uint32_t code)
+    {
+        const uint32_t before = Value(key);
+        EXPECT_EQ(Zerix_SetParam(&settings, key, value), code) << value;
+        EXPECT_EQ(Value(key), before) << value;
+    }
+
+    void ExpectAccepted(uint32_t key, uint32_t value)
+    {
+        EXPECT_EQ(Zerix_SetParam(&settings, key, value), 0u) << value;
+        EXPECT_EQ(Value(key), value);
+    }
+
+    ZerixHandle handle = nullptr;
+    Zerix_Settings settings = {};
+};
+
+TEST_F(VirtualParams, HaveTheirDefaultsWithinTheirLimits)
+{
+    OnEachCameraOfTheFamily([&](uint32_t key) {
+        uint32_t minimum = 0;
+        uint32_t maximum = 0;
+        if (key == zprmIntensifierGain || Zerix_GetParamMin(&settings, key, &minimum) != 0 ||
+            Zerix_GetParamMax(&settings, key, &maximum) != 0)
+            return; // nothing is written to the intensifier's slot by default
+        EXPECT_LE(minimum, Value(key));
+        EXPECT_LE(Value(key), maximum);
+    });
+}
+
+TEST_F(VirtualParams, AcceptEveryListedValueAndNoOther)
+{
+    OnEachCameraOfTheFamily([&](uint32_t key) {
+        if (Zerix_IsSparseTable(&settings, key) != 0)
+            return;
+        const std::vector<uint32_t> list = ListOf(key);
+        EXPECT_FALSE(list.empty());
+        for (const uint32_t value : list)
+            ExpectAccepted(key, value);
+        if (kUnchecked.count(key) != 0)
+            return;
+        ASSERT_EQ(kByListWith1.count(key) + kByListWith2.count(key), 1u);
+        for (uint32_t value = 0; value < 64; ++value) {
+            if (std::find(list.begin(), list.end(), value) == list.end())
+                ExpectRefused(key, value, kByListWith1.count(key) != 0 ? 1 : 2);
+        }
+    });
+}
+
+TEST_F(VirtualParams, AcceptTheLimitsOfARangeAndRefuseTheValuesNextToThem)
+{
+    OnEachCameraOfTheFamily([&](uint32_t key) {
+        uint32_t minimum = 0;
+        uint32_t maximum = 0;
+        if (kByRange.count(key) == 0)
+            return;
+        EXPECT_EQ(Zerix_IsRangeTable(&settings, key), 0u);
+        ASSERT_EQ(Zerix_GetParamMin(&settings, key, &minimum), 0u);
+        ASSERT_EQ(Zerix_GetParamMax(&settings, key, &maximum), 0u);
+        EXPECT_LE(minimum, maximum);
+        ExpectAccepted(key, minimum);
+        ExpectAccepted(key, maximum);
+        if (minimum > 0)
+            ExpectRefused(key, minimum - 1, 2);
+        if (maximum < 0xFFFFFFFFu)
+            ExpectRefused(key, maximum + 1, 2);
+    });
+}
+
+// An exposure next to the limits is told and kept.
+TEST_F(VirtualParams, TellOfExposuresNextToTheLimits)
+{
+    OnEachCameraOfTheFamily([&](uint32_t key) {
+        if (key != zprmExposure && key != zprmExposureRed && key != zprmExposureBlue)
+            return;
+        const uint32_t key64 = key == zprmExposure ? 0 : key - 9;
+        uint64_t minimum = 0;
+        uint64_t maximum = 0;
+        ASSERT_EQ(Zerix_GetParam64Min(&settings, key64, &minimum), 0u);
+        ASSERT_EQ(Zerix_GetParam64Max(&settings, key64, &maximum), 0u);
+        for (const auto &[value, code] :
+             {std::pair{minimum, 0u}, {maximum, 0u}, {minimum - 1, 2u}, {maximum + 1, 2u}}) {
+            EXPECT_EQ(Zerix_SetParam64(&settings, key64, value), code) << value;
+            uint64_t stored = 0;
+            EXPECT_EQ(Zerix_GetParam64(&settings, key64, &stored), 0u);
+            EXPECT_EQ(stored, value);
+        }
+        const uint64_t above = maximum / 1000 + 1;
+        if (above > 0xFFFFFFFFu)
+            return;
+        EXPECT_EQ(Zerix_SetParam(&settings, key, static_cast<uint32_t>(above)), 2u);
+        EXPECT_EQ(Value(key), above);
+    });
+}
+
+// Every view of the gain ends between the limits of the signed one; an offset comes back as it was.
+TEST_F(VirtualParams, StoreGainsWithinTheSignedLimits)
+{
+    OnEachCameraOfTheFamily([&](uint32_t key) {
+        if (key != zprmGain && key != zprmOffset && key != zprmNormalizedGain)
+            return;
+        uint32_t minimum = 0;
+        uint32_t maximum = 0;
+        ASSERT_EQ(Zerix_GetParamMin(&settings, key, &minimum), 0u);
+        ASSERT_EQ(Zerix_GetParamMax(&settings, key, &maximum), 0u);
+        for (const uint32_t value : {minimum, minimum + (maximum - minimum) / 2, maximum}) {
+            EXPECT_EQ(Zerix_SetParam(&settings, key, value), 0u);
+            if (key == zprmOffset) {
+                EXPECT_EQ(Value(key), value);
+            }
+            int32_t gain = 0;
+            EXPECT_EQ(Zerix_GetParamS32(&settings, zprmS32NormalizedGaindB, &gain), 0u);
+            int32_t lowest = 0;
+            int32_t highest = 0;
+            EXPECT_EQ(Zerix_GetParamS32Min(&settings, 0, &lowest), 0u);
+            EXPECT_EQ(Zerix_GetParamS32Max(&settings, 0, &highest), 0u);
+            EXPECT_LE(lowest, gain);
+            EXPECT_LE(gain, highest);
+        }
+    });
+}
+
+TEST_F(VirtualParams, RefuseTemperaturesNextToTheLimits)
+{
+    OnEachCameraOfTheFamily([&](uint32_t key) {
+        int32_t lowest = 0;
+        int32_t highest = 0;
+        if (key != zprmCoolerActive || Zerix_GetParamS32Min(&settings, 2, &lowest) != 0)
+            return;
+        ASSERT_EQ(Zerix_GetParamS32Max(&settings, 2, &highest), 0u);
+        EXPECT_LT(lowest, highest);
+        for (const auto &[value, code, kept] : {std::tuple{lowest, 0u, lowest},
+                                                {lowest - 1, 2u, lowest},
+                                                {highest, 0u, highest},
+                                                {highest + 1, 2u, highest}}) {
+            EXPECT_EQ(Zerix_SetParamS32(&settings, 2, value), code) << value;
+            int32_t stored = 0;
+            EXPECT_EQ(Zerix_GetParamS32(&settings, 2, &stored), 0u);
+            EXPECT_EQ(stored, kept);
+        }
+    });
+}
+
+TEST_F(VirtualParams, NeverTouchTheCamera)
+{
+    Configure("");
+    Load();
+    List();
+    OpenWithDefaults(0);
+    const uint32_t writes = tap.CountOf(kernel::kControlAsyncWrite);
+    for (uint32_t key = 0; key < 53; ++key) {
+        uint32_t value = 0;
+        int32_t size = 1;
+        Zerix_GetParam(&settings, key, &value);
+        Zerix_SetParam(&settings, key, value);
+        Zerix_GetParamMin(&settings, key, &value);
+        Zerix_GetParamMax(&settings, key, &value);
+        Zerix_GetParamSparseTable(&settings, key, &value, &size);
+    }
+    EXPECT_EQ(tap.CountOf(kernel::kControlAsyncWrite), writes);
+}
+
+} // namespace
+} // namespace zerix::api
