@@ -10,9 +10,11 @@ namespace {
 
 uint32_t Suitable(const CameraDescription &description)
 {
-    uint32_t bits = kHighSensitivity | kBlackout | kEightfoldBinning;
+    uint32_t bits = kHighSensitivity | kBlackout;
     if (HasRegulatedCooling(description))
         bits |= kFan;
+    if (description.model != model::kBenchmate) // it bins by three
+        bits |= kEightfoldBinning;
     if (description.hardwareVersion >= 2)
         bits |= kDualChannel;
     if (description.model != model::kBenchmate && description.model != model::kMetrol)

@@ -110,7 +110,8 @@ void PlanExposureTime(const CameraDescription &description, Words words, FramePl
     plan.exposure.exposureNanoseconds = ExposureOf(description, words, upper, lower);
 }
 
-// The region, clamped to the sensor. In format 2 it counts from the far corner.
+// The region, clamped to the sensor. Registers count it from the near corner, wherever the readout
+// begins: only an Astrel E1 leaves the turning to its driver.
 void PlanRegion(const CameraDescription &description, const SensorType &sensor, Words words,
                 FramePlan &plan)
 {
@@ -132,11 +133,16 @@ void PlanRegion(const CameraDescription &description, const SensorType &sensor, 
     exposure.verticalBinning = leavesOut ? 1 : binning.vertical;
     exposure.width = std::min(ReadField(words, control::kWidth), columns);
     exposure.height = std::min(ReadField(words, control::kHeight), rows);
+    if (leavesOut)
+        exposure.height &= ~1u;
     exposure.x = std::min(ReadField(words, control::kX), columns - exposure.width);
     exposure.y = std::min(ReadField(words, control::kY), rows - exposure.height);
     exposure.fromFarCorner = description.streamingVersion == 2;
+    if (exposure.fromFarCorner && description.model != model::kAstrelE1) {
+        exposure.x = columns - exposure.width - exposure.x;
+        exposure.y = rows - exposure.height - exposure.y;
+    }
     if (leavesOut) {
-        exposure.height &= ~1u;
         exposure.y *= plan.keptRowPairs;
         exposure.height *= plan.keptRowPairs;
     }

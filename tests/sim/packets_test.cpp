@@ -104,19 +104,34 @@ TEST_F(Packets, TheRegionIsTheOneAskedForAndStaysOnTheSensor)
         FirstFrame(client, {.x = 1390, .y = 1039, .width = 16, .height = 4}, 16 * 4 * 2).pixels);
 }
 
-TEST_F(Packets, Format2ComesFromTheFarCorner)
+// In the order of sending: from the last pixel of an upright picture to its first.
+std::vector<uint8_t> Turned(const std::vector<uint8_t> &upright)
+{
+    std::vector<uint8_t> turned;
+    for (size_t i = upright.size(); i > 0; i -= 2)
+        turned.insert(turned.end(), {upright[i - 2], upright[i - 1]});
+    return turned;
+}
+
+TEST_F(Packets, Format2ComesFromTheFarCornerAndItsRegionsCountFromTheNearOne)
 {
     OneCamera("stream-format = 2\n");
     BusClient client;
     ASSERT_EQ(0u, client.Connect());
-    // The region counts from the far corner too.
     const Frame frame =
         FirstFrame(client, {.x = 10, .y = 20, .width = 32, .height = 6}, 32 * 6 * 2);
-    const auto upright = Positions(1392 - 32 - 10, 1040 - 6 - 20, 32, 6);
-    std::vector<uint8_t> turned;
-    for (size_t i = upright.size(); i > 0; i -= 2)
-        turned.insert(turned.end(), {upright[i - 2], upright[i - 1]});
-    EXPECT_EQ(turned, frame.pixels);
+    EXPECT_EQ(Turned(Positions(10, 20, 32, 6)), frame.pixels);
+}
+
+TEST_F(Packets, AnAstrelE1CountsItsRegionsFromTheFarCorner)
+{
+    Choose("[[camera]]\nmodel = 15\nsensor = 6\nbit-depth = 12\nscene = \"position\"\n"
+           "stream-format = 2\n");
+    BusClient client;
+    ASSERT_EQ(0u, client.Connect());
+    const Frame frame =
+        FirstFrame(client, {.x = 10, .y = 20, .width = 32, .height = 6}, 32 * 6 * 2);
+    EXPECT_EQ(Turned(Positions(1392 - 32 - 10, 1040 - 6 - 20, 32, 6)), frame.pixels);
 }
 
 struct MosaicCase {
@@ -327,9 +342,9 @@ TEST_F(Packets, TheLiveModeFromTheFarCornerCountsItsRowPairsFromThere)
     EXPECT_EQ(0u, client.Write(client.Control() + 8, {4}));
     const Frame frame = FirstFrame(client, {.width = 64, .height = 6}, 64 * 6 * 2);
     std::vector<uint8_t> expected;
-    for (uint32_t row : {0u, 1u, 16u, 17u, 32u, 33u}) {
-        for (uint32_t column = 0; column < 64; ++column) {
-            const uint32_t count = (2559 - column + 61 * (1919 - row)) % 4096;
+    for (uint32_t row : {47u, 46u, 31u, 30u, 15u, 14u}) {
+        for (uint32_t column = 64; column-- > 0;) {
+            const uint32_t count = (column + 61 * row) % 4096;
             expected.push_back(static_cast<uint8_t>(count));
             expected.push_back(static_cast<uint8_t>(count >> 8));
         }

@@ -1,0 +1,145 @@
+// Cameras that are read out from the far corner: what an application sees of a scene must not
+// depend on it.
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "tests/family/family_cameras.h"
+#include "tests/family/family_session.h"
+
+namespace zerix::family {
+namespace {
+
+struct Region {
+    uint32_t x;
+    uint32_t y;
+    uint32_t width;
+    uint32_t height;
+};
+
+// Of the 1392 x 1040 pixels of an ICX285: near the near corner, at the far one, a middle that is
+// odd throughout, a single pixel.
+constexpr Region kRegions[] = {
+    {2, 4, 100, 80}, {1192, 940, 200, 100}, {333, 211, 401, 303}, {1391, 0, 1, 1}};
+
+class FarCorner : public FamilySession, public testing::WithParamInterface<uint32_t> {
+protected:
+    static std::string Keys(uint32_t model, uint32_t format, uint32_t sensor)
+    {
+        return "model = " + std::to_string(model) + "\nstream-format = " + std::to_string(format) +
+               "\nsensor = " + std::to_string(sensor) + "\nscene = \"positions\"\n";
+    }
+
+    void OpenWith(uint32_t format, uint32_t sensor) { OpenOnly(Keys(GetParam(), format, sensor)); }
+
+    std::vector<uint8_t> PixelsOf(const Region &region)
+    {
+        EXPECT_EQ(Camera().SetROI(region.x, region.y, region.width, region.height), 0u);
+        Grab();
+        pixels.resize(frame.size);
+        return pixels;
+    }
+};
+
+// The same bytes from the near corner and from the far one.
+TEST_P(FarCorner, ShowsTheSamePartOfTheScene)
+{
+    for (const uint16_t depth : {uint16_t{8}, uint16_t{12}}) {
+        std::vector<std::vector<uint8_t>> near;
+        for (const uint32_t format : {1u, 2u}) {
+            OpenWith(format, 6);
+            ASSERT_EQ(Camera().SetBitDepth(depth), 0u);
+            for (const Region &region : kRegions) {
+                if (format == 1) {
+                    near.push_back(PixelsOf(region));
+                    continue;
+                }
+                const auto far = PixelsOf(region);
+                EXPECT_TRUE(far == near[static_cast<size_t>(&region - kRegions)])
+                    << region.x << ", " << region.y << " at " << depth << " bits";
+            }
+            Zerix_ReleaseDriver();
+        }
+    }
+}
+
+// And what the formula says of it.
+TEST_P(FarCorner, CountsRegionsFromTheNearOne)
+{
+    OpenWith(2, 7);
+    for (const Region &region : kRegions) {
+        View view = WholeView(SensorOf(7), 12, true);
+        view.isFromFarCorner = true;
+        view.x = region.x;
+        view.y = region.y;
+        view.width = region.width;
+        view.height = region.height;
+        ASSERT_EQ(Camera().SetROI(view.x, view.y, view.width, view.height), 0u);
+        EXPECT_EQ(Camera().GetROIX(), view.x);
+        EXPECT_EQ(Camera().GetROIY(), view.y);
+        ExpectPicture(view, {FormatOf(true, 8), 8, 1, 0});
+    }
+}
+
+// The pattern is told of the pixel that is sent first, and turned with the picture: regions of even
+// size have the pattern of their first pixel.
+TEST_P(FarCorner, TellsTheMosaicOfTheTurnedPicture)
+{
+    OpenWith(2, 53);
+    const struct {
+        uint32_t x, y, pattern;
+    } kPlaces[] = {{0, 0, 6}, {1, 0, 5}, {0, 1, 8}, {1, 1, 7}, {798, 600, 6}};
+    for (const auto &place : kPlaces) {
+        PixelsOf({place.x, place.y, 200, 100});
+        EXPECT_EQ(frame.colourPattern, place.pattern) << place.x << ", " << place.y;
+        EXPECT_EQ(frame.bayerPattern, place.pattern - 5);
+    }
+}
+
+// 1392 and 1040 are multiples of the binning: the bins are the same from either corner.
+TEST_P(FarCorner, BinsTheSamePixels)
+{
+    for (const uint16_t binning : {uint16_t{2}, uint16_t{4}, uint16_t{8}}) {
+        std::vector<uint8_t> near;
+        for (const uint32_t format : {1u, 2u}) {
+            OpenWith(format, 6);
+            ASSERT_EQ(Camera().SetSymmetricalBinning(binning), 0u);
+            Grab();
+            pixels.resize(frame.size);
+            EXPECT_EQ(frame.width, 1392u / binning);
+            if (format == 1)
+                near = pixels;
+            else
+                EXPECT_TRUE(pixels == near) << binning;
+            Zerix_ReleaseDriver();
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Family, FarCorner, testing::Values(kAstrelE1, 18u, 19u),
+                         [](const auto &row) { return "Model" + std::to_string(row.param); });
+
+class FarCornerOfAnAstrelE1 : public FamilySession {};
+
+// Binned, an Astrel E1 tells and takes places as if the sensor weren't: what is left of the
+// sensor's size comes on top.
+TEST_F(FarCornerOfAnAstrelE1, CountsBinnedRegionsOnTheUnbinnedSensor)
+{
+    OpenOnly("model = 15\nstream-format = 2\nsensor = 6\nscene = \"positions\"\n");
+    ASSERT_EQ(Camera().SetSymmetricalBinning(2), 0u);
+    EXPECT_EQ(Camera().GetROIX(), 696u);
+    EXPECT_EQ(Camera().GetROIY(), 520u);
+    View view = WholeView(SensorOf(6), 12, true);
+    view.columnsPerPixel = view.rowsPerPixel = 2;
+    view.isFromFarCorner = true;
+    view.x = 10;
+    view.y = 20;
+    view.width = 100;
+    view.height = 50;
+    ASSERT_EQ(Camera().SetROI(706, 540, 100, 50), 0u);
+    EXPECT_EQ(Camera().GetROIX(), 706u);
+    ExpectPicture(view, {FormatOf(false, 8), 8, 2, 0});
+}
+
+} // namespace
+} // namespace zerix::family
