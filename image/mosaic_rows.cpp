@@ -1,6 +1,7 @@
 // The vertical kernels of a mosaic that is twice as high as it was exposed.
 #include "image/mosaic_rows.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace zerix {
@@ -18,12 +19,9 @@ Neighbours NeighboursOf(uint32_t row, uint32_t height)
 {
     const bool hasAbove = row >= 2;
     const bool hasBelow = height > 2 && row < height - 2;
-    return {hasAbove   ? row - 2
-            : hasBelow ? row + 2
-                       : row,
-            hasBelow   ? row + 2
-            : hasAbove ? row - 2
-                       : row};
+    // A row alone has no other of its colours.
+    const uint32_t only = hasAbove ? row - 2 : hasBelow ? row + 2 : row - 1;
+    return {hasAbove ? row - 2 : only, hasBelow ? row + 2 : only};
 }
 
 constexpr uint32_t kWeights = 3; // of the two rows together
@@ -51,6 +49,21 @@ void MixRows(const uint8_t *above, const uint8_t *below, uint32_t weightOfAbove,
 
 } // namespace
 
+void StretchMosaic(const uint8_t *image, uint32_t width, uint32_t height, uint32_t pixelBytes,
+                   uint8_t *out, uint32_t outHeight)
+{
+    const auto rows = static_cast<uint32_t>(std::min<uint64_t>(outHeight, uint64_t{height} * 2));
+    const size_t rowBytes = size_t{width} * pixelBytes;
+    if (rowBytes == 0)
+        return;
+    for (uint32_t row = 0; row < height && PlaceOfRow(row) < rows; ++row)
+        std::memcpy(out + PlaceOfRow(row) * rowBytes, image + row * rowBytes, rowBytes);
+    if (IsInterpolatedVertically(width, outHeight))
+        FillRowsBetween(out, width, rows, pixelBytes);
+    else
+        RepeatRowsBetween(out, width, rows, pixelBytes);
+}
+
 void FillRowsBetween(uint8_t *image, uint32_t width, uint32_t height, uint32_t pixelBytes)
 {
     const size_t rowBytes = size_t{width} * pixelBytes;
@@ -72,8 +85,7 @@ void RepeatRowsBetween(uint8_t *image, uint32_t width, uint32_t height, uint32_t
             continue;
         const Neighbours from = NeighboursOf(row, height);
         const uint32_t nearer = WeightOfAbove(row) == 2 ? from.above : from.below;
-        if (nearer != row)
-            std::memcpy(image + row * rowBytes, image + nearer * rowBytes, rowBytes);
+        std::memcpy(image + row * rowBytes, image + nearer * rowBytes, rowBytes);
     }
 }
 

@@ -20,6 +20,12 @@ constexpr bool IsInterpolatedVertically(uint32_t width, uint32_t height)
     return width > 4 && height > 5;
 }
 
+// Makes a mosaic of `outHeight` rows, at most twice the rows that there are: each exposed row goes
+// to its place, and the rows between are computed, or repeated in an image too small for that.
+// Neither buffer may overlap the other.
+void StretchMosaic(const uint8_t *image, uint32_t width, uint32_t height, uint32_t pixelBytes,
+                   uint8_t *out, uint32_t outHeight);
+
 // Computes the rows between from the exposed rows, which stand in their places. `width` in pixels
 // of 1 or 2 bytes; rows follow one another without a gap.
 void FillRowsBetween(uint8_t *image, uint32_t width, uint32_t height, uint32_t pixelBytes);

@@ -1,0 +1,359 @@
+// Frames that the application kept, processed by exported calls.
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "image/z_bayer_interpolation.h"
+#include "tests/api/settings_fixture.h"
+
+namespace zerix::api {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+class PostProcessing : public SettingsTest {
+protected:
+    void SetUp() override
+    {
+        SettingsTest::SetUp();
+        camera->getImageFormat = 2;
+        FillBoth(Zerix_ReadDefaultSettings);
+        Use(zfmtRgb24, 2);
+        // Gains of one: the bytes are those of the Bayer filter.
+        ContextOf(*camera)->whiteBalance->SetRedScale(1.0f);
+        ContextOf(*camera)->whiteBalance->SetBlueScale(1.0f);
+        in.pBuffer = mosaic.data();
+        in.bufferSize = in.size = 4;
+        in.format = zfmtBayer8;
+        in.width = in.height = 2;
+        in.bitDepth = 8;
+        in.frameNumber = 77;
+        in.errorCode = 20;
+        in.timeStamp = 12345;
+        in.camera = HandleOf(*camera);
+        in.binning = 1;
+        out.pBuffer = pixels.data();
+        out.bufferSize = static_cast<uint32_t>(pixels.size());
+        Take();
+    }
+
+    void Use(uint32_t format, uint32_t algorithm)
+    {
+        tables::SetSlot32(&current, zprmPostProcessImageFormat, format);
+        tables::SetSlot32(&current, zprmPostProcessBayerAlgorithm, algorithm);
+    }
+
+    uint32_t Process()
+    {
+        return Zerix_PostProcessSingleFrame(HandleOf(*camera), &current, &in, &out);
+    }
+
+    Bytes Pixels(std::size_t count) const
+    {
+        return {pixels.begin(), pixels.begin() + static_cast<std::ptrdiff_t>(count)};
+    }
+
+    Bytes mosaic{10, 21, 31, 40}; // R G / G B: 10, 10 + 15, 40
+    Bytes pixels = Bytes(64, 0xEE);
+    Zerix_Frame in = {};
+    Zerix_Frame out = {};
+};
+
+TEST_F(PostProcessing, ChecksComeInTheirOrder)
+{
+    const ZerixHandle handle = HandleOf(*camera);
+    Zerix_Settings empty = {};
+    EXPECT_EQ(Zerix_PostProcessSingleFrame(nullptr, &empty, &in, &out), 2u);
+    EXPECT_EQ(Zerix_PostProcessSingleFrame(handle, &empty, nullptr, &out), 2u);
+    EXPECT_EQ(Zerix_PostProcessSingleFrame(handle, &empty, &in, nullptr), 2u);
+    camera->LoseExclusiveAccess();
+    EXPECT_EQ(Zerix_PostProcessSingleFrame(handle, &empty, &in, &out), 3u);
+    EXPECT_EQ(Zerix_PostProcessSingleFrame(handle, nullptr, &in, &out), 3u);
+    EXPECT_EQ(Process(), 9u);
+    Zerix_ReleaseDriver();
+    EXPECT_EQ(Zerix_PostProcessSingleFrame(nullptr, nullptr, nullptr, nullptr), 8u);
+}
+
+TEST_F(PostProcessing, APictureWithoutColourIsCopied)
+{
+    for (uint32_t format = 0; format <= 3; ++format) {
+        in.format = format;
+        in.bayerPattern = 3;
+        pixels.assign(64, 0xEE);
+        out.bayerPattern = 0;
+        EXPECT_EQ(Process(), 0u);
+        EXPECT_EQ(Pixels(5), (Bytes{10, 21, 31, 40, 0xEE}));
+        EXPECT_EQ(out.pBuffer, pixels.data());
+        EXPECT_EQ(out.bufferSize, 64u);
+        EXPECT_EQ(out.format, format);
+        EXPECT_EQ(out.width, 2u);
+        EXPECT_EQ(out.height, 2u);
+        EXPECT_EQ(out.size, 4u);
+        EXPECT_EQ(out.bitDepth, 8);
+        EXPECT_EQ(out.frameNumber, 77);
+        EXPECT_EQ(out.bayerPattern, 3u);
+        EXPECT_EQ(out.errorCode, 20u);
+        EXPECT_EQ(out.timeStamp, 12345u);
+        EXPECT_EQ(out.camera, nullptr);
+    }
+}
+
+TEST_F(PostProcessing, ACopyGetsABufferOrALargerOne)
+{
+    in.format = zfmtRaw8;
+    out.pBuffer = nullptr;
+    out.bufferSize = 0;
+    EXPECT_EQ(Process(), 0u);
+    ASSERT_NE(out.pBuffer, nullptr);
+    EXPECT_EQ(out.bufferSize, 4u);
+    EXPECT_EQ(std::memcmp(out.pBuffer, mosaic.data(), 4), 0);
+    Bytes larger(100, 7);
+    in.pBuffer = larger.data();
+    in.size = 100;
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(out.bufferSize, 100u);
+    EXPECT_EQ(out.size, 100u);
+    EXPECT_EQ(std::memcmp(out.pBuffer, larger.data(), 100), 0);
+    std::free(out.pBuffer);
+}
+
+TEST_F(PostProcessing, AMosaicBecomesColour)
+{
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(Pixels(13), (Bytes{10, 25, 40, 10, 25, 40, 10, 25, 40, 10, 25, 40, 0xEE}));
+    EXPECT_EQ(out.format, 12u);
+    EXPECT_EQ(out.width, 2u);
+    EXPECT_EQ(out.height, 2u);
+    EXPECT_EQ(out.size, 12u);
+    EXPECT_EQ(out.bitDepth, 8);
+    EXPECT_EQ(out.frameNumber, 0); // the rest of the record is the application's
+    ContextOf(*camera)->whiteBalance->SetRedScale(2.0f);
+    Use(zfmtBgrx32, 2);
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(Pixels(5), (Bytes{40, 25, 20, 255, 40}));
+    EXPECT_EQ(out.size, 16u);
+    EXPECT_EQ(out.format, 11u);
+}
+
+TEST_F(PostProcessing, PatternsCountFrom0)
+{
+    const Bytes expected[] = {{10, 25, 40}, {21, 25, 31}, {31, 25, 21}, {40, 25, 10}, {10, 25, 40}};
+    for (uint32_t pattern = 0; pattern < 5; ++pattern) {
+        in.bayerPattern = pattern;
+        EXPECT_EQ(Process(), 0u);
+        EXPECT_EQ(Pixels(3), expected[pattern]) << pattern;
+    }
+}
+
+TEST_F(PostProcessing, TheAlgorithmsOfTheSettings)
+{
+    const uint16_t selected[] = {0, 1, 2, 4, 4};
+    for (uint32_t algorithm = 1; algorithm <= 4; ++algorithm) {
+        Use(zfmtRgb24, algorithm);
+        EXPECT_EQ(Process(), 0u);
+        EXPECT_EQ(camera->GetBayerFilter()->GetAlgorithm(), selected[algorithm]);
+    }
+    Use(zfmtRgb24, 5);
+    camera->GetBayerFilter()->SetAlgorithm(2);
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(camera->GetBayerFilter()->GetAlgorithm(), 2);
+    Use(zfmtRgb24, 0);
+    Take();
+    EXPECT_EQ(Process(), 2u);
+    EXPECT_EQ(Take().back(), EndingLine("Zerix_PostProcessSingleFrame",
+                                        "one of the parameters used is not valid.", 2));
+}
+
+TEST_F(PostProcessing, AFormatWithoutASizeIsRefused)
+{
+    for (const uint32_t format : {13u, 14u, 99u}) {
+        Use(format, 2);
+        EXPECT_EQ(Process(), 2u);
+    }
+    Use(zfmtRgb24, 2);
+    in.width = 0;
+    EXPECT_EQ(Process(), 2u);
+}
+
+// The filter can't make planes; the call says nothing of it. The mosaic stands in the buffer, where
+// the filter before left it.
+TEST_F(PostProcessing, AFailureOfThePipelineIsNotTold)
+{
+    Use(zfmtRgbPlane8, 2);
+    out.width = 5;
+    out.height = 7;
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(out.width, 2u);
+    EXPECT_EQ(out.height, 2u);
+    EXPECT_EQ(out.size, 12u);
+    EXPECT_EQ(out.format, 6u);
+    EXPECT_EQ(Pixels(5), (Bytes{10, 21, 31, 40, 0xEE}));
+}
+
+TEST_F(PostProcessing, TheCameraIsTheFrames)
+{
+    FakeCamera &other = AddOpenCamera();
+    other.getImageFormat = 2;
+    ContextOf(other)->whiteBalance->SetRedScale(3.0f);
+    in.camera = HandleOf(other);
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(Pixels(2), (Bytes{30, 25}));
+    in.camera = nullptr;
+    EXPECT_EQ(Process(), 9u);
+}
+
+TEST_F(PostProcessing, BayerToRgbRunsTheFilterAlone)
+{
+    ContextOf(*camera)->whiteBalance->SetRedScale(3.0f);
+    out.format = zfmtBgr24;
+    Zerix_BayerToRgb(2, &in, &out);
+    EXPECT_EQ(Pixels(4), (Bytes{40, 25, 10, 40}));
+    EXPECT_EQ(out.width, 2u);
+    EXPECT_EQ(out.height, 2u);
+    EXPECT_EQ(out.size, 12u);
+    EXPECT_EQ(out.bitDepth, 8);
+    EXPECT_EQ(out.format, 8u);
+    const uint16_t selected[] = {0, 1, 2, 4, 4};
+    for (uint32_t algorithm = 1; algorithm <= 4; ++algorithm) {
+        Zerix_BayerToRgb(algorithm, &in, &out);
+        EXPECT_EQ(camera->GetBayerFilter()->GetAlgorithm(), selected[algorithm]);
+    }
+}
+
+TEST_F(PostProcessing, BayerToRgbOfAnUnknownAlgorithmDoesNothing)
+{
+    for (const uint32_t algorithm : {0u, 5u}) {
+        out.format = zfmtRgb24;
+        out.size = 1;
+        Zerix_BayerToRgb(algorithm, &in, &out);
+        EXPECT_EQ(out.size, 1u);
+        EXPECT_EQ(Pixels(1), Bytes{0xEE});
+    }
+    Zerix_BayerToRgb(2, nullptr, &out);
+    Zerix_BayerToRgb(2, &in, nullptr);
+    in.camera = nullptr;
+    Zerix_BayerToRgb(2, &in, &out);
+    EXPECT_EQ(Pixels(1), Bytes{0xEE});
+}
+
+TEST_F(PostProcessing, BayerToRgbDescribesAlsoWhatItDidNotMake)
+{
+    in.format = zfmtMono8;
+    out.format = zfmtRgb24;
+    out.width = 3;
+    out.height = 4;
+    Zerix_BayerToRgb(2, &in, &out);
+    EXPECT_EQ(out.size, 36u);
+    EXPECT_EQ(out.bitDepth, 8);
+    EXPECT_EQ(Pixels(1), Bytes{0xEE});
+}
+
+class VerticalZoom : public PostProcessing {
+protected:
+    // Rows of one value each.
+    void Expose(const Bytes &values, uint32_t width)
+    {
+        mosaic.clear();
+        for (const uint8_t value : values)
+            mosaic.insert(mosaic.end(), width, value);
+        in.pBuffer = mosaic.data();
+        in.size = static_cast<uint32_t>(mosaic.size());
+        in.width = width;
+        in.height = static_cast<uint32_t>(values.size());
+        in.bitDepth = 8;
+    }
+
+    // The first pixel of each row of the result.
+    Bytes Zoom(uint32_t height)
+    {
+        const std::unique_ptr<uint8_t[]> exact(new uint8_t[std::size_t{in.width} * height]);
+        std::memset(exact.get(), 0xEE, std::size_t{in.width} * height);
+        out.pBuffer = exact.get();
+        out.bufferSize = in.width * height;
+        out.height = height;
+        EXPECT_EQ(Zerix_BayerZoomVert(2, &in, &out), 0u);
+        Bytes rows;
+        for (uint32_t row = 0; row < height; ++row) {
+            rows.push_back(exact[std::size_t{row} * in.width]);
+            EXPECT_EQ(exact[std::size_t{row + 1} * in.width - 1], rows.back());
+        }
+        return rows;
+    }
+};
+
+TEST_F(VerticalZoom, MixesTheRowsBetween)
+{
+    Expose({10, 20, 40, 80}, 6);
+    // 0, 3, 4, 7 are exposed; 2: (2 x 10 + 40 + 2) / 3; 5: (20 + 2 x 80 + 2) / 3.
+    EXPECT_EQ(Zoom(8), (Bytes{10, 20, 20, 20, 40, 60, 40, 80}));
+    EXPECT_EQ(out.width, 6u);
+    EXPECT_EQ(out.bitDepth, 8);
+    Expose({10, 20, 40}, 6);
+    EXPECT_EQ(Zoom(6), (Bytes{10, 20, 20, 20, 40, 20}));
+}
+
+TEST_F(VerticalZoom, RepeatsRowsWhereThereIsLittle)
+{
+    Expose({10, 20}, 6);
+    EXPECT_EQ(Zoom(4), (Bytes{10, 20, 10, 20}));
+    Expose({10, 20, 40, 80}, 4);
+    EXPECT_EQ(Zoom(8), (Bytes{10, 20, 10, 20, 40, 80, 40, 80}));
+    Expose({10}, 6);
+    EXPECT_EQ(Zoom(2), (Bytes{10, 10}));
+}
+
+TEST_F(VerticalZoom, StaysInsideTheFrame)
+{
+    Expose({10, 20, 40, 80}, 6);
+    EXPECT_EQ(Zoom(7), (Bytes{10, 20, 20, 20, 40, 20, 40}));
+    EXPECT_EQ(Zoom(10), (Bytes{10, 20, 20, 20, 40, 60, 40, 80, 0xEE, 0xEE}));
+    in.size = 12; // two rows of the four
+    EXPECT_EQ(Zoom(8), (Bytes{10, 20, 10, 20, 0xEE, 0xEE, 0xEE, 0xEE}));
+    const std::unique_ptr<uint8_t[]> exact(new uint8_t[30]);
+    Expose({10, 20, 40, 80}, 6);
+    out.pBuffer = exact.get();
+    out.bufferSize = 30;
+    out.height = 8;
+    EXPECT_EQ(Zerix_BayerZoomVert(2, &in, &out), 0u);
+    EXPECT_EQ(exact[29], 40);
+}
+
+TEST_F(VerticalZoom, WorksOnWords)
+{
+    std::vector<uint16_t> words;
+    for (const uint16_t value : {uint16_t{1000}, uint16_t{2000}, uint16_t{65535}, uint16_t{8000}})
+        words.insert(words.end(), 5, value);
+    std::vector<uint16_t> high(40);
+    in.pBuffer = words.data();
+    in.size = 40;
+    in.width = 5;
+    in.height = 4;
+    in.bitDepth = 12;
+    in.format = zfmtBayer16;
+    out.pBuffer = high.data();
+    out.bufferSize = 80;
+    out.height = 8;
+    EXPECT_EQ(Zerix_BayerZoomVert(2, &in, &out), 0u);
+    std::vector<uint16_t> rows;
+    for (std::size_t row = 0; row < 8; ++row)
+        rows.push_back(high[row * 5 + 4]);
+    EXPECT_EQ(rows, (std::vector<uint16_t>{1000, 2000, 22512, 2000, 65535, 6000, 65535, 8000}));
+    EXPECT_EQ(out.bitDepth, 12);
+}
+
+TEST_F(VerticalZoom, OtherAlgorithmsAndFormats)
+{
+    for (const uint8_t algorithm : {uint8_t{0}, uint8_t{1}, uint8_t{3}, uint8_t{255}})
+        EXPECT_EQ(Zerix_BayerZoomVert(algorithm, &in, &out), 1u);
+    EXPECT_EQ(out.width, 0u);
+    EXPECT_EQ(Zerix_BayerZoomVert(2, nullptr, &out), 1u);
+    EXPECT_EQ(Zerix_BayerZoomVert(2, &in, nullptr), 1u);
+    in.format = zfmtMono8;
+    EXPECT_EQ(Zerix_BayerZoomVert(2, &in, &out), 0u);
+    EXPECT_EQ(out.width, 2u);
+    EXPECT_EQ(out.bitDepth, 8);
+    EXPECT_EQ(Pixels(1), Bytes{0xEE});
+}
+
+} // namespace
+} // namespace zerix::api
