@@ -156,6 +156,14 @@ const char *const kNotLoaded = "Zerix has not been loaded. Call Zerix_LoadDriver
 
 class ExportedFunctions : public ApiTest {};
 
+// Some calls tell what they were given before their first check.
+Lines WithoutRemarks(Lines lines)
+{
+    std::erase_if(lines,
+                  [](const std::string &line) { return line.find(" - ") < line.find(' ') + 3; });
+    return lines;
+}
+
 TEST_F(ExportedFunctions, AreAllTried)
 {
     std::multiset<std::string> tried(std::begin(kElsewhere), std::end(kElsewhere));
@@ -170,7 +178,8 @@ TEST_F(ExportedFunctions, AnswerNotLoadedInAPairOfLines)
     for (const ExportedFunction &function : kFunctions) {
         SCOPED_TRACE(function.name);
         EXPECT_EQ(function.call(), function.ifNotLoaded);
-        EXPECT_EQ(Take(), (Lines{StartLine(function), EndingLine(function.name, kNotLoaded, 8)}));
+        EXPECT_EQ(WithoutRemarks(Take()),
+                  (Lines{StartLine(function), EndingLine(function.name, kNotLoaded, 8)}));
         EXPECT_EQ(diag::ZLogDepth(), 0);
     }
 }

@@ -1,0 +1,142 @@
+// No filter takes anything from the heap for a frame, once it has seen one of that size.
+#include <gtest/gtest.h>
+
+#include "image/z_auto_exposure.h"
+#include "image/z_auto_white_balance.h"
+#include "image/z_bayer_interpolation.h"
+#include "image/z_benchmate_ratio_correction.h"
+#include "image/z_rgb_filter_wheel.h"
+#include "tests/hal/counting_allocator.h"
+#include "tests/image/filter_camera.h"
+
+namespace ZX {
+namespace {
+
+using zerix::test::AllocationsOfThisThread;
+
+constexpr uint32_t kWidth = 66;
+constexpr uint32_t kHeight = 20;
+
+class FilterAllocations : public testing::Test {
+protected:
+    FilterAllocations()
+    {
+        camera.getModel = 8;
+        camera.getImageFormat = 3;
+        camera.getMaxExposure = 1'000'000;
+    }
+
+    ZInImageBufferStruct Frame(uint32_t format, uint32_t depth, uint32_t colour = 5)
+    {
+        return {.pBuffer = m_input.Data(),
+                .size = kWidth * kHeight * (depth == 8 ? 1 : 2),
+                .width = kWidth,
+                .height = kHeight,
+                .bitDepth = depth,
+                .colourPattern = colour,
+                .imageFormat = format,
+                .filterColour = colour,
+                .symmetricalBinningMode = 2,
+                .camera = &camera};
+    }
+
+    // What the frames after the first take.
+    template <typename Work>
+    static uint64_t AllocationsOf(const Work &work)
+    {
+        work();
+        const uint64_t before = AllocationsOfThisThread();
+        work();
+        work();
+        return AllocationsOfThisThread() - before;
+    }
+
+    FilterCamera camera;
+    ExactBuffer m_input{size_t{kWidth} * kHeight * 6, 9};
+    ExactBuffer m_output{size_t{kWidth} * kHeight * 6, 9};
+};
+
+TEST_F(FilterAllocations, CountWhatTheyShould)
+{
+    EXPECT_EQ(AllocationsOf([] { delete new int; }), 2u);
+}
+
+TEST_F(FilterAllocations, Bayer)
+{
+    ZBayerInterpolation filter(1, 12);
+    filter.Init(8, 8); // smaller than the frames
+    for (const uint32_t format : {8u, 10u, 11u})
+        for (const uint16_t algorithm : {uint16_t{1}, uint16_t{2}, uint16_t{4}}) {
+            filter.SetOutputFormat(format);
+            filter.SetAlgorithm(algorithm);
+            const uint64_t count = AllocationsOf([&] {
+                auto in = Frame(format == 10 ? 5 : 4, format == 10 ? 12 : 8);
+                ZOutImageBufferStruct out{.pBuffer = m_output.Data()};
+                EXPECT_EQ(filter.Process(&in, &out), 0);
+            });
+            EXPECT_EQ(count, 0u) << format << " " << algorithm;
+        }
+}
+
+TEST_F(FilterAllocations, Wheel)
+{
+    ZRGBFilterWheel filter(8);
+    filter.Init(8, 8);
+    EXPECT_EQ(AllocationsOf([&] {
+                  for (const uint32_t colour : {0u, 1u, 3u}) {
+                      auto in = Frame(2, 8, colour);
+                      ZOutImageBufferStruct out{.pBuffer = m_output.Data()};
+                      EXPECT_EQ(filter.Process(&in, &out), colour == 3 ? 0 : 6);
+                  }
+              }),
+              0u);
+}
+
+TEST_F(FilterAllocations, WhiteBalance)
+{
+    const auto filter = std::make_unique<ZAutoWhiteBalance>(false);
+    for (const uint32_t format : {6u, 7u, 9u, 10u, 12u})
+        EXPECT_EQ(AllocationsOf([&] {
+                      auto in = Frame(format, format == 7 || format == 10 ? 12 : 8);
+                      ZOutImageBufferStruct out{.pBuffer = m_output.Data(), .imageFormat = format};
+                      EXPECT_EQ(filter->Process(&in, &out), 0);
+                  }),
+                  0u)
+            << format;
+}
+
+TEST_F(FilterAllocations, RatioCorrection)
+{
+    ZBenchmateRatioCorrection filter(0);
+    for (const bool isLive : {false, true})
+        EXPECT_EQ(AllocationsOf([&] {
+                      auto in = Frame(4, 8);
+                      in.lvwFlag = isLive;
+                      ZOutImageBufferStruct out{.pBuffer = m_output.Data()};
+                      EXPECT_EQ(filter.Process(&in, &out), 0);
+                  }),
+                  0u);
+}
+
+// On a camera whose setters take nothing themselves: the clamp makes them all the same.
+TEST_F(FilterAllocations, ExposureMeasures)
+{
+    ZAutoExposure filter(true);
+    filter.Init(kWidth, kHeight);
+    camera.calls.reserve(100);
+    const auto step = [&] {
+        auto in = Frame(2, 8);
+        EXPECT_EQ(filter.Process(&in, nullptr), 31);
+    };
+    const uint64_t ofTheStep = AllocationsOf(step);
+    const uint64_t ofTheCamera = AllocationsOf([&] {
+        camera.SetExposure(camera.getExposure);
+        camera.SetRGBFilterRedExposure(camera.getExposure);
+        camera.SetRGBFilterBlueExposure(camera.getExposure);
+        camera.UpdateSettingsOnCamera();
+    });
+    EXPECT_EQ(ofTheStep, ofTheCamera);
+}
+
+} // namespace
+} // namespace ZX
