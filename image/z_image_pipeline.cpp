@@ -21,6 +21,11 @@ constexpr uint64_t kLargestPixel = 6;
 
 uint64_t LargestResult(uint32_t width, uint32_t height) { return kLargestPixel * width * height; }
 
+// A camera's region has 12 bits for a side, whatever the camera says of its sensor. What is larger
+// all the same gets its room when it comes.
+constexpr uint64_t kLongestSide = 4095;
+constexpr uint64_t kMostAhead = kLargestPixel * kLongestSide * kLongestSide;
+
 void CopyImage(const ZInImageBufferStruct &in, ZOutImageBufferStruct &out)
 {
     if (in.size > 0 && in.pBuffer != out.pBuffer)
@@ -46,7 +51,7 @@ void ZImagePipeline::Setup(uint32_t width, uint32_t height)
     m_maximumHeight = height;
     m_scratch.reset();
     m_scratchSize = 0;
-    static_cast<void>(GrowScratch(LargestResult(width, height)));
+    static_cast<void>(GrowScratch(std::min(LargestResult(width, height), kMostAhead)));
     m_isSetUp = true;
 }
 

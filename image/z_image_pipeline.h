@@ -21,8 +21,9 @@ public:
     ZImagePipeline();
     ~ZImagePipeline() override;
 
-    // Stores the largest image in pixels and makes the scratch buffer for it. A failure to get it
-    // is not told here: ProcessImage then answers 5 where it needs it.
+    // Stores the largest image in pixels and makes the scratch buffer for it, but none beyond what
+    // a region's 12 bits a side allow. A failure to get it is not told here: ProcessImage then
+    // answers 5 where it needs it.
     void Setup(uint32_t width, uint32_t height);
 
     // Appends the filter, which stays its owner's, and runs its Init with the size of Setup.
