@@ -1,18 +1,15 @@
 // The table of camera models. Constant data.
 #include "sim/model_names.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace zerix::sim {
 namespace {
 
-struct ModelName {
+struct Model {
     uint32_t number;
     std::string_view name;
 };
 
-constexpr ModelName kModels[] = {
+constexpr Model kModels[] = {
     {5, "Astrel A1"},          {6, "Astrel A2"},   {7, "Sparrow B"},     {8, "Benchmate"},
     {9, "Astrel Intensified"}, {10, "Sparrow IR"}, {12, "Astrel C1"},    {13, "Astrel B1"},
     {14, "NoctisA1"},          {15, "Astrel E1"},  {16, "OEM Camera 3"}, {18, "Astrel C2"},
@@ -25,23 +22,26 @@ constexpr ModelName kModels[] = {
 
 uint32_t FindModel(std::string_view name)
 {
-    for (const ModelName &model : kModels) {
+    for (const Model &model : kModels) {
         if (model.name == name)
             return model.number;
     }
     return 0;
 }
 
-bool IsModel(uint32_t number)
+std::string_view ModelName(uint32_t number)
 {
-    return std::any_of(std::begin(kModels), std::end(kModels),
-                       [number](const ModelName &model) { return model.number == number; });
+    for (const Model &model : kModels) {
+        if (model.number == number)
+            return model.name;
+    }
+    return {};
 }
 
 std::string KnownModels()
 {
     std::string models;
-    for (const ModelName &model : kModels) {
+    for (const Model &model : kModels) {
         models += models.empty() ? "" : ", ";
         models += std::to_string(model.number) + " \"" + std::string(model.name) + "\"";
     }

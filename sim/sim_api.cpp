@@ -3,32 +3,17 @@
 #include <optional>
 #include <string>
 
+#include "sim/sim_error.h"
 #include "sim/virtual_bus.h"
 #include "zerix/zerix_sim.h"
 
 namespace {
 
+using zerix::sim::Fail;
+using zerix::sim::NullPointer;
+using zerix::sim::Succeed;
 using zerix::sim::VirtualBus;
 using zerix::sim::VirtualCamera;
-
-thread_local std::string lastErrorText;
-
-uint32_t Fail(uint32_t number, std::string sentence)
-{
-    lastErrorText = std::move(sentence);
-    return number;
-}
-
-uint32_t Succeed()
-{
-    lastErrorText.clear();
-    return ZERIX_SIM_OK;
-}
-
-uint32_t NullPointer()
-{
-    return Fail(ZERIX_SIM_BAD_PARAMETER, "A pointer that must be given is null.");
-}
 
 uint32_t NoSuchCamera(uint32_t camera)
 {
@@ -56,7 +41,7 @@ uint32_t ZerixSim_ChooseRack(const char *rack)
     return result == ZERIX_SIM_OK ? Succeed() : Fail(result, std::move(error));
 }
 
-const char *ZerixSim_LastErrorText(void) { return lastErrorText.c_str(); }
+const char *ZerixSim_LastErrorText(void) { return zerix::sim::LastErrorText(); }
 
 uint32_t ZerixSim_CameraCount(uint32_t *count)
 {

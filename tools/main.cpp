@@ -35,6 +35,7 @@ int Run(int argc, char **argv)
 {
     CommonOptions common;
     GrabOptions grab;
+    PreviewOptions preview;
     CLI::App app{
         "Lists scientific FireWire cameras, shows what they can do, and takes pictures with "
         "them.\nThe options before COMMAND may also stand behind it.",
@@ -46,6 +47,7 @@ int Run(int argc, char **argv)
     app.footer("Examples:\n"
                "  zerix list                           the cameras on the bus\n"
                "  zerix --sim grab -o cells.png        a picture from a virtual camera\n"
+               "  zerix --rack family-1 list           the oldest virtual cameras\n"
                "  zerix grab --camera 1 -n 5 -o m.fits five pictures, m-0001.fits to m-0005.fits");
 
     auto *list = app.add_subcommand("list", "List the cameras on the bus");
@@ -53,6 +55,10 @@ int Run(int argc, char **argv)
 
     auto *info = app.add_subcommand("info", "Show what a camera is and can do");
     info->callback([&] { ShowInfo(common); });
+
+    auto *racks =
+        app.add_subcommand("racks", "List the known racks of virtual cameras, and the scenes");
+    racks->callback([&] { ListRacks(common); });
 
     auto *take = app.add_subcommand("grab", "Take pictures at the camera's present settings");
     take->add_option("-o,--output", grab.file,
@@ -66,6 +72,16 @@ int Run(int argc, char **argv)
         ->check(CLI::Range(1u, 100000u))
         ->type_name("N");
     take->callback([&] { Grab(common, grab); });
+
+    auto *look = app.add_subcommand(
+        "preview", "Take a picture for a quick look: small, stretched, in colour if there is any");
+    look->add_option("-o,--output", preview.file, "The file, in the format PPM")
+        ->required()
+        ->type_name("FILE");
+    look->add_option("--size", preview.longestSide, "Most pixels of the longer side (default: 400)")
+        ->check(CLI::Range(16u, 4096u))
+        ->type_name("N");
+    look->callback([&] { ShowPreview(common, preview); });
 
     try {
         app.parse(argc, argv);

@@ -109,11 +109,14 @@ const ZerixCameraListItem &Session::Chosen() const
 {
     if (m_options.camera.empty())
         return m_cameras.front();
+    for (const auto number : {&ZerixCameraListItem::cameraId, &ZerixCameraListItem::uniqueId}) {
+        for (const auto &item : m_cameras) {
+            if (m_options.camera == std::to_string(item.*number))
+                return item;
+        }
+    }
     std::string known;
     for (const auto &item : m_cameras) {
-        if (m_options.camera == std::to_string(item.cameraId) ||
-            m_options.camera == std::to_string(item.uniqueId))
-            return item;
         known += fmt::format("{}{} (unique identifier {})", known.empty() ? "" : ", ",
                              item.cameraId, item.uniqueId);
     }

@@ -35,6 +35,43 @@ enum {
  * for the built-in one. Everything starts anew: clock, seed, faults. Not while a device is open. */
 ZERIX_API uint32_t ZerixSim_ChooseRack(const char *rack);
 
+/* The racks that are known by name, for a program that offers a choice: those that are built in,
+ * and those that are installed when the first of these functions is called. Texts that don't fit
+ * are cut off. Both functions give ZERIX_SIM_NOT_KNOWN for a number that isn't there. */
+typedef struct ZerixSimRack {
+    char name[64];     /* for ZerixSim_ChooseRack */
+    char meaning[256]; /* one line; of an installed rack that can't be used, why */
+    uint32_t speed;    /* of the bus, Mb/s */
+    uint32_t isFastClock;
+    uint32_t isBuiltIn;
+    uint32_t cameraCount;
+} ZerixSimRack;
+ZERIX_API uint32_t ZerixSim_RackCount(uint32_t *count);
+ZERIX_API uint32_t ZerixSim_GetRack(uint32_t index, ZerixSimRack *rack);
+
+/* A camera of such a rack, counted from 0. What the driver makes of it may differ: it goes by the
+ * sensor too. */
+typedef struct ZerixSimRackCamera {
+    uint32_t model;    /* number */
+    uint32_t uniqueId; /* the lower half, as in the driver's list */
+    uint32_t width;    /* of the sensor, pixels */
+    uint32_t height;
+    char modelName[32]; /* empty for a number that belongs to no model */
+    char serial[28];
+    char sensor[32];
+    char scene[64];
+} ZerixSimRackCamera;
+ZERIX_API uint32_t ZerixSim_GetRackCamera(uint32_t rack, uint32_t camera,
+                                          ZerixSimRackCamera *description);
+
+/* The scenes that a camera may look at. */
+typedef struct ZerixSimScene {
+    char usage[32]; /* "cells", "flat[:PHOTONS]", … */
+    char meaning[128];
+} ZerixSimScene;
+ZERIX_API uint32_t ZerixSim_SceneCount(uint32_t *count);
+ZERIX_API uint32_t ZerixSim_GetScene(uint32_t index, ZerixSimScene *scene);
+
 /* The sentence of this thread's last error; never null. Valid until the thread's next call. */
 ZERIX_API const char *ZerixSim_LastErrorText(void);
 

@@ -6,6 +6,8 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -55,7 +57,8 @@ TEST_F(Tool, HelpNamesEveryVerbAndTheWaysOn)
     const Outcome help = Run("--help");
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.err, "");
-    for (const char *word : {"list", "info", "grab", "--sim", "--rack", "--camera", "--json"})
+    for (const char *word :
+         {"list", "info", "racks", "grab", "preview", "--sim", "--rack", "--camera", "--json"})
         EXPECT_NE(help.out.find(word), std::string::npos) << word;
 }
 
@@ -120,6 +123,124 @@ TEST_F(Tool, InfoShowsTheChosenCamera)
     EXPECT_NE(table.out.find("maximum bit depth"), std::string::npos);
 }
 
+// Names and numbers as the driver tells them: a camera of model 5 with the sensor of a B1 is one.
+TEST_F(Tool, ListsEveryModelOfTheFamily)
+{
+    using Names = std::vector<std::string>;
+    const std::pair<const char *, Names> kRacks[] = {
+        {"family-1",
+         {"Astrel A1", "Astrel B1", "Astrel A2", "Sparrow B", "Benchmate", "Benchmate",
+          "Astrel Intensified", "Sparrow IR", "Astrel C1", "Astrel F1"}},
+        {"family-2",
+         {"Astrel B1", "NoctisA1", "Astrel E1", "OEM Camera 3", "Astrel C2", "Astrel B2",
+          "Astrel C3", "Astrel B3"}},
+        {"family-3",
+         {"Noctis C1", "Astrel F1", "Noctis A2", "Astrel E2", "Merid Cobalt", "Merid Teal",
+          "Astrel G1", "OXA", "MT1", "Unknown"}}};
+    for (const auto &[rack, expected] : kRacks) {
+        const Outcome outcome = Run("--rack " + std::string(rack) + " list --json");
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        Names names;
+        for (const auto &camera : nlohmann::json::parse(outcome.out))
+            names.push_back(camera["model"]);
+        EXPECT_EQ(names, expected);
+    }
+}
+
+// Every information key, and null where the camera has no such value.
+TEST_F(Tool, InfoAsJsonHasEveryKey)
+{
+    const auto json = nlohmann::json::parse(Run("--rack family-1 info --camera 6 --json").out);
+    for (const char *name : {"camera_type",
+                             "serial_number",
+                             "hardware_version",
+                             "firmware_version",
+                             "ccd_model",
+                             "maximum_bit_depth",
+                             "cooled",
+                             "reserved",
+                             "image_width",
+                             "image_height",
+                             "image_size",
+                             "ccd_type",
+                             "ccd_width",
+                             "ccd_height",
+                             "firmware_build",
+                             "unique_identifier",
+                             "model_b",
+                             "intensifier_model",
+                             "exposure_resolution",
+                             "trigger_delay_resolution",
+                             "streaming_version",
+                             "normalised_gain_significant_figures",
+                             "normalised_gain_resolution",
+                             "intensifier_gain_significant_figures",
+                             "intensifier_gain_resolution",
+                             "regulated_cooling",
+                             "temperature_locked",
+                             "fan_control",
+                             "high_sensitivity_mode",
+                             "blackout_mode",
+                             "post_processed_image_size",
+                             "asymmetrical_binning",
+                             "em_gain",
+                             "shutter_close_delay",
+                             "filter_wheel",
+                             "dither_control",
+                             "high_gain_mode",
+                             "vertical_clock_control",
+                             "keelem_mode",
+                             "locked_gain_mode"}) {
+        ASSERT_TRUE(json.contains(name)) << name;
+        EXPECT_TRUE(json[name].is_number()) << name;
+    }
+    EXPECT_EQ(json.size(), 42U) << "40 keys, model and serial";
+    EXPECT_EQ(json["camera_type"], 9);
+    EXPECT_EQ(json["intensifier_model"], 1);
+    EXPECT_EQ(json["filter_wheel"], 1);
+    EXPECT_EQ(json["em_gain"], 0);
+}
+
+TEST_F(Tool, InfoShowsEveryCameraOfTheFamily)
+{
+    for (const auto &[rack, count] :
+         {std::pair{"family-1", 10}, std::pair{"family-2", 8}, std::pair{"family-3", 10}}) {
+        for (int camera = 0; camera < count; ++camera) {
+            const Outcome outcome =
+                Run("--rack " + std::string(rack) + " info --camera " + std::to_string(camera));
+            EXPECT_EQ(outcome.status, 0) << rack << " " << camera << " " << outcome.err;
+            EXPECT_NE(outcome.out.find("CCD width"), std::string::npos) << rack << " " << camera;
+        }
+    }
+}
+
+TEST_F(Tool, RacksTellsTheKnownRacksAndScenes)
+{
+    const Outcome table = Run("racks", "ZERIX_RACKS='" + Path("") + "'");
+    EXPECT_EQ(table.status, 0) << table.err;
+    for (const char *word : {"default: ", "family-3: ", "Astrel Intensified", "KAF-3200",
+                             "2560 x 1920", "model 11", "flat[:PHOTONS]", "positions"})
+        EXPECT_NE(table.out.find(word), std::string::npos) << word;
+    EXPECT_EQ(table.out.find("mine: "), std::string::npos);
+
+    Write("mine.toml", "meaning = \"my own\"\n[[camera]]\nmodel = \"Astrel C2\"\n");
+    Write("worse.toml", "[[camera]]\nmodel = \"Astrel Z9\"\n");
+    const Outcome outcome = Run("racks --json", "ZERIX_RACKS='" + Path("") + "'");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const auto json = nlohmann::json::parse(outcome.out);
+    ASSERT_EQ(json["racks"].size(), 6U);
+    EXPECT_EQ(json["racks"][1]["name"], "family-1");
+    EXPECT_EQ(json["racks"][1]["speed"], 400);
+    EXPECT_EQ(json["racks"][1]["built_in"], true);
+    EXPECT_EQ(json["racks"][1]["cameras"][9]["model"], "Astrel F1");
+    EXPECT_EQ(json["racks"][4]["name"], "mine");
+    EXPECT_EQ(json["racks"][4]["meaning"], "my own");
+    EXPECT_EQ(json["racks"][4]["built_in"], false);
+    EXPECT_EQ(json["racks"][5]["cameras"].size(), 0U);
+    EXPECT_NE(std::string(json["racks"][5]["meaning"]).find("worse.toml:2"), std::string::npos);
+    EXPECT_EQ(json["scenes"].size(), 9U);
+}
+
 TEST_F(Tool, AnUnknownCameraListsTheKnownOnes)
 {
     const Outcome outcome = Run("--sim info --camera 9");
@@ -159,6 +280,38 @@ TEST_F(Tool, GrabSaysWhatItTook)
     EXPECT_EQ(json["exposure_ns"], 16'384'000);
     EXPECT_EQ(json["gain"], 1.0);
     EXPECT_EQ(json["binning"], nlohmann::json::array({1, 1}));
+}
+
+// Of a mosaic the colours, of flat light a flat picture: a small rack for each.
+TEST_F(Tool, APreviewIsSmallAndInColour)
+{
+    Write("two.toml", "[[camera]]\nmodel = \"Astrel B2\"\nsensor = 53\nscene = \"colour-chart\"\n"
+                      "[[camera]]\nmodel = \"Astrel C2\"\nscene = \"gradient\"\n");
+    const Outcome colour = Run("--rack two.toml preview --size 160 -o colour.ppm");
+    EXPECT_EQ(colour.status, 0) << colour.err;
+    EXPECT_EQ(colour.out, "colour.ppm: Astrel B2, 160 x 120\n");
+    const std::string chart = Contents(Path("colour.ppm"));
+    ASSERT_TRUE(chart.starts_with("P6\n160 120\n255\n"));
+    ASSERT_EQ(chart.size(), 15U + 160 * 120 * 3);
+    size_t coloured = 0;
+    for (size_t i = 15; i + 2 < chart.size(); i += 3) {
+        const auto red = static_cast<uint8_t>(chart[i]);
+        const auto blue = static_cast<uint8_t>(chart[i + 2]);
+        coloured += red > blue + 60 || blue > red + 60 ? 1 : 0;
+    }
+    EXPECT_GT(coloured, 160U * 120 / 4);
+
+    EXPECT_EQ(Run("--rack two.toml --camera 1 preview --size 100 -o grey.ppm").status, 0);
+    const std::string grey = Contents(Path("grey.ppm"));
+    ASSERT_TRUE(grey.starts_with("P6\n99 74\n255\n")) << grey.substr(0, 12); // blocks of 14
+    for (size_t i = 13; i + 2 < grey.size(); i += 3) {
+        ASSERT_EQ(grey[i], grey[i + 1]);
+        ASSERT_EQ(grey[i], grey[i + 2]);
+    }
+    EXPECT_LT(static_cast<uint8_t>(grey[13]), 40);
+    EXPECT_GT(static_cast<uint8_t>(grey[13 + 98 * 3]), 215);
+    EXPECT_EQ(Run("--rack two.toml preview -o nowhere/p.ppm").err,
+              "zerix: nowhere/p.ppm can't be written.\n");
 }
 
 TEST_F(Tool, ABayerCameraNamesItsMosaic)
