@@ -7,56 +7,32 @@ namespace zerix::api {
 
 static constexpr uint32_t kSuccess = ZERIX_SUCCESS;
 
-namespace {
+ExportedCall::ExportedCall(const char *name) : m_name(name) { diag::ZLogStart(name); }
 
-// Frames of this thread that are open.
-thread_local uint32_t t_openFrames = 0;
-
-} // namespace
-
-// Calls inside a call are many where a value is checked. While nothing is traced they aren't
-// counted in the log's depth: it would take longer than the work that they do.
-ExportedCall::ExportedCall(const char *name, bool isTraced)
-    : m_name(name), m_isTraced(isTraced),
-      m_isCounted(isTraced && (t_openFrames == 0 || diag::Switches().outputEnabled.IsOn()))
+ExportedCall::ExportedCall(const char *name, Param32 param) : m_name(name)
 {
-    ++t_openFrames;
+    diag::ZLogStartParam32(name, param.key);
 }
 
-ExportedCall::ExportedCall(const char *name) : ExportedCall(name, true)
+ExportedCall::ExportedCall(const char *name, ParamS32 param) : m_name(name)
 {
-    if (m_isCounted)
-        diag::ZLogStart(name);
+    diag::ZLogStartParamS32(name, param.key);
 }
 
-ExportedCall::ExportedCall(const char *name, Param32 param) : ExportedCall(name, true)
+ExportedCall::ExportedCall(const char *name, Param64 param) : m_name(name)
 {
-    if (m_isCounted)
-        diag::ZLogStartParam32(name, param.key);
+    diag::ZLogStartParam64(name, param.key);
 }
 
-ExportedCall::ExportedCall(const char *name, ParamS32 param) : ExportedCall(name, true)
+ExportedCall::ExportedCall(const char *name, Info info) : m_name(name)
 {
-    if (m_isCounted)
-        diag::ZLogStartParamS32(name, param.key);
-}
-
-ExportedCall::ExportedCall(const char *name, Param64 param) : ExportedCall(name, true)
-{
-    if (m_isCounted)
-        diag::ZLogStartParam64(name, param.key);
-}
-
-ExportedCall::ExportedCall(const char *name, Info info) : ExportedCall(name, true)
-{
-    if (m_isCounted)
-        diag::ZLogStartGetInfo(name, info.key);
+    diag::ZLogStartGetInfo(name, info.key);
 }
 
 ExportedCall::ExportedCall(const char *name, TracedIf condition)
-    : ExportedCall(name, condition.isTraced)
+    : m_name(name), m_isTraced(condition.isTraced)
 {
-    if (m_isCounted)
+    if (m_isTraced)
         diag::ZLogStart(name);
 }
 
@@ -64,7 +40,6 @@ ExportedCall::~ExportedCall()
 {
     if (!m_isEnded)
         End(kExceptionError);
-    --t_openFrames;
 }
 
 uint32_t ExportedCall::EndAs(const char *name, uint32_t code)
@@ -73,9 +48,9 @@ uint32_t ExportedCall::EndAs(const char *name, uint32_t code)
         return code;
     m_isEnded = true;
     const auto narrow = static_cast<uint16_t>(code);
-    if (m_isCounted)
+    if (m_isTraced)
         diag::ZLogEnd(name, narrow);
-    else if (!m_isTraced && code != ZERIX_SUCCESS)
+    else if (code != ZERIX_SUCCESS)
         diag::ZLogEndError(name, narrow);
     return code;
 }

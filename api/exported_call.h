@@ -80,11 +80,8 @@ public:
     void SetEnded() { m_isEnded = true; }
 
 private:
-    ExportedCall(const char *name, bool isTraced);
-
     const char *m_name;
-    bool m_isTraced;
-    bool m_isCounted; // in the depth of the log
+    bool m_isTraced = true;
     bool m_isEnded = false;
 };
 

@@ -21,16 +21,38 @@ struct Known {
     }
 };
 
+// While calls are traced, what they ask of each other shows in the log too.
+inline bool IsTraced() { return diag::Switches().outputEnabled.IsOn(); }
+
+// What the support test of an open camera answers.
+template <typename T>
+uint32_t FindSupport(ZX::ZCamera &camera, uint32_t key)
+{
+    const ParamRow<T> *const row = FindRow(ParamFamily<T>::Rows(), key);
+    const bool isYes = row != nullptr && row->isSupported != nullptr && row->isSupported(camera);
+    return isYes ? ZERIX_SUCCESS : ZERIX_ERROR_NOT_SUPPORTED;
+}
+
 // The record's camera supports the key; 1. Whatever else the support test answers, as it does for a
 // camera that is closed or that another process holds, doesn't stop the call.
 template <typename T>
 struct Supported {
     const Zerix_Settings *settings;
     uint32_t key;
+
+    [[nodiscard]] uint32_t Ask() const
+    {
+        const ZerixHandle handle = tables::GetCamera(settings);
+        if (IsTraced())
+            return ParamFamily<T>::kIsSupported(handle, key);
+        ZX::ZCamera *const camera = CameraOf(handle);
+        if (camera == nullptr || !camera->IsCameraOpen() || !camera->DoWeHaveExclusiveAccess())
+            return ZERIX_ERROR_BAD_HANDLE;
+        return FindSupport<T>(*camera, key);
+    }
     uint32_t operator()(ExportedCall &) const
     {
-        const uint32_t answer = ParamFamily<T>::kIsSupported(tables::GetCamera(settings), key);
-        return answer == ZERIX_ERROR_NOT_SUPPORTED ? ZERIX_ERROR_NOT_SUPPORTED : ZERIX_SUCCESS;
+        return Ask() == ZERIX_ERROR_NOT_SUPPORTED ? ZERIX_ERROR_NOT_SUPPORTED : ZERIX_SUCCESS;
     }
 };
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <span>
 
+#include "api/param_questions.h"
 #include "api/table_checks.h"
 
 namespace zerix::api {
@@ -65,7 +66,7 @@ uint32_t StoreListedFormat(const WriteRecord &record, uint32_t key, uint32_t val
 {
     std::array<uint32_t, 20> formats;
     int32_t count = formats.size();
-    const uint32_t error = Zerix_GetParamSparseTable(record.settings, key, formats.data(), &count);
+    const uint32_t error = AskTable(record.settings, key, formats.data(), count);
     const auto end = formats.begin() + (error == ZERIX_SUCCESS ? count : 0);
     if (std::find(formats.begin(), end, value) == end)
         return ZERIX_ERROR_BAD_PARAMETER;
@@ -81,12 +82,12 @@ uint32_t StoreInRange(const WriteRecord &record, uint32_t key, uint32_t value)
 
 uint32_t StoreByClass(const WriteRecord &record, uint32_t key, uint32_t value)
 {
-    if (Zerix_IsSparseTable(record.settings, key) == ZERIX_SUCCESS) {
+    if (IsSparse(record.settings, key)) {
         if (const uint32_t error = CheckSparseTableEntry(record.settings, key, value))
             return error;
         return Store(record, key, value);
     }
-    if (Zerix_IsRangeTable(record.settings, key) == ZERIX_SUCCESS)
+    if (IsRange(record.settings, key))
         return StoreInRange(record, key, value);
     return ZERIX_ERROR_NOT_SUPPORTED;
 }

@@ -1,61 +1,18 @@
 // The smallest and the largest value of a parameter on a record's camera.
-#include <array>
 #include <exception>
 
-#include "api/param_checks.h"
+#include "api/param_questions.h"
 
 using namespace zerix;
 using namespace zerix::api;
 
 namespace {
 
-enum class Side { kMinimum, kMaximum };
-
+// Signed and 64-bit keys have no lists, which would go before.
 template <typename T>
-uint32_t FromRow(const ReadRecord &record, uint32_t key, Side side, T &value)
+uint32_t FindLimit(const ReadRecord &record, uint32_t key, Side side, T &value)
 {
-    const ParamRow<T> &row = ParamFamily<T>::Rows()[key];
-    const ParamLimit<T> limit = side == Side::kMinimum ? row.minimum : row.maximum;
-    if (limit == nullptr || !HasKey(row, record.isCurrent))
-        return ZERIX_ERROR_NOT_SUPPORTED;
-    const auto found = limit(record.camera);
-    if (!found.has_value())
-        return ZERIX_ERROR_NOT_SUPPORTED;
-    value = *found;
-    return ZERIX_SUCCESS;
-}
-
-// The first or the last entry; an empty table has neither.
-uint32_t FromSparseTable(const Zerix_Settings *settings, uint32_t key, Side side, uint32_t &value)
-{
-    std::array<uint32_t, 100> entries;
-    int32_t count = entries.size();
-    if (const auto error = Zerix_GetParamSparseTable(settings, key, entries.data(), &count))
-        return error;
-    if (count == 0)
-        return ZERIX_ERROR_NOT_SUPPORTED;
-    value = entries[side == Side::kMinimum ? 0 : static_cast<std::size_t>(count) - 1];
-    return ZERIX_SUCCESS;
-}
-
-bool IsSparseAlone(const Zerix_Settings *settings, uint32_t key)
-{
-    return Zerix_IsSparseTable(settings, key) == ZERIX_SUCCESS &&
-           Zerix_IsRangeTable(settings, key) != ZERIX_SUCCESS;
-}
-
-template <typename T>
-uint32_t Limit(const Zerix_Settings *settings, uint32_t key, Side side, T &value)
-{
-    return FromRow(Bind(settings), key, side, value);
-}
-
-template <>
-uint32_t Limit(const Zerix_Settings *settings, uint32_t key, Side side, uint32_t &value)
-{
-    if (IsSparseAlone(settings, key))
-        return FromSparseTable(settings, key, side, value);
-    return FromRow(Bind(settings), key, side, value);
+    return FindLimitInRow(record, key, side, value);
 }
 
 // As with the values themselves, the log shows what the caller's variable holds then.
@@ -67,7 +24,7 @@ uint32_t GetLimit(ExportedCall &call, const Zerix_Settings *settings, uint32_t k
                                       GoodSettings(settings), OpenRecord(settings),
                                       Supported<T>{settings, key}, Known<T>{key}))
         return error;
-    const uint32_t error = Limit(settings, key, side, *value);
+    const uint32_t error = FindLimit(Bind(settings), key, side, *value);
     ParamFamily<T>::kDump(key, *value);
     return error;
 }

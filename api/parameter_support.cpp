@@ -12,11 +12,9 @@ template <typename T>
 uint32_t IsSupported(ExportedCall &call, ZerixHandle camera, uint32_t key)
 {
     if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      Open(camera), Exclusive(camera), Known<T>{key}))
+                                      Open(camera), Exclusive(camera)))
         return error;
-    const ParamSupport isSupported = ParamFamily<T>::Rows()[key].isSupported;
-    const bool isYes = isSupported != nullptr && isSupported(*CameraOf(camera));
-    return isYes ? ZERIX_SUCCESS : ZERIX_ERROR_NOT_SUPPORTED;
+    return FindSupport<T>(*CameraOf(camera), key);
 }
 
 } // namespace

@@ -2,8 +2,7 @@
 // that supports it; what a list holds depends on the camera.
 #include <exception>
 
-#include "api/param_checks.h"
-#include "api/sparse_table.h"
+#include "api/param_questions.h"
 
 using namespace zerix;
 using namespace zerix::api;
@@ -29,7 +28,7 @@ struct Sparse {
 };
 
 template <typename T>
-uint32_t IsRange(ExportedCall &call, const Zerix_Settings *settings, uint32_t key)
+uint32_t IsRangeOf(ExportedCall &call, const Zerix_Settings *settings, uint32_t key)
 {
     if (const auto error = call.Check(Loaded(), NotNull(settings, kIfNull), GoodSettings(settings),
                                       Supported<T>{settings, key}, Known<T>{key}))
@@ -69,11 +68,10 @@ uint32_t FillTable(ExportedCall &call, const Zerix_Settings *settings, uint32_t 
     if (const auto error = call.Check(Supported<uint32_t>{settings, key}, Known<uint32_t>{key},
                                       Sparse{key}, NotNull(camera, ZERIX_ERROR_BAD_SETTINGS)))
         return error;
-    SparseTable table(entries, *size);
-    kParamRows[key].list(*CameraOf(camera), table);
-    *size = table.Count();
-    diag::ZerixDebugOutputSparseTable(key, entries, *size);
-    return ZERIX_SUCCESS;
+    const uint32_t error = FindTable(Bind(settings), key, entries, *size);
+    if (error == ZERIX_SUCCESS)
+        diag::ZerixDebugOutputSparseTable(key, entries, *size);
+    return error;
 }
 
 } // namespace
@@ -81,7 +79,7 @@ uint32_t FillTable(ExportedCall &call, const Zerix_Settings *settings, uint32_t 
 uint32_t Zerix_IsRangeTable(const Zerix_Settings *settings, uint32_t key)
 try {
     ExportedCall call(__func__, Param32{key});
-    return call.End(IsRange<uint32_t>(call, settings, key));
+    return call.End(IsRangeOf<uint32_t>(call, settings, key));
 } catch (const std::exception &) {
     return kExceptionError;
 }
@@ -89,7 +87,7 @@ try {
 uint32_t Zerix_IsRangeTableS32(const Zerix_Settings *settings, uint32_t key)
 try {
     ExportedCall call(__func__, ParamS32{key});
-    return call.End(IsRange<int32_t>(call, settings, key));
+    return call.End(IsRangeOf<int32_t>(call, settings, key));
 } catch (const std::exception &) {
     return kExceptionError;
 }
@@ -97,7 +95,7 @@ try {
 uint32_t Zerix_IsRangeTable64(const Zerix_Settings *settings, uint32_t key)
 try {
     ExportedCall call(__func__, Param64{key});
-    return call.End(IsRange<uint64_t>(call, settings, key));
+    return call.End(IsRangeOf<uint64_t>(call, settings, key));
 } catch (const std::exception &) {
     return kExceptionError;
 }

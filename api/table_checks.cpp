@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include "diag/trace_log.h"
+#include "api/param_questions.h"
 
 namespace zerix::api {
 namespace {
@@ -21,7 +21,7 @@ uint32_t CheckSparseTableEntry(const Zerix_Settings *settings, uint32_t key, uin
 {
     std::array<uint32_t, 30> entries;
     int32_t count = entries.size();
-    if (const auto error = Zerix_GetParamSparseTable(settings, key, entries.data(), &count))
+    if (const auto error = AskTable(settings, key, entries.data(), count))
         return Failed(__func__, error);
     const auto end = entries.begin() + count;
     return std::find(entries.begin(), end, value) != end ? ZERIX_SUCCESS
@@ -32,9 +32,9 @@ uint32_t CheckRangeTableEntry(const Zerix_Settings *settings, uint32_t key, uint
 {
     uint32_t maximum = 0;
     uint32_t minimum = 0;
-    if (const auto error = Zerix_GetParamMax(settings, key, &maximum))
+    if (const auto error = AskLimit(settings, key, Side::kMaximum, maximum))
         return Failed(__func__, error);
-    if (const auto error = Zerix_GetParamMin(settings, key, &minimum))
+    if (const auto error = AskLimit(settings, key, Side::kMinimum, minimum))
         return Failed(__func__, error);
     return value >= minimum && value <= maximum ? ZERIX_SUCCESS : ZERIX_ERROR_BAD_PARAMETER;
 }

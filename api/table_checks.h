@@ -1,6 +1,7 @@
 // Whether a value is one that a parameter key may have, by the key's class. Each answers 0, 2 for a
 // value that is refused, or the error of the calls that it asks: that one it tells in the log, as a
-// phrase under its own name beside the end line of the call that checks.
+// phrase under its own name beside the end line of the call that checks. The call has checked the
+// record, and that the camera supports the key.
 #pragma once
 
 #include <cstdint>

@@ -54,6 +54,8 @@ def main():
                 print(f'| {name} | {time} | {ratio:.2f} ({partner}) | {wanted} |')
         elif name.startswith('sensor'):
             print(f"| {name} | {run['items_per_second'] / 1e6:.0f} Mpixel/s | | 60 Mpixel/s |")
+        elif first in ('GetParam', 'SetParam'):
+            print(f'| {name} | {time} | | under 150 ns |')
         elif name.startswith('ListOpenClose'):
             print(f'| {name} | {time} | | under 20 ms |')
     return 0

@@ -103,6 +103,19 @@ protected:
         return {bytes, bytes + 276};
     }
 
+    // Calls answer the same whether they are traced or not, though they ask each other differently.
+    template <typename Check>
+    void TracedAndNot(Check check)
+    {
+        for (const char *const text : {"outputEnabled = 1\n", ""}) {
+            SCOPED_TRACE(text);
+            Configure(text);
+            diag::ZLogOpen();
+            check();
+        }
+        EXPECT_EQ(diag::ZLogDepth(), 0);
+    }
+
     // Which values the log shows, beside the lines of the calls.
     void ShowSettings()
     {

@@ -60,18 +60,45 @@ struct Limits {
 };
 
 const Limits kLimits[] = {
-    {0, 100, 4000},  {1, 101, 4001},    {2, 102, 4002},    {3, 1, 8},
-    {4, 2, 4},       {5, 5, 5},         {6, 0, 1}, // the first of the frequencies, which are told
-                                                   // from the fastest
-    {7, 3, 9},                                     // first and last of the list, in its order
-    {8, 0, 3},       {9, 0, 1},         {10, 102, 4002},   {11, 102, 4002},
-    {12, 0, 12},     {13, 0, 1391},     {14, 0, 1039},     {15, 1, 1392},
-    {16, 1, 1040},   {19, 0, 1},        {20, 6, 4},        {21, 0, 1'000'000},
-    {22, 122, 4022}, {23, 123, 4023},   {24, 0, 1},        {25, 251, 31'620'000},
-    {26, 122, 4022}, {28, 10, 100'000}, {29, 10, 100'000}, {30, 10, 100'000},
-    {31, 1, 4},      {32, 0, 12},       {33, 1, 4},        {36, 1, 1},
-    {37, 137, 4037}, {39, 139, 4039},   {42, 0, 1},        {43, 0, 1},
-    {44, 144, 4044}, {52, 2, 250},
+    {0, 100, 4000},
+    {1, 101, 4001},
+    {2, 102, 4002},
+    {3, 1, 8},
+    {4, 2, 4},
+    {5, 5, 5},
+    {6, 0, 1}, // the first of the frequencies, which are told
+               // from the fastest
+    {7, 3, 9}, // first and last of the list, in its order
+    {8, 0, 3},
+    {9, 0, 1},
+    {10, 102, 4002},
+    {11, 102, 4002},
+    {12, 0, 12},
+    {13, 0, 1391},
+    {14, 0, 1039},
+    {15, 1, 1392},
+    {16, 1, 1040},
+    {19, 0, 1},
+    {20, 6, 4},
+    {21, 0, 1'000'000},
+    {22, 122, 4022},
+    {23, 123, 4023},
+    {24, 0, 1},
+    {25, 251, 31'620'000},
+    {26, 122, 4022},
+    {28, 10, 100'000},
+    {29, 10, 100'000},
+    {30, 10, 100'000},
+    {31, 1, 4},
+    {32, 0, 12},
+    {33, 1, 4},
+    {36, 1, 1},
+    {37, 137, 4037},
+    {39, 139, 4039},
+    {42, 0, 1},
+    {43, 0, 1},
+    {44, 144, 4044},
+    {52, 2, 250},
 };
 
 // Never supported, or without limits: 34 and 35 call themselves ranges and have none.
@@ -80,26 +107,28 @@ const uint32_t kWithout[] = {17, 18, 27, 34, 35, 38, 40, 41,   45,
 
 TEST_F(ParamLimits, OfEachKey)
 {
-    for (Zerix_Settings *const settings : Both()) {
-        for (const Limits &row : kLimits) {
-            SCOPED_TRACE(row.key);
-            const bool isKnown = IsCurrent(settings) || row.key < 47;
-            uint32_t value = 77;
-            EXPECT_EQ(Zerix_GetParamMin(settings, row.key, &value), isKnown ? 0u : 1u);
-            EXPECT_EQ(value, isKnown ? row.minimum : 77);
-            value = 77;
-            EXPECT_EQ(Zerix_GetParamMax(settings, row.key, &value), isKnown ? 0u : 1u);
-            EXPECT_EQ(value, isKnown ? row.maximum : 77);
+    TracedAndNot([&] {
+        for (Zerix_Settings *const settings : Both()) {
+            for (const Limits &row : kLimits) {
+                SCOPED_TRACE(row.key);
+                const bool isKnown = IsCurrent(settings) || row.key < 47;
+                uint32_t value = 77;
+                EXPECT_EQ(Zerix_GetParamMin(settings, row.key, &value), isKnown ? 0u : 1u);
+                EXPECT_EQ(value, isKnown ? row.minimum : 77);
+                value = 77;
+                EXPECT_EQ(Zerix_GetParamMax(settings, row.key, &value), isKnown ? 0u : 1u);
+                EXPECT_EQ(value, isKnown ? row.maximum : 77);
+            }
+            for (const uint32_t key : kWithout) {
+                SCOPED_TRACE(key);
+                uint32_t value = 77;
+                EXPECT_EQ(Zerix_GetParamMin(settings, key, &value), 1u);
+                EXPECT_EQ(Zerix_GetParamMax(settings, key, &value), 1u);
+                EXPECT_EQ(value, 77u);
+            }
         }
-        for (const uint32_t key : kWithout) {
-            SCOPED_TRACE(key);
-            uint32_t value = 77;
-            EXPECT_EQ(Zerix_GetParamMin(settings, key, &value), 1u);
-            EXPECT_EQ(Zerix_GetParamMax(settings, key, &value), 1u);
-            EXPECT_EQ(value, 77u);
-        }
-    }
-    EXPECT_EQ(std::size(kLimits) + std::size(kWithout) - 3, 53u);
+        EXPECT_EQ(std::size(kLimits) + std::size(kWithout) - 3, 53u);
+    });
 }
 
 TEST_F(ParamLimits, OfTheWiderKeys)
@@ -137,18 +166,20 @@ TEST_F(ParamLimits, OfTheWiderKeys)
 
 TEST_F(ParamLimits, AreRefusedForWhatTheCameraLacks)
 {
-    SetEveryCapability(*camera, false);
-    for (const Limits &row : kLimits) {
-        uint32_t value = 77;
-        const uint32_t supported = Zerix_IsParamSupported(HandleOf(*camera), row.key);
-        EXPECT_EQ(Zerix_GetParamMin(&current, row.key, &value), supported) << row.key;
-        EXPECT_EQ(Zerix_GetParamMax(&current, row.key, &value), supported) << row.key;
-    }
-    int32_t valueS32 = 77;
-    EXPECT_EQ(Zerix_GetParamS32Min(&current, 2, &valueS32), 1u);
-    uint64_t value64 = 77;
-    EXPECT_EQ(Zerix_GetParam64Max(&current, 1, &value64), 1u);
-    EXPECT_EQ(Zerix_GetParam64Max(&current, 3, &value64), 1u);
+    TracedAndNot([&] {
+        SetEveryCapability(*camera, false);
+        for (const Limits &row : kLimits) {
+            uint32_t value = 77;
+            const uint32_t supported = Zerix_IsParamSupported(HandleOf(*camera), row.key);
+            EXPECT_EQ(Zerix_GetParamMin(&current, row.key, &value), supported) << row.key;
+            EXPECT_EQ(Zerix_GetParamMax(&current, row.key, &value), supported) << row.key;
+        }
+        int32_t valueS32 = 77;
+        EXPECT_EQ(Zerix_GetParamS32Min(&current, 2, &valueS32), 1u);
+        uint64_t value64 = 77;
+        EXPECT_EQ(Zerix_GetParam64Max(&current, 1, &value64), 1u);
+        EXPECT_EQ(Zerix_GetParam64Max(&current, 3, &value64), 1u);
+    });
 }
 
 TEST_F(ParamLimits, InMicrosecondsAreNeverZeroAndEndAtAllOnes)
@@ -167,26 +198,30 @@ TEST_F(ParamLimits, InMicrosecondsAreNeverZeroAndEndAtAllOnes)
 // The post-processing format has its list alone: 3 is the last for a sensor without colour.
 TEST_F(ParamLimits, OfAListAreItsEnds)
 {
-    camera->isRGBFilterSupported = false;
-    uint32_t value = 0;
-    EXPECT_EQ(Zerix_GetParamMax(&current, zprmPostProcessImageFormat, &value), 0u);
-    EXPECT_EQ(value, 3u);
-    EXPECT_EQ(Zerix_GetParamMax(&current, zprmImageFormat, &value), 0u);
-    EXPECT_EQ(value, 5u);
+    TracedAndNot([&] {
+        camera->isRGBFilterSupported = false;
+        uint32_t value = 0;
+        EXPECT_EQ(Zerix_GetParamMax(&current, zprmPostProcessImageFormat, &value), 0u);
+        EXPECT_EQ(value, 3u);
+        EXPECT_EQ(Zerix_GetParamMax(&current, zprmImageFormat, &value), 0u);
+        EXPECT_EQ(value, 5u);
+    });
 }
 
 TEST_F(ParamLimits, OfAnEmptyListAreNone)
 {
-    camera->getSymmetricalBinningModes.clear();
-    camera->getReadoutFrequencyModes.clear();
-    camera->getSyncBModes.clear();
-    uint32_t value = 77;
-    EXPECT_EQ(Zerix_GetParamMin(&current, zprmBinning, &value), 1u);
-    EXPECT_EQ(Zerix_GetParamMax(&current, zprmBinning, &value), 1u);
-    EXPECT_EQ(Zerix_GetParamMax(&current, zprmReadoutSpeed, &value), 1u);
-    EXPECT_EQ(Zerix_GetParamMin(&current, zprmSyncb, &value), 1u);
-    EXPECT_EQ(Zerix_GetParamMax(&current, zprmSyncb, &value), 1u);
-    EXPECT_EQ(value, 77u);
+    TracedAndNot([&] {
+        camera->getSymmetricalBinningModes.clear();
+        camera->getReadoutFrequencyModes.clear();
+        camera->getSyncBModes.clear();
+        uint32_t value = 77;
+        EXPECT_EQ(Zerix_GetParamMin(&current, zprmBinning, &value), 1u);
+        EXPECT_EQ(Zerix_GetParamMax(&current, zprmBinning, &value), 1u);
+        EXPECT_EQ(Zerix_GetParamMax(&current, zprmReadoutSpeed, &value), 1u);
+        EXPECT_EQ(Zerix_GetParamMin(&current, zprmSyncb, &value), 1u);
+        EXPECT_EQ(Zerix_GetParamMax(&current, zprmSyncb, &value), 1u);
+        EXPECT_EQ(value, 77u);
+    });
 }
 
 TEST_F(ParamLimits, OfTheReadoutEndAtTheIndexOfTheFirstFrequency)

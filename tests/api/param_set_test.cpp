@@ -107,16 +107,18 @@ const Checked kChecked[] = {
 
 TEST_F(ParamSet, ChecksEachKeyInItsOwnWay)
 {
-    for (Zerix_Settings *const settings : Both()) {
-        for (const Checked &row : kChecked) {
-            if (row.key >= 47 && !IsCurrent(settings))
-                continue;
-            for (const uint32_t value : row.good)
-                EXPECT_EQ(Try(settings, row.key, value), 0u) << row.key << ' ' << value;
-            for (const uint32_t value : row.bad)
-                EXPECT_EQ(Try(settings, row.key, value), row.code) << row.key << ' ' << value;
+    TracedAndNot([&] {
+        for (Zerix_Settings *const settings : Both()) {
+            for (const Checked &row : kChecked) {
+                if (row.key >= 47 && !IsCurrent(settings))
+                    continue;
+                for (const uint32_t value : row.good)
+                    EXPECT_EQ(Try(settings, row.key, value), 0u) << row.key << ' ' << value;
+                for (const uint32_t value : row.bad)
+                    EXPECT_EQ(Try(settings, row.key, value), row.code) << row.key << ' ' << value;
+            }
         }
-    }
+    });
 }
 
 TEST_F(ParamSet, ChecksEverySupportedKeyInTheTableAbove)
@@ -131,20 +133,22 @@ TEST_F(ParamSet, ChecksEverySupportedKeyInTheTableAbove)
 
 TEST_F(ParamSet, RefusesUnsupportedKeysAndLeavesTheRecordAlone)
 {
-    SetEveryCapability(*camera, false);
-    for (Zerix_Settings *const settings : Both()) {
-        const auto before = BytesOf(settings);
-        for (const uint32_t key :
-             {3u,  4u,  5u,  8u,  9u,  10u, 11u, 17u, 18u, 19u, 20u,        21u, 22u,
-              23u, 24u, 26u, 33u, 34u, 35u, 36u, 37u, 38u, 39u, 40u,        41u, 42u,
-              43u, 44u, 45u, 46u, 47u, 48u, 49u, 50u, 51u, 53u, 0xFFFFFFFFu})
-            EXPECT_EQ(Zerix_SetParam(settings, key, 1), 1u) << key;
-        for (const uint32_t key : {2u, 3u, 0xFFFFFFFFu})
-            EXPECT_EQ(Zerix_SetParamS32(settings, key, 1), 1u) << key;
-        for (const uint32_t key : {1u, 2u, 3u, 4u, 0xFFFFFFFFu})
-            EXPECT_EQ(Zerix_SetParam64(settings, key, 1'000'000), 1u) << key;
-        EXPECT_EQ(BytesOf(settings), before);
-    }
+    TracedAndNot([&] {
+        SetEveryCapability(*camera, false);
+        for (Zerix_Settings *const settings : Both()) {
+            const auto before = BytesOf(settings);
+            for (const uint32_t key :
+                 {3u,  4u,  5u,  8u,  9u,  10u, 11u, 17u, 18u, 19u, 20u,        21u, 22u,
+                  23u, 24u, 26u, 33u, 34u, 35u, 36u, 37u, 38u, 39u, 40u,        41u, 42u,
+                  43u, 44u, 45u, 46u, 47u, 48u, 49u, 50u, 51u, 53u, 0xFFFFFFFFu})
+                EXPECT_EQ(Zerix_SetParam(settings, key, 1), 1u) << key;
+            for (const uint32_t key : {2u, 3u, 0xFFFFFFFFu})
+                EXPECT_EQ(Zerix_SetParamS32(settings, key, 1), 1u) << key;
+            for (const uint32_t key : {1u, 2u, 3u, 4u, 0xFFFFFFFFu})
+                EXPECT_EQ(Zerix_SetParam64(settings, key, 1'000'000), 1u) << key;
+            EXPECT_EQ(BytesOf(settings), before);
+        }
+    });
 }
 
 TEST_F(ParamSet, RefusesTheNewestKeysOfALegacyRecord)

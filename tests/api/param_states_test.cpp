@@ -279,6 +279,31 @@ TEST_F(ParamStates, OfACameraThatAnotherProcessHoldsGoOn)
     }
 }
 
+TEST_F(ParamStates, AnswerTheSameUntraced)
+{
+    Configure("");
+    diag::ZLogOpen();
+    const auto expectAll = [&](auto key, auto code) {
+        for (Zerix_Settings *const settings : Both()) {
+            for (const RecordCall &row : kCalls)
+                EXPECT_EQ(row.call({settings, key(row)}), code(row)) << row.name;
+        }
+    };
+    const auto known = [](const RecordCall &row) { return FamilyOf(row).key; };
+    const auto beyond = [](const RecordCall &row) { return FamilyOf(row).beyond; };
+    const auto always = [](uint32_t code) { return [code](const RecordCall &) { return code; }; };
+    expectAll(known, always(0));
+    expectAll(beyond, always(1));
+    camera->LoseExclusiveAccess();
+    expectAll(known, [](const RecordCall &row) { return row.held; });
+    expectAll(beyond, always(1));
+    camera->CloseCamera();
+    expectAll(known, [](const RecordCall &row) { return row.closed; });
+    expectAll(beyond, [](const RecordCall &row) { return row.closedBeyond; });
+    EXPECT_EQ(Take(), Lines{});
+    EXPECT_EQ(diag::ZLogDepth(), 0);
+}
+
 TEST_F(ParamStates, WithARecordOfNoCameraTell3)
 {
     for (Zerix_Settings *const settings : Both()) {

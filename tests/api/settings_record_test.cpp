@@ -139,31 +139,6 @@ TEST_F(SettingsRecord, WithoutItsMagicTellsSoInAnUntracedCall)
     Zerix_ReleaseCameraSettingsStruct(&fresh);
 }
 
-// The frames of one thread pair up, whenever tracing begins.
-TEST_F(SettingsRecord, OpenedInTheMiddleOfACallTheLogStaysBalanced)
-{
-    Configure("");
-    diag::ZLogOpen();
-    {
-        ExportedCall outer("Zerix_Outer");
-        EXPECT_EQ(diag::ZLogDepth(), 1);
-        ExportedCall before("Zerix_Before");
-        EXPECT_EQ(diag::ZLogDepth(), 1);
-        Configure("outputEnabled = 1\noutputNestedCalls = 1\n");
-        diag::ZLogOpen();
-        {
-            ExportedCall inner("Zerix_Inner");
-            EXPECT_EQ(diag::ZLogDepth(), 2);
-            inner.End(0);
-        }
-        before.End(0);
-        outer.End(0);
-    }
-    EXPECT_EQ(Take(), (Lines{"Zerix_Inner start", "Zerix_Inner end (error code 0)\n",
-                             EndLine("Zerix_Outer")}));
-    EXPECT_EQ(diag::ZLogDepth(), 0);
-}
-
 // Whose fault it is stands in the log even where the call's other lines don't.
 TEST_F(SettingsRecord, OfAnUntracedCallTellsOfAnotherProcess)
 {
