@@ -81,6 +81,8 @@ struct Kernels16 {
     void (*shiftRight)(uint8_t *pixels, size_t count, uint32_t bits); // 1 to 15
     void (*add)(const uint8_t *source, uint8_t *target, size_t count);
     void (*pack3)(const uint8_t *const *planes, uint8_t *out, size_t count);
+    // Values clamped to words. True where the levels, as many, are 0, 1, 2 ...
+    bool (*clampValues)(const int32_t *values, const int32_t *levels, size_t count, uint16_t *out);
     // Maps of 65536 words.
     void (*lookup1)(uint8_t *pixels, size_t count, const uint16_t *map);
     void (*lookup3)(uint8_t *pixels, size_t count, const uint16_t *const *maps);

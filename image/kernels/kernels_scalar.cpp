@@ -149,6 +149,16 @@ void Pack3To16(const uint8_t *const *planes, uint8_t *out, size_t count)
             StoreWord(out, i * 3 + plane, LoadWord(planes[plane], i));
 }
 
+bool ClampValues16(const int32_t *values, const int32_t *levels, size_t count, uint16_t *out)
+{
+    bool hasEveryLevel = true;
+    for (size_t i = 0; i < count; ++i) {
+        hasEveryLevel &= levels[i] == static_cast<int32_t>(i);
+        out[i] = ClampToWord(values[i]);
+    }
+    return hasEveryLevel;
+}
+
 void Lookup16(uint8_t *pixels, size_t count, const uint16_t *map)
 {
     for (size_t i = 0; i < count; ++i)
@@ -239,6 +249,7 @@ const Kernels kScalarKernels = {
     .words = {.shiftRight = ShiftRight16,
               .add = Add16,
               .pack3 = Pack3To16,
+              .clampValues = ClampValues16,
               .lookup1 = Lookup16,
               .lookup3 = Lookup3To16,
               .scale = Scale16,

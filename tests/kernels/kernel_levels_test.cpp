@@ -172,6 +172,27 @@ TEST(KernelLevels, LookWordsUpAlike)
     });
 }
 
+TEST(KernelLevels, ClampValuesAlike)
+{
+    ForEachLevel([](const Kernels &kernels, size_t count, Random &random) {
+        std::vector<int32_t> levels(count);
+        std::iota(levels.begin(), levels.end(), 0);
+        std::vector<int32_t> values(count);
+        for (int32_t &value : values)
+            value = Draw(random, 0, 9) == 0 ? static_cast<int32_t>(random())
+                                            : Draw(random, -1000, 66000);
+        for (bool isBroken : {false, true}) {
+            if (isBroken && count > 0)
+                ++levels[random() % count];
+            std::vector<uint16_t> out(count);
+            ASSERT_EQ(kernels.words.clampValues(values.data(), levels.data(), count, out.data()),
+                      !isBroken || count == 0);
+            for (size_t i = 0; i < count; ++i)
+                ASSERT_EQ(out[i], std::clamp(values[i], 0, 65535));
+        }
+    });
+}
+
 // Every byte through a map of its own result: whole tables, in each of the channels.
 TEST(KernelLevels, LookEveryLevelUp)
 {
@@ -212,8 +233,9 @@ TEST(KernelLevels, ScaleAlike)
         }
         for (size_t channels : {1, 3}) {
             Proportion16 proportions[3];
+            const int32_t most = count % 2 == 0 ? 1 : 65535; // small ones are scaled another way
             for (Proportion16 &proportion : proportions)
-                proportion = {static_cast<uint16_t>(Draw(random, 0, Draw(random, 0, 65535))),
+                proportion = {static_cast<uint16_t>(Draw(random, 0, Draw(random, 0, most))),
                               static_cast<uint16_t>(random()), static_cast<uint16_t>(random())};
             Row row(random, count * channels * 2);
             Row expected = row;
