@@ -6,190 +6,17 @@
 #include <cstring>
 #include <new>
 
+#include "image/bayer_forms_wide.h"
 #include "image/bayer_method.h"
-#include "image/kernels/dispatch.h"
-#include "image/kernels/resize_axis.h"
 
 namespace zerix {
 
 namespace {
 
 constexpr size_t kAlignment = 64; // bytes
-constexpr size_t kOverrun = 64;   // that wide steps may write behind a row
+constexpr size_t kOverrun = 512;  // that wide steps and a second half may add to a row
 constexpr uint8_t kOpaque = 255;
 constexpr double kEnlargement = 2.0;
-
-// What one pixel size and method makes of a row. Each form tells:
-//   Pixel, Value of a row enlarged along x, and how many such rows an output row needs.
-
-struct Bytes {
-    using Pixel = uint8_t;
-    static const Kernels8 &Table() { return ChosenKernels().bytes; }
-};
-
-struct Words {
-    using Pixel = uint16_t;
-    static const Kernels16 &Table() { return ChosenKernels().words; }
-};
-
-template <typename Size, uint32_t id>
-struct NearestForm : Size {
-    static constexpr uint32_t kId = id;
-    using Value = typename Size::Pixel;
-
-    static void Prepare(const ResizeAxis &axis, uint32_t count, uint32_t *first, uint8_t *const *)
-    {
-        for (uint32_t i = 0; i < count; ++i)
-            first[i] = axis.Nearest(static_cast<int32_t>(i));
-    }
-    static void Along(const uint8_t *cells, size_t readable, const uint32_t *first,
-                      uint8_t *const *, uint8_t *out, size_t count)
-    {
-        Size::Table().nearestRow(cells, readable, first, out, count);
-    }
-    // The rows of cells that an output row is made of.
-    struct Rows {
-        static constexpr uint32_t kCount = 1;
-        Rows(const ResizeAxis &axis, uint32_t row) : first(axis.Nearest(static_cast<int32_t>(row)))
-        {
-        }
-        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
-        {
-            std::memcpy(out, rows[0], count * sizeof(Value));
-        }
-        uint32_t first;
-    };
-};
-
-struct Linear8Form : Bytes {
-    static constexpr uint32_t kId = 3;
-    using Value = int16_t;
-
-    static void Prepare(const ResizeAxis &axis, uint32_t count, uint32_t *first,
-                        uint8_t *const *weights)
-    {
-        auto *const pairs = reinterpret_cast<LinearWeight8 *>(weights[0]);
-        for (uint32_t i = 0; i < count; ++i) {
-            const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(i));
-            first[i] = tap.first;
-            pairs[i] = LinearWeightOf(tap.fraction);
-        }
-    }
-    static void Along(const uint8_t *cells, size_t readable, const uint32_t *first,
-                      uint8_t *const *weights, uint8_t *out, size_t count)
-    {
-        Table().linearRow(cells, readable,
-                          {first, reinterpret_cast<const LinearWeight8 *>(weights[0])},
-                          reinterpret_cast<Value *>(out), count);
-    }
-    struct Rows {
-        static constexpr uint32_t kCount = 2;
-        Rows(const ResizeAxis &axis, uint32_t row)
-        {
-            const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(row));
-            first = tap.first;
-            weight = LinearWeightOf(tap.fraction);
-        }
-        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
-        {
-            Table().linearColumn(reinterpret_cast<const Value *>(rows[0]),
-                                 reinterpret_cast<const Value *>(rows[1]), weight, out, count);
-        }
-        uint32_t first = 0;
-        LinearWeight8 weight{};
-    };
-};
-
-struct Linear16Form : Words {
-    static constexpr uint32_t kId = 4;
-    using Value = float;
-
-    static void Prepare(const ResizeAxis &axis, uint32_t count, uint32_t *first,
-                        uint8_t *const *weights)
-    {
-        auto *const fractions = reinterpret_cast<float *>(weights[0]);
-        for (uint32_t i = 0; i < count; ++i) {
-            const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(i));
-            first[i] = tap.first;
-            fractions[i] = static_cast<float>(tap.fraction);
-        }
-    }
-    static void Along(const uint8_t *cells, size_t readable, const uint32_t *first,
-                      uint8_t *const *weights, uint8_t *out, size_t count)
-    {
-        Table().linearRow(cells, readable, {first, reinterpret_cast<const float *>(weights[0])},
-                          reinterpret_cast<Value *>(out), count);
-    }
-    struct Rows {
-        static constexpr uint32_t kCount = 2;
-        Rows(const ResizeAxis &axis, uint32_t row)
-        {
-            const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(row));
-            first = tap.first;
-            fraction = static_cast<float>(tap.fraction);
-        }
-        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
-        {
-            Table().linearColumn(reinterpret_cast<const Value *>(rows[0]),
-                                 reinterpret_cast<const Value *>(rows[1]), fraction, out, count);
-        }
-        uint32_t first = 0;
-        float fraction = 0;
-    };
-};
-
-template <typename Size, uint32_t id>
-struct CubicForm : Size {
-    static constexpr uint32_t kId = id;
-    using Value = float;
-
-    static void Prepare(const ResizeAxis &axis, uint32_t count, uint32_t *first,
-                        uint8_t *const *weights)
-    {
-        auto *const linear = reinterpret_cast<float *>(weights[0]);
-        auto *const square = reinterpret_cast<float *>(weights[1]);
-        auto *const cube = reinterpret_cast<float *>(weights[2]);
-        for (uint32_t i = 0; i < count; ++i) {
-            const ResizeAxis::CubicTap tap = axis.Cubic(static_cast<int32_t>(i));
-            const CubicWeights at = CubicWeightsOf(tap.fraction);
-            first[i] = tap.first;
-            linear[i] = at.linear;
-            square[i] = at.square;
-            cube[i] = at.cube;
-        }
-    }
-    static void Along(const uint8_t *cells, size_t readable, const uint32_t *first,
-                      uint8_t *const *weights, uint8_t *out, size_t count)
-    {
-        const CubicTaps taps = {first, reinterpret_cast<const float *>(weights[0]),
-                                reinterpret_cast<const float *>(weights[1]),
-                                reinterpret_cast<const float *>(weights[2])};
-        Size::Table().cubicRow(cells, readable, taps, reinterpret_cast<Value *>(out), count);
-    }
-    struct Rows {
-        static constexpr uint32_t kCount = 4;
-        Rows(const ResizeAxis &axis, uint32_t row)
-        {
-            const ResizeAxis::CubicTap tap = axis.Cubic(static_cast<int32_t>(row));
-            first = tap.first;
-            weights = CubicWeightsOf(tap.fraction);
-        }
-        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
-        {
-            const Value *const values[] = {
-                reinterpret_cast<const Value *>(rows[0]), reinterpret_cast<const Value *>(rows[1]),
-                reinterpret_cast<const Value *>(rows[2]), reinterpret_cast<const Value *>(rows[3])};
-            Size::Table().cubicColumn(values, weights, out, count);
-        }
-        uint32_t first = 0;
-        CubicWeights weights{};
-    };
-};
-
-using Nearest8Form = NearestForm<Bytes, 1>;
-using Nearest16Form = NearestForm<Words, 2>;
-using Cubic8Form = CubicForm<Bytes, 5>;
-using Cubic16Form = CubicForm<Words, 6>;
 
 ResizeAxis AxisOf(uint32_t cells)
 {
@@ -263,6 +90,8 @@ constexpr size_t PixelBytesOf(uint32_t format)
 
 } // namespace
 
+BayerSweep::BayerSweep(SimdLevel level) : m_isWide(level >= SimdLevel::kAvx2) {}
+
 bool BayerSweep::Reserve(uint32_t width)
 {
     if (width <= m_capacity && m_block)
@@ -271,9 +100,9 @@ bool BayerSweep::Reserve(uint32_t width)
         const size_t bytes = width * bytesOfPixel + kOverrun;
         return (bytes + kAlignment - 1) / kAlignment * kAlignment;
     };
-    constexpr size_t kMosaicAndCells = 2 + kColours; // rows of words
-    const size_t total = rowOf(2) * (kMosaicAndCells + kColours) + rowOf(4) * kRing * kColours +
-                         rowOf(1) + rowOf(4) * 4 + kAlignment;
+    constexpr size_t kWordRows = 2 + 2 * kColours;                 // mosaic, cells, output
+    constexpr size_t kLongRows = kRing * kColours + 1 + 3 + 3 + 3; // values, tables
+    const size_t total = rowOf(2) * kWordRows + rowOf(4) * kLongRows + rowOf(1) + 2 * kAlignment;
     std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[total]());
     if (!block)
         return false;
@@ -295,12 +124,13 @@ bool BayerSweep::Reserve(uint32_t width)
             row = take(rowOf(4));
     m_alpha = take(rowOf(1));
     std::fill_n(m_alpha, width, kOpaque);
-    m_first = reinterpret_cast<uint32_t *>(take(rowOf(4)));
-    for (uint8_t *&row : m_weights)
-        row = take(rowOf(4));
+    m_columns.first = reinterpret_cast<uint32_t *>(take(rowOf(4)));
+    for (auto *table : {&m_columns.weights, &m_columns.even, &m_columns.odd})
+        for (uint8_t *&row : *table)
+            row = take(rowOf(4));
     m_block = std::move(block);
     m_capacity = width;
-    m_columns = {};
+    m_preparedForm = 0;
     return true;
 }
 
@@ -309,14 +139,59 @@ void BayerSweep::Run(const BayerJob &job)
     const uint32_t smaller = std::min(job.width / 2, job.height / 2);
     if (smaller == 0)
         return PaintBlack(job);
+    const int32_t method = MethodFor(job.method, smaller);
+    if (m_isWide)
+        RunWide(job, method);
+    else
+        RunPlain(job, method);
+    const size_t rowBytes = job.width * PixelBytesOf(job.format);
+    const size_t last = job.height - 1;
+    if (job.height % 2 != 0)
+        std::memcpy(job.output + last * rowBytes, job.output + (last - 1) * rowBytes, rowBytes);
+}
+
+void BayerSweep::RunPlain(const BayerJob &job, int32_t method)
+{
     const bool isWords = SampleBytesOf(job.format) == 2;
-    switch (MethodFor(job.method, smaller)) {
+    switch (method) {
     case kResizeNearest:
-        return isWords ? RunForm<Nearest16Form>(job) : RunForm<Nearest8Form>(job);
+        return isWords ? RunForm<plain::Nearest16Form>(job) : RunForm<plain::Nearest8Form>(job);
     case kResizeCubic:
-        return isWords ? RunForm<Cubic16Form>(job) : RunForm<Cubic8Form>(job);
+        return isWords ? RunForm<plain::Cubic16Form>(job) : RunForm<plain::Cubic8Form>(job);
     default:
-        return isWords ? RunForm<Linear16Form>(job) : RunForm<Linear8Form>(job);
+        return isWords ? RunForm<plain::Linear16Form>(job) : RunForm<plain::Linear8Form>(job);
+    }
+}
+
+void BayerSweep::RunWide(const BayerJob &job, int32_t method)
+{
+    const bool isWords = SampleBytesOf(job.format) == 2;
+    switch (method) {
+    case kResizeNearest:
+        return isWords ? RunNearest<uint16_t>(job) : RunNearest<uint8_t>(job);
+    case kResizeCubic:
+        return isWords ? RunForm<wide::Cubic16>(job) : RunForm<wide::Cubic8>(job);
+    default:
+        return isWords ? RunForm<wide::Linear16>(job) : RunForm<wide::Linear8>(job);
+    }
+}
+
+// Both rows of a row of cells are the same.
+template <typename Pixel>
+void BayerSweep::RunNearest(const BayerJob &job)
+{
+    const uint32_t cells = job.width / 2;
+    const size_t rowBytes = job.width * PixelBytesOf(job.format);
+    for (uint32_t cellRow = 0; cellRow < job.height / 2; ++cellRow) {
+        SplitRow<Pixel>(job, cellRow);
+        for (uint32_t colour = 0; colour < kColours; ++colour)
+            if constexpr (sizeof(Pixel) == 1)
+                DoubleBytesAvx2(m_cells[colour], m_colours[colour], cells);
+            else
+                DoubleWordsAvx2(m_cells[colour], m_colours[colour], cells);
+        Emit<Pixel>(job, 2 * cellRow);
+        uint8_t *const row = job.output + 2 * cellRow * rowBytes;
+        std::memcpy(row + rowBytes, row, rowBytes);
     }
 }
 
@@ -338,20 +213,18 @@ void BayerSweep::RunForm(const BayerJob &job)
                                              m_ring[slots[2]][colour], m_ring[slots[3]][colour]};
             from.Across(values, m_colours[colour], columns);
         }
-        Emit<Form>(job, row);
+        Emit<typename Form::Pixel>(job, row);
     }
-    const size_t rowBytes = job.width * PixelBytesOf(job.format);
-    if (rows < job.height)
-        std::memcpy(job.output + rows * rowBytes, job.output + (rows - 1) * rowBytes, rowBytes);
 }
 
 template <typename Form>
 void BayerSweep::PrepareColumns(uint32_t cells)
 {
-    if (m_columns.cells == cells && m_columns.form == Form::kId)
+    if (m_preparedCells == cells && m_preparedForm == Form::kId)
         return;
-    Form::Prepare(AxisOf(cells), 2 * cells, m_first, m_weights);
-    m_columns = {cells, Form::kId};
+    Form::Prepare(AxisOf(cells), 2 * cells, m_columns);
+    m_preparedCells = cells;
+    m_preparedForm = Form::kId;
 }
 
 // Where the row of cells lies, enlarged along x.
@@ -361,27 +234,33 @@ uint32_t BayerSweep::RingRow(const BayerJob &job, uint32_t cellRow)
     const uint32_t slot = cellRow % kRing;
     if (m_present[slot] == cellRow)
         return slot;
-    SplitRow<Form>(job, cellRow);
+    SplitRow<typename Form::Pixel>(job, cellRow);
     const uint32_t cells = job.width / 2;
     for (uint32_t colour = 0; colour < kColours; ++colour)
-        Form::Along(m_cells[colour], cells, m_first, m_weights, m_ring[slot][colour],
-                    size_t{2} * cells);
+        Form::Along(m_cells[colour], cells, m_columns, m_ring[slot][colour], size_t{2} * cells);
     m_present[slot] = cellRow;
     return slot;
 }
 
-template <typename Form>
+template <typename Pixel>
 void BayerSweep::SplitRow(const BayerJob &job, uint32_t cellRow)
 {
-    using Pixel = typename Form::Pixel;
+    const size_t cells = job.width / 2;
     const size_t rowBytes = job.width * sizeof(Pixel);
-    const uint8_t *const upper = MosaicRow(job, 2 * cellRow, rowBytes, m_mosaicRows[0]);
-    const uint8_t *const lower = MosaicRow(job, 2 * cellRow + 1, rowBytes, m_mosaicRows[1]);
-    SplitCells<Pixel>(upper, lower, PlanesOfCell(job.pattern), job.width / 2, m_cells);
+    const uint8_t *const upper = MosaicRow(job, size_t{2} * cellRow, rowBytes, m_mosaicRows[0]);
+    const uint8_t *const lower = MosaicRow(job, size_t{2} * cellRow + 1, rowBytes, m_mosaicRows[1]);
+    size_t done = 0;
+    if (m_isWide)
+        done = (sizeof(Pixel) == 1 ? SplitBytesAvx2 : SplitWordsAvx2)(
+            upper, lower, OrderOfPattern(job.pattern), m_cells, cells);
+    uint8_t *const rest[] = {m_cells[0] + done * sizeof(Pixel), m_cells[1] + done * sizeof(Pixel),
+                             m_cells[2] + done * sizeof(Pixel)};
+    SplitCells<Pixel>(upper + done * 2 * sizeof(Pixel), lower + done * 2 * sizeof(Pixel),
+                      PlanesOfCell(job.pattern), cells - done, rest);
 }
 
 // The row itself, or a copy that goes on in black where the mosaic ends.
-const uint8_t *BayerSweep::MosaicRow(const BayerJob &job, uint32_t row, size_t rowBytes,
+const uint8_t *BayerSweep::MosaicRow(const BayerJob &job, size_t row, size_t rowBytes,
                                      uint8_t *spare)
 {
     const size_t begin = row * rowBytes;
@@ -394,10 +273,9 @@ const uint8_t *BayerSweep::MosaicRow(const BayerJob &job, uint32_t row, size_t r
     return spare;
 }
 
-template <typename Form>
+template <typename Pixel>
 void BayerSweep::Emit(const BayerJob &job, uint32_t row)
 {
-    using Pixel = typename Form::Pixel;
     if (job.width % 2 != 0)
         for (uint8_t *colour : m_colours)
             std::memcpy(colour + (job.width - size_t{1}) * sizeof(Pixel),

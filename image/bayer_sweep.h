@@ -8,8 +8,9 @@
 #include <cstdint>
 #include <memory>
 
-#include "image/kernels/kernels.h"
+#include "image/bayer_forms.h"
 #include "image/mosaic_pattern.h"
+#include "platform/simd_level.h"
 
 namespace zerix {
 
@@ -26,6 +27,8 @@ struct BayerJob {
 
 class BayerSweep {
 public:
+    explicit BayerSweep(SimdLevel level = ChosenSimdLevel());
+
     // Makes room for mosaics up to this width; keeps what it has where that is enough. False if
     // there is no memory.
     [[nodiscard]] bool Reserve(uint32_t width);
@@ -38,24 +41,24 @@ private:
     static constexpr uint32_t kRing = 4; // the rows of cells that a cubic looks at
     static constexpr uint32_t kNone = ~0u;
 
+    void RunPlain(const BayerJob &job, int32_t method);
+    void RunWide(const BayerJob &job, int32_t method);
     template <typename Form>
     void RunForm(const BayerJob &job);
+    template <typename Pixel>
+    void RunNearest(const BayerJob &job);
     template <typename Form>
     void PrepareColumns(uint32_t cells);
     template <typename Form>
     uint32_t RingRow(const BayerJob &job, uint32_t cellRow);
-    template <typename Form>
+    template <typename Pixel>
     void SplitRow(const BayerJob &job, uint32_t cellRow);
-    const uint8_t *MosaicRow(const BayerJob &job, uint32_t row, size_t rowBytes, uint8_t *spare);
-    template <typename Form>
+    const uint8_t *MosaicRow(const BayerJob &job, size_t row, size_t rowBytes, uint8_t *spare);
+    template <typename Pixel>
     void Emit(const BayerJob &job, uint32_t row);
     void PaintBlack(const BayerJob &job);
 
-    struct Columns { // where the tables of positions stand and what for
-        uint32_t cells = 0;
-        uint32_t form = 0;
-    };
-
+    const bool m_isWide;
     uint32_t m_capacity = 0; // pixels
     std::unique_ptr<uint8_t[]> m_block;
     uint8_t *m_mosaicRows[2] = {};         // padded copies where the mosaic ends early
@@ -63,9 +66,9 @@ private:
     uint8_t *m_colours[kColours] = {};     // a row of output
     uint8_t *m_ring[kRing][kColours] = {}; // rows of cells, enlarged along x
     uint8_t *m_alpha = nullptr;
-    uint32_t *m_first = nullptr; // positions of the output's columns
-    uint8_t *m_weights[3] = {};
-    Columns m_columns;
+    SweepColumns m_columns{};
+    uint32_t m_preparedCells = 0; // what the columns are prepared for
+    uint32_t m_preparedForm = 0;
     std::array<uint32_t, kRing> m_present{};
 };
 

@@ -26,4 +26,11 @@ constexpr CellPlanes PlanesOfCell(uint32_t pattern)
     }
 }
 
+// The pattern as a number from 0 to 3.
+constexpr uint32_t OrderOfPattern(uint32_t pattern)
+{
+    const bool isKnown = pattern >= ZX::kPatternRGGB && pattern <= ZX::kPatternBGGR;
+    return isKnown ? pattern - ZX::kPatternRGGB : 0;
+}
+
 } // namespace zerix

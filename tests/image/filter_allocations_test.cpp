@@ -58,7 +58,7 @@ protected:
 
 TEST_F(FilterAllocations, CountWhatTheyShould)
 {
-    EXPECT_EQ(AllocationsOf([] { delete new int; }), 2u);
+    EXPECT_EQ(AllocationsOf([] { ::operator delete(::operator new(1)); }), 2u);
 }
 
 TEST_F(FilterAllocations, Bayer)

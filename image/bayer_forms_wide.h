@@ -1,0 +1,181 @@
+// The forms in wide registers. A row enlarged along x is kept in two halves, the even and the odd
+// columns of the output.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "image/bayer_forms.h"
+#include "image/bayer_rows.h"
+
+namespace zerix::wide {
+
+// Steps of 32 and one more may be written behind the columns of a half.
+constexpr size_t HalfLength(size_t cells) { return (cells + 31) / 32 * 32 + 32; }
+
+template <typename Value, typename Byte>
+auto HalvesOf(Byte *row, size_t cells)
+{
+    auto *const even = reinterpret_cast<Value *>(row);
+    return BayerHalves<Value>{even, even + HalfLength(cells)};
+}
+
+// How the weights of an output's own two cells read if they belong to the neighbours of its place.
+// At the edges an output reads the pair beside its place, with all the weight on one of them.
+template <typename Weight>
+Weight AtPlace(const ResizeAxis::LinearTap &tap, uint32_t output, Weight weight, Weight all,
+               Weight nothing)
+{
+    const int64_t place = int64_t{output / 2} - (output % 2 == 0 ? 1 : 0);
+    return tap.first == place ? weight : tap.first > place ? all : nothing;
+}
+
+struct Linear8 : plain::Bytes {
+    static constexpr uint32_t kId = 13;
+
+    static BayerWeight8 WeightOf(double fraction)
+    {
+        const LinearWeight8 weight = LinearWeightOf(fraction);
+        return {weight.first, weight.second};
+    }
+    static void Prepare(const ResizeAxis &axis, uint32_t count, const SweepColumns &columns)
+    {
+        for (uint32_t i = 0; i < count; ++i) {
+            const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(i));
+            uint8_t *const half = i % 2 == 0 ? columns.even[0] : columns.odd[0];
+            reinterpret_cast<BayerWeight8 *>(half)[i / 2] =
+                AtPlace<BayerWeight8>(tap, i, WeightOf(tap.fraction), {0, 16384}, {16384, 0});
+        }
+    }
+    static void Along(const uint8_t *cells, size_t, const SweepColumns &columns, uint8_t *out,
+                      size_t count)
+    {
+        LinearAlongBytesAvx2(cells,
+                             {reinterpret_cast<const BayerWeight8 *>(columns.even[0]),
+                              reinterpret_cast<const BayerWeight8 *>(columns.odd[0])},
+                             HalvesOf<int16_t>(out, count / 2), count / 2);
+    }
+    struct Rows {
+        static constexpr uint32_t kCount = 2;
+        Rows(const ResizeAxis &axis, uint32_t row)
+        {
+            const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(row));
+            first = tap.first;
+            weight = WeightOf(tap.fraction);
+        }
+        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
+        {
+            const BayerHalves<const int16_t> two[] = {HalvesOf<const int16_t>(rows[0], count / 2),
+                                                      HalvesOf<const int16_t>(rows[1], count / 2)};
+            LinearAcrossBytesAvx2(two, weight, out, count / 2);
+        }
+        uint32_t first = 0;
+        BayerWeight8 weight{};
+    };
+};
+
+struct Linear16 : plain::Words {
+    static constexpr uint32_t kId = 14;
+
+    static void Prepare(const ResizeAxis &axis, uint32_t count, const SweepColumns &columns)
+    {
+        for (uint32_t i = 0; i < count; ++i) {
+            const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(i));
+            uint8_t *const half = i % 2 == 0 ? columns.even[0] : columns.odd[0];
+            reinterpret_cast<float *>(half)[i / 2] =
+                AtPlace(tap, i, static_cast<float>(tap.fraction), 1.0f, 0.0f);
+        }
+    }
+    static void Along(const uint8_t *cells, size_t, const SweepColumns &columns, uint8_t *out,
+                      size_t count)
+    {
+        LinearAlongWordsAvx2(cells,
+                             {reinterpret_cast<const float *>(columns.even[0]),
+                              reinterpret_cast<const float *>(columns.odd[0])},
+                             HalvesOf<float>(out, count / 2), count / 2);
+    }
+    struct Rows {
+        static constexpr uint32_t kCount = 2;
+        Rows(const ResizeAxis &axis, uint32_t row)
+        {
+            const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(row));
+            first = tap.first;
+            fraction = static_cast<float>(tap.fraction);
+        }
+        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
+        {
+            const BayerHalves<const float> two[] = {HalvesOf<const float>(rows[0], count / 2),
+                                                    HalvesOf<const float>(rows[1], count / 2)};
+            LinearAcrossWordsAvx2(two, fraction, out, count / 2);
+        }
+        uint32_t first = 0;
+        float fraction = 0;
+    };
+};
+
+template <typename Size, uint32_t id>
+struct Cubic : Size {
+    static constexpr uint32_t kId = id;
+    static constexpr bool kIsBytes = sizeof(typename Size::Pixel) == 1;
+
+    static void Prepare(const ResizeAxis &axis, uint32_t count, const SweepColumns &columns)
+    {
+        plain::CubicForm<Size, 0>::Prepare(axis, count, columns);
+        for (uint32_t i = 0; i < count; ++i)
+            for (size_t weight = 0; weight < 3; ++weight) {
+                uint8_t *const half = i % 2 == 0 ? columns.even[weight] : columns.odd[weight];
+                reinterpret_cast<float *>(half)[i / 2] =
+                    reinterpret_cast<const float *>(columns.weights[weight])[i];
+            }
+    }
+    static void Along(const uint8_t *cells, size_t readable, const SweepColumns &columns,
+                      uint8_t *out, size_t count)
+    {
+        const auto floats = [](const uint8_t *row) { return reinterpret_cast<const float *>(row); };
+        const BayerCubic weights = {
+            {floats(columns.even[0]), floats(columns.even[1]), floats(columns.even[2])},
+            {floats(columns.odd[0]), floats(columns.odd[1]), floats(columns.odd[2])}};
+        const auto halves = HalvesOf<float>(out, count / 2);
+        if constexpr (kIsBytes)
+            CubicAlongBytesAvx2(cells, weights, halves, count / 2);
+        else
+            CubicAlongWordsAvx2(cells, weights, halves, count / 2);
+        // Three outputs at either end read cells that lie aside of their places.
+        for (const size_t i : {size_t{0}, size_t{1}, size_t{2}, count - 3, count - 2, count - 1}) {
+            const CubicTaps taps = {columns.first + i, floats(columns.weights[0]) + i,
+                                    floats(columns.weights[1]) + i, floats(columns.weights[2]) + i};
+            float *const half = i % 2 == 0 ? halves.even : halves.odd;
+            Size::Table().cubicRow(cells, readable, taps, half + i / 2, 1);
+        }
+    }
+    struct Rows {
+        static constexpr uint32_t kCount = 4;
+        Rows(const ResizeAxis &axis, uint32_t row)
+        {
+            const ResizeAxis::CubicTap tap = axis.Cubic(static_cast<int32_t>(row));
+            const CubicWeights at = CubicWeightsOf(tap.fraction);
+            first = tap.first;
+            weights[0] = at.linear;
+            weights[1] = at.square;
+            weights[2] = at.cube;
+        }
+        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
+        {
+            BayerHalves<const float> four[4];
+            for (size_t row = 0; row < 4; ++row)
+                four[row] = HalvesOf<const float>(rows[row], count / 2);
+            if constexpr (kIsBytes)
+                CubicAcrossBytesAvx2(four, weights, out, count / 2);
+            else
+                CubicAcrossWordsAvx2(four, weights, out, count / 2);
+        }
+        uint32_t first = 0;
+        float weights[3] = {};
+    };
+};
+
+using Cubic8 = Cubic<plain::Bytes, 15>;
+using Cubic16 = Cubic<plain::Words, 16>;
+
+} // namespace zerix::wide

@@ -1,0 +1,73 @@
+// The rows of the Bayer sweep in wide registers. Every second output pixel has a place of its own
+// relative to the cells, the same along the whole row, so that nothing is looked up: the even
+// output 2k lies between the cells k - 1 and k, the odd one 2k + 1 between k and k + 1. A row
+// enlarged along x is therefore kept as two: the even outputs, and the odd ones.
+//
+// This header stays without inline functions and other headers: it is compiled with wide
+// instructions. Counts are cells. Rows of cells have readable bytes before and behind them, and all
+// rows that are written have room for steps of 32 cells.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zerix {
+
+struct BayerWeight8 {
+    int16_t first; // of 16384, together with
+    int16_t second;
+};
+
+struct BayerLinear8 { // of the even and of the odd outputs
+    const BayerWeight8 *even;
+    const BayerWeight8 *odd;
+};
+struct BayerLinear16 {
+    const float *even;
+    const float *odd;
+};
+// Newton's form at each output: the factors of the first, second and third difference.
+struct BayerCubic {
+    const float *even[3];
+    const float *odd[3];
+};
+
+template <typename Value>
+struct BayerHalves {
+    Value *even;
+    Value *odd;
+};
+
+// Red, green and blue cells of two rows of a mosaic. `order` is the pattern, 0 to 3. They do whole
+// steps only and return how many cells.
+size_t SplitBytesAvx2(const uint8_t *upper, const uint8_t *lower, uint32_t order,
+                      uint8_t *const *cells, size_t count);
+size_t SplitWordsAvx2(const uint8_t *upper, const uint8_t *lower, uint32_t order,
+                      uint8_t *const *cells, size_t count);
+
+// Each cell twice.
+void DoubleBytesAvx2(const uint8_t *cells, uint8_t *out, size_t count);
+void DoubleWordsAvx2(const uint8_t *cells, uint8_t *out, size_t count);
+
+// Along x. The linear values of bytes are 64 times the pixel and 32 more, which rounds them across.
+void LinearAlongBytesAvx2(const uint8_t *cells, const BayerLinear8 &weights,
+                          const BayerHalves<int16_t> &out, size_t count);
+void LinearAlongWordsAvx2(const uint8_t *cells, const BayerLinear16 &fractions,
+                          const BayerHalves<float> &out, size_t count);
+// Without the outputs that lie too near to an edge for four cells around them.
+void CubicAlongBytesAvx2(const uint8_t *cells, const BayerCubic &weights,
+                         const BayerHalves<float> &out, size_t count);
+void CubicAlongWordsAvx2(const uint8_t *cells, const BayerCubic &weights,
+                         const BayerHalves<float> &out, size_t count);
+
+// Across: two or four rows to one of pixels, even and odd in their order.
+void LinearAcrossBytesAvx2(const BayerHalves<const int16_t> *rows, BayerWeight8 weight,
+                           uint8_t *out, size_t count);
+void LinearAcrossWordsAvx2(const BayerHalves<const float> *rows, float fraction, uint8_t *out,
+                           size_t count);
+void CubicAcrossBytesAvx2(const BayerHalves<const float> *rows, const float *weights, uint8_t *out,
+                          size_t count);
+void CubicAcrossWordsAvx2(const BayerHalves<const float> *rows, const float *weights, uint8_t *out,
+                          size_t count);
+
+} // namespace zerix
