@@ -385,5 +385,28 @@ TEST(KernelLevels, ResizeAcrossRowsAlike)
     });
 }
 
+// The constant of the rounding is a little more than a half: 0.4999999 becomes 1, 0.4999997 stays
+// 0.
+TEST(KernelLevels, RoundCubicsALittleAboveAHalf)
+{
+    constexpr size_t kCount = 70;
+    std::vector<float> values(kCount);
+    for (size_t i = 0; i < kCount; ++i)
+        values[i] = i % 2 == 0 ? 0.4999999f : 0.4999997f;
+    const float *const rows[] = {values.data(), values.data(), values.data(), values.data()};
+    for (SimdLevel level : SupportedLevels()) {
+        const Kernels kernels = KernelsOfLevel(level);
+        Bytes bytes(kCount);
+        kernels.bytes.cubicColumn(rows, CubicWeightsOf(0.5f), bytes.data(), kCount);
+        std::vector<uint16_t> words(kCount);
+        kernels.words.cubicColumn(rows, CubicWeightsOf(0.5f),
+                                  reinterpret_cast<uint8_t *>(words.data()), kCount);
+        for (size_t i = 0; i < kCount; ++i) {
+            ASSERT_EQ(bytes[i], i % 2 == 0 ? 1 : 0) << SimdLevelName(level);
+            ASSERT_EQ(words[i], i % 2 == 0 ? 1 : 0) << SimdLevelName(level);
+        }
+    }
+}
+
 } // namespace
 } // namespace zerix::test
