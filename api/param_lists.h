@@ -23,7 +23,7 @@ void Modes(ZX::ZCamera &camera, SparseTable &table)
         table.Add(mode);
 }
 
-// From the slowest to the fastest; a frequency without an index is left out.
+// The camera's list backwards, as indices; a frequency without an index is left out.
 void ReadoutSpeeds(ZX::ZCamera &camera, SparseTable &table);
 
 // The live mode where the camera has one.

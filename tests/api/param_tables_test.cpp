@@ -137,7 +137,7 @@ TEST_F(ParamTables, ListTheCamerasOwnModesInTheirOrder)
     }
 }
 
-TEST_F(ParamTables, ListReadoutSpeedsFromTheSlowest)
+TEST_F(ParamTables, ListTheCamerasReadoutSpeedsBackwards)
 {
     camera->getReadoutFrequencyModes = {40.0f, 30.0f, 24.0f, 20.0f, 10.0f, 5.0f, 2.5f, 1.0f};
     EXPECT_EQ(TableOf(&current, zprmReadoutSpeed), (Entries{3, 2, 1, 0, 8, 7}));

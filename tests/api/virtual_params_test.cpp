@@ -1,6 +1,7 @@
 // The parameter calls on every camera of the family: limits around defaults, lists that are
 // accepted as they are told, and refusals next to both.
 #include <algorithm>
+#include <numeric>
 #include <set>
 #include <string>
 #include <tuple>
@@ -97,6 +98,104 @@ protected:
     ZerixHandle handle = nullptr;
     Zerix_Settings settings = {};
 };
+
+// What a camera has beyond the keys of every camera follows from its sensor, its registers'
+// versions and its model.
+struct KnownCamera {
+    const char *rack;
+    uint32_t id;
+    uint32_t model;
+    std::set<uint32_t> keys;
+    std::vector<uint32_t> binnings; // empty: of each axis, below
+    std::vector<uint32_t> readouts;
+    std::vector<uint32_t> triggers;
+};
+const KnownCamera kKnownCameras[] = {
+    // Monochrome, cooled, with the newest registers.
+    {"default",
+     0,
+     18,
+     {3, 8, 9, 10, 11, 19, 20, 33, 34, 35, 45, 46},
+     {1, 2, 4, 8},
+     {0, 1, 2},
+     {0, 1, 2, 3, 4, 5, 6, 7}},
+    // Colour: no wheel.
+    {"default",
+     1,
+     19,
+     {3, 9, 19, 20, 33, 34, 35, 45, 46},
+     {1, 2, 4, 8},
+     {0, 1, 2},
+     {0, 1, 2, 3, 4, 5, 6, 7}},
+    // Old, without a cooler.
+    {"default", 2, 12, {3, 8, 10, 11, 19, 20}, {1, 2, 4, 8}, {0, 1}, {0, 1, 2, 3, 4, 5}},
+    // Bins lines alone, and has a live mode.
+    {"family-1", 4, 8, {5, 24}, {1, 2, 3, 4}, {0, 1, 2, 3}, {0, 5}},
+    {"family-1",
+     6,
+     9,
+     {3, 8, 9, 10, 11, 19, 20, 22, 23, 26},
+     {1, 2, 4, 8},
+     {0, 1, 2, 3},
+     {0, 1, 2, 3, 4, 5}},
+    // Electron multiplication with everything that goes with it.
+    {"family-3",
+     0,
+     25,
+     {3, 8, 9, 10, 11, 19, 20, 33, 34, 35, 37, 39, 42, 43, 44, 45, 46, 47, 48, 49, 50, 51},
+     {1, 2, 4, 8},
+     {0, 1, 7},
+     {0, 1, 2, 3, 4, 5, 6, 7}},
+    // Bins both axes on their own, and has a shutter delay.
+    {"family-3", 8, 1002, {4, 5, 8, 9, 10, 11, 20, 21}, {}, {2}, {0, 1, 2, 3, 4, 5}},
+};
+
+TEST_F(VirtualParams, OfKnownCameras)
+{
+    for (const KnownCamera &row : kKnownCameras) {
+        SCOPED_TRACE(row.model);
+        ASSERT_EQ(ZerixSim_ChooseRack(row.rack), 0u) << ZerixSim_LastErrorText();
+        Load();
+        List();
+        OpenWithDefaults(row.id);
+        uint32_t model = 0;
+        EXPECT_EQ(Zerix_GetInfo(handle, zinfCameraType, &model), 0u);
+        EXPECT_EQ(model, row.model);
+        std::set<uint32_t> expected = row.keys;
+        expected.insert({0, 1, 2, 6, 7, 12, 13, 14, 15, 16, 25, 27, 28, 29, 30, 31, 32, 52});
+        std::set<uint32_t> supported;
+        for (uint32_t key = 0; key < 53; ++key) {
+            if (Zerix_IsParamSupported(handle, key) == 0)
+                supported.insert(key);
+        }
+        EXPECT_EQ(supported, expected);
+        if (!row.binnings.empty()) {
+            EXPECT_EQ(ListOf(row.keys.count(zprmBinning) != 0 ? zprmBinning : zprmVerticalBinning),
+                      row.binnings);
+        }
+        EXPECT_EQ(ListOf(zprmReadoutSpeed), row.readouts);
+        EXPECT_EQ(ListOf(zprmTriggerType), row.triggers);
+        Zerix_ReleaseDriver();
+    }
+}
+
+// Lines of 1 to 64: a list longer than the room in which others are checked.
+TEST_F(VirtualParams, OfACameraThatBinsEachAxisOnItsOwn)
+{
+    ASSERT_EQ(ZerixSim_ChooseRack("family-3"), 0u) << ZerixSim_LastErrorText();
+    Load();
+    List();
+    OpenWithDefaults(8);
+    EXPECT_EQ(ListOf(zprmHorizontalBinning), (std::vector<uint32_t>{1, 2, 3, 4}));
+    std::vector<uint32_t> upTo64(64);
+    std::iota(upTo64.begin(), upTo64.end(), 1);
+    EXPECT_EQ(ListOf(zprmVerticalBinning), upTo64);
+    ExpectAccepted(zprmVerticalBinning, 64);
+    ExpectRefused(zprmVerticalBinning, 65, 1);
+    uint32_t maximum = 0;
+    EXPECT_EQ(Zerix_GetParamMax(&settings, zprmVerticalBinning, &maximum), 0u);
+    EXPECT_EQ(maximum, 64u);
+}
 
 TEST_F(VirtualParams, HaveTheirDefaultsWithinTheirLimits)
 {
