@@ -1,7 +1,5 @@
 // Cameras that are read out from the far corner: what an application sees of a scene must not
 // depend on it.
-#include <algorithm>
-
 #include <gtest/gtest.h>
 
 #include "tests/family/family_cameras.h"
@@ -45,17 +43,17 @@ protected:
 TEST_P(FarCorner, ShowsTheSamePartOfTheScene)
 {
     for (const uint16_t depth : {uint16_t{8}, uint16_t{12}}) {
-        std::vector<std::vector<uint8_t>> near;
+        std::vector<std::vector<uint8_t>> upright;
         for (const uint32_t format : {1u, 2u}) {
             OpenWith(format, 6);
             ASSERT_EQ(Camera().SetBitDepth(depth), 0u);
             for (const Region &region : kRegions) {
                 if (format == 1) {
-                    near.push_back(PixelsOf(region));
+                    upright.push_back(PixelsOf(region));
                     continue;
                 }
-                const auto far = PixelsOf(region);
-                EXPECT_TRUE(far == near[static_cast<size_t>(&region - kRegions)])
+                const auto turned = PixelsOf(region);
+                EXPECT_TRUE(turned == upright[static_cast<size_t>(&region - kRegions)])
                     << region.x << ", " << region.y << " at " << depth << " bits";
             }
             Zerix_ReleaseDriver();
@@ -100,7 +98,7 @@ TEST_P(FarCorner, TellsTheMosaicOfTheTurnedPicture)
 TEST_P(FarCorner, BinsTheSamePixels)
 {
     for (const uint16_t binning : {uint16_t{2}, uint16_t{4}, uint16_t{8}}) {
-        std::vector<uint8_t> near;
+        std::vector<uint8_t> upright;
         for (const uint32_t format : {1u, 2u}) {
             OpenWith(format, 6);
             ASSERT_EQ(Camera().SetSymmetricalBinning(binning), 0u);
@@ -108,9 +106,9 @@ TEST_P(FarCorner, BinsTheSamePixels)
             pixels.resize(frame.size);
             EXPECT_EQ(frame.width, 1392u / binning);
             if (format == 1)
-                near = pixels;
+                upright = pixels;
             else
-                EXPECT_TRUE(pixels == near) << binning;
+                EXPECT_TRUE(pixels == upright) << binning;
             Zerix_ReleaseDriver();
         }
     }

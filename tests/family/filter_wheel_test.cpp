@@ -1,8 +1,5 @@
 // Monochrome cameras with a turning filter wheel: the sequence of three exposures, each with the
 // picture behind its own filter, as they reach the filters of the image pipeline.
-#include <condition_variable>
-#include <mutex>
-
 #include <gtest/gtest.h>
 
 #include "api/context.h"

@@ -1,5 +1,6 @@
 // What the racks of the family show before a picture is taken: numbers, names, serials, sensors,
 // and what each camera offers.
+#include <algorithm>
 #include <cstring>
 
 #include <gtest/gtest.h>

@@ -1,4 +1,6 @@
 // The Metrol: columns and rows binned apart, the rows by up to 64, and always words.
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "tests/family/family_session.h"
