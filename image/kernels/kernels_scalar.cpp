@@ -40,6 +40,12 @@ float Newton(float first, float second, float third, float fourth, float linear,
     return first + d1 * linear + d2 * square + d3 * cube;
 }
 
+int32_t RoundHalfUp(float value)
+{
+    const float raised = value + 0.5f;
+    return static_cast<int32_t>(raised);
+}
+
 int32_t RoundCubic(float value) { return static_cast<int32_t>(value + 0.5000001f); }
 
 // 8 bits -----------------------------------------------------------------------------------------
@@ -207,8 +213,7 @@ void LinearColumn16(const float *upper, const float *lower, float fraction, uint
                     size_t count)
 {
     for (size_t i = 0; i < count; ++i)
-        StoreWord(out, i,
-                  ClampToWord(static_cast<int32_t>(Between(upper[i], lower[i], fraction) + 0.5f)));
+        StoreWord(out, i, ClampToWord(RoundHalfUp(Between(upper[i], lower[i], fraction))));
 }
 
 void CubicRow16(const uint8_t *source, size_t, const CubicTaps &taps, float *out, size_t count)

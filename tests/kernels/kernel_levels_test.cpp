@@ -201,7 +201,7 @@ TEST(KernelLevels, LookEveryLevelUp)
         map[level] = static_cast<uint8_t>(level * 167 + 13); // each result once
     for (SimdLevel level : SupportedLevels()) {
         const Kernels kernels = KernelsOfLevel(level);
-        for (size_t channels : {1, 3, 4}) {
+        for (size_t channels : {1u, 3u, 4u}) {
             Bytes pixels(256 * channels);
             for (size_t i = 0; i < pixels.size(); ++i)
                 pixels[i] = static_cast<uint8_t>(i / channels);
@@ -220,7 +220,7 @@ TEST(KernelLevels, LookEveryLevelUp)
 TEST(KernelLevels, ScaleAlike)
 {
     ForEachLevel([](const Kernels &kernels, size_t count, Random &random) {
-        for (size_t channels : {1, 3, 4}) {
+        for (size_t channels : {1u, 3u, 4u}) {
             Proportion8 proportions[4];
             for (Proportion8 &proportion : proportions)
                 proportion = {static_cast<uint16_t>(Draw(random, 0, Draw(random, 0, 127))),
@@ -231,7 +231,7 @@ TEST(KernelLevels, ScaleAlike)
             kPlain.bytes.scale(expected.Begin(), count, channels, proportions);
             ASSERT_EQ(row.bytes, expected.bytes) << channels;
         }
-        for (size_t channels : {1, 3}) {
+        for (size_t channels : {1u, 3u}) {
             Proportion16 proportions[3];
             const int32_t most = count % 2 == 0 ? 1 : 65535; // small ones are scaled another way
             for (Proportion16 &proportion : proportions)

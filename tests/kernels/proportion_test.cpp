@@ -75,7 +75,7 @@ TEST(Proportion, IsNotFoundWhereOneLevelDiffers)
         EXPECT_FALSE(FindProportion(map.data(), kernels.bytes).has_value()) << level;
     }
     std::vector<uint16_t> words = GainMap<uint16_t>(1.5f);
-    for (size_t level : {0, 1, 2, 1000, 2047, 2048, 43000, 65534, 65535}) {
+    for (size_t level : {0u, 1u, 2u, 1000u, 2047u, 2048u, 43000u, 65534u, 65535u}) {
         std::vector<uint16_t> map = words;
         map[level] = static_cast<uint16_t>(map[level] ^ 0x4000);
         EXPECT_FALSE(FindProportion(map.data(), kernels.words).has_value()) << level;
