@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <mutex>
 
 #include "api/context.h"
@@ -32,6 +31,8 @@ State &TheState()
     return *state;
 }
 
+constexpr uint32_t kCallsEndMilliseconds = 5000;
+
 // 0 if the camera has no device of the kernel driver.
 kernel::DeviceHandle DeviceOf(ZX::ZCamera &camera)
 {
@@ -49,13 +50,14 @@ void AppendSerialIfOpen(const WatchedCamera &watched, std::vector<std::string> &
         serials.emplace_back(text.data());
 }
 
-std::vector<std::unique_ptr<ZerixContext>> ContextsOfOpenCameras(const ZX::ZCameraList &cameras)
+// No camera is freed under a call that hangs in it, or waits for a frame of it.
+void EndCallsOn(ZX::ZCamera &camera)
 {
-    std::vector<std::unique_ptr<ZerixContext>> contexts;
-    contexts.reserve(cameras.size());
-    for (ZX::ZCamera *camera : cameras)
-        contexts.emplace_back(ContextOf(*camera));
-    return contexts;
+    EndHangingCalls(camera);
+    if (AwaitUnused(camera, 0))
+        return;
+    camera.Abort();
+    AwaitUnused(camera, kCallsEndMilliseconds);
 }
 
 } // namespace
@@ -76,8 +78,21 @@ void FreeCameras()
     const std::lock_guard lock(state.mutex);
     state.watched.clear();
     // A camera's streaming threads use its context until the camera has been closed.
-    const auto contexts = ContextsOfOpenCameras(state.cameras);
+    std::vector<ZerixContext *> contexts;
+    for (ZX::ZCamera *camera : state.cameras) {
+        if (camera->IsCameraOpen())
+            EndCallsOn(*camera);
+        contexts.push_back(ContextOf(*camera));
+    }
     ZX::ZCamera::FreeCameraList(state.cameras);
+    for (ZerixContext *context : contexts)
+        RetireContext(context);
+}
+
+void EndHangingCalls(ZX::ZCamera &camera)
+{
+    if (const auto *const onBus = dynamic_cast<ZX::TolvaneFWCamera *>(&camera))
+        hal::BeginClosing(onBus->GetHalCamera());
 }
 
 void BeginWatching(ZX::ZCamera &camera)

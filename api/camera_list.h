@@ -27,6 +27,10 @@ void FreeCameras();
 void BeginWatching(ZX::ZCamera &camera);
 void EndWatching(ZX::ZCamera &camera);
 
+// Before a camera is closed: ends the register accesses that other calls hang in, and shuts out
+// further ones.
+void EndHangingCalls(ZX::ZCamera &camera);
+
 // Puts a camera at the end of the list, as a listing would. The list owns it.
 void AppendCameraForTest(ZX::ZCamera *camera);
 

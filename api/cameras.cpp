@@ -49,6 +49,7 @@ uint32_t OpenListedCamera(ExportedCall &call, ZX::ZCamera &camera, ZerixHandle *
 void CloseOpenCamera(ZX::ZCamera &camera)
 {
     EndWatching(camera);
+    EndHangingCalls(camera);
     camera.StopStreamingImages();
     camera.CloseCamera();
     if (camera.IsCameraOpen())

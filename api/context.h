@@ -1,8 +1,11 @@
 // What the interface keeps for each open camera. Made by Zerix_OpenCamera, attached to the camera,
 // and destroyed by Zerix_CloseCamera.
 //
-// Locks: callback semaphore, then queue semaphore. The plain words that the streaming threads and
-// the application share are atomics, because the calls read them without either.
+// Locks: callback semaphore, then queue semaphore; behind them the three mutexes, which nobody
+// holds while he calls anything but filters. The semaphores give the calls and the application's
+// callbacks their order; the mutexes keep the memory whole where the order leaves two threads side
+// by side. The plain words that the streaming threads and the application share are atomics,
+// because the calls read them without any of it.
 #pragma once
 
 #include <array>
@@ -10,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 
 #include "api/status.h"
 #include "hal/z_semaphore.h"
@@ -36,6 +40,7 @@ struct ZerixQueueEntry {
     void *userPointer = nullptr;
     uint32_t userData = 0;
     Kind kind = Kind::kFrame;
+    bool isExposeClaimed = false; // one of the two handlers is about to tell the application
     bool isExposeCalled = false;
 };
 
@@ -52,13 +57,19 @@ struct ZerixContext {
     std::unique_ptr<ZX::ZSemaphore> callbackSemaphore;
     std::unique_ptr<ZX::ZSemaphore> queueSemaphore;
     std::atomic<bool> isAborted{false};
-    std::array<std::unique_ptr<ZerixQueueEntry>, kQueueLength> queue; // oldest first
+    std::mutex queueMutex; // over the queue and its entries
+    std::array<std::shared_ptr<ZerixQueueEntry>, kQueueLength> queue; // oldest first
     std::atomic<uint32_t> queueCount{0};
-    std::atomic<bool> isSending{false};
+    std::atomic<bool> isSending{false};             // stays set after a send that failed
     ZX::ZBayerInterpolation *bayerFilter = nullptr; // the camera's
     ZX::ZImagePipeline *bayerPipeline = nullptr;    // the camera's
     std::atomic<bool> isPostProcessingOn{false};
+    std::mutex processingMutex;         // over a run of the post-processing and a change of it
+    mutable std::mutex cacheMutex;      // over what the cached settings hold
     Zerix_Settings cachedSettings = {}; // what was last read or sent
+
+    uint32_t users = 0;      // calls and handlers at work; under the lock of ContextUse
+    bool isDetached = false; // the last user frees it; under the same lock
 };
 
 // The context of an open camera; null if it has none.
@@ -71,7 +82,56 @@ inline ZerixContext *ContextOf(ZX::ZCamera &camera)
 // 0, or ZERIX_ERROR_OUT_OF_MEMORY with nothing attached.
 uint32_t AttachContext(ZX::ZCamera &camera);
 
-// Detaches and destroys the context of a closed camera; nothing happens if it has none.
+// Detaches and destroys the context of a closed camera; nothing happens if it has none. A call or a
+// callback that is still at work keeps it until it returns.
 void DestroyContext(ZX::ZCamera &camera);
+
+// Keeps a camera's context for as long as it lives, whoever closes the camera meanwhile.
+class ContextUse {
+public:
+    explicit ContextUse(ZX::ZCamera &camera);
+    ~ContextUse();
+    ContextUse(const ContextUse &) = delete;
+    ContextUse &operator=(const ContextUse &) = delete;
+
+    // Null if the camera has none.
+    [[nodiscard]] ZerixContext *Get() const { return m_context; }
+
+private:
+    ZerixContext *m_context;
+};
+
+// Waits until no call and no handler uses the camera's context. False if that takes longer.
+bool AwaitUnused(ZX::ZCamera &camera, uint32_t timeoutMilliseconds);
+
+// Detaches a context whose camera is gone; null does nothing.
+void RetireContext(ZerixContext *context);
+
+// Holds one of the context's semaphores for as long as it lives, but for the time of a Without.
+class SemaphoreHold {
+public:
+    explicit SemaphoreHold(ZX::ZSemaphore &semaphore) : m_semaphore(semaphore)
+    {
+        m_semaphore.Wait();
+    }
+    ~SemaphoreHold() { m_semaphore.Signal(); }
+    SemaphoreHold(const SemaphoreHold &) = delete;
+    SemaphoreHold &operator=(const SemaphoreHold &) = delete;
+
+    template <typename Work>
+    auto Without(const Work &work)
+    {
+        m_semaphore.Signal();
+        const Retake retake{m_semaphore};
+        return work();
+    }
+
+private:
+    struct Retake {
+        ZX::ZSemaphore &semaphore;
+        ~Retake() { semaphore.Wait(); }
+    };
+    ZX::ZSemaphore &m_semaphore;
+};
 
 } // namespace zerix::api

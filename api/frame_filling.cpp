@@ -3,16 +3,10 @@
 
 #include <cstring>
 
-#include "tables/settings_accessors.h"
+#include "api/cached_settings.h"
 
 namespace zerix::api {
 namespace {
-
-// The format that was last set or read.
-uint32_t CachedImageFormat(const ZerixContext &context)
-{
-    return tables::GetSlot32(&context.cachedSettings, zprmImageFormat, true);
-}
 
 bool IsRaw(uint32_t format) { return format == zfmtRaw8 || format == zfmtRaw16; }
 
@@ -83,6 +77,7 @@ void PostProcess(ZX::ZExImage &image, ZerixContext &context)
     if (!context.isPostProcessingOn.load() || IsRaw(CachedImageFormat(context)))
         return;
     bool isDone = false;
+    const std::lock_guard lock(context.processingMutex);
     context.postProcessingPipeline->ProcessImage(&image, &isDone);
 }
 

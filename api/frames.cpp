@@ -1,4 +1,4 @@
-// Taking frames: one at a time, or through the queue.
+// Taking one frame, and the calls for frames that no camera supports.
 #include <cstddef>
 #include <exception>
 #include <memory>
@@ -24,9 +24,8 @@ struct ImageDeleter {
     void operator()(ZX::ZExImage *image) const { ZX::ZCamera::FreeImage(image); }
 };
 
-uint32_t GrabOneImage(ZX::ZCamera &camera, Zerix_Frame &frame)
+uint32_t GrabOneImage(ZX::ZCamera &camera, ZerixContext &context, Zerix_Frame &frame)
 {
-    ZerixContext &context = *ContextOf(camera);
     if (context.queueCount.load() != 0)
         return ZERIX_ERROR_BUSY;
     if (frame.bufferSize < camera.GetImageSize())
@@ -50,33 +49,17 @@ uint32_t GrabOneImage(ZX::ZCamera &camera, Zerix_Frame &frame)
 uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame)
 try {
     ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      NotNull(frame, ZERIX_ERROR_BAD_PARAMETER), Open(camera),
-                                      Exclusive(camera), HasContext(camera)))
+    if (const auto error =
+            call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
+                       NotNull(frame, ZERIX_ERROR_BAD_PARAMETER), Open(camera), Exclusive(camera)))
         return call.End(error);
-    return call.End(GrabOneImage(*CameraOf(camera), *frame));
+    const ContextUse use(*CameraOf(camera));
+    if (use.Get() == nullptr)
+        return call.End(ZERIX_ERROR_DRIVER_FAULT);
+    return call.End(GrabOneImage(*CameraOf(camera), *use.Get(), *frame));
 } catch (const std::exception &) {
     return kExceptionError;
 }
-
-// The work of the queueing and streaming calls isn't written yet.
-uint32_t Zerix_QueueFrame(ZerixHandle, Zerix_Frame *, ZerixAsyncCallback, uint32_t, void *,
-                          uint32_t)
-{
-    return NotYet(ExportedCall(__func__, TracedIf{diag::ZLogShouldOutputFrame()}));
-}
-
-uint32_t Zerix_QueueSettings(ZerixHandle, Zerix_Settings *, ZerixAsyncCallback, uint32_t, void *,
-                             uint32_t)
-{
-    return NotYet(ExportedCall(__func__));
-}
-
-uint32_t Zerix_Abort(ZerixHandle) { return NotYet(ExportedCall(__func__)); }
-
-uint32_t Zerix_SetStreaming(ZerixHandle, uint32_t) { return NotYet(ExportedCall(__func__)); }
-
-uint32_t Zerix_Trigger(ZerixHandle) { return NotYet(ExportedCall(__func__)); }
 
 // Offered by the interface and supported by no camera.
 uint32_t Zerix_GrabFrameNow(ZerixHandle, Zerix_Frame *) { return NotYet(ExportedCall(__func__)); }

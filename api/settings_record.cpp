@@ -1,9 +1,9 @@
 // The settings record's making, filling and end. Making and releasing write no lines in the log.
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 
+#include "api/cached_settings.h"
 #include "api/exported_call.h"
 #include "api/param_rows.h"
 #include "diag/dumps.h"
@@ -13,11 +13,6 @@ using namespace zerix;
 using namespace zerix::api;
 
 namespace {
-
-// Of the library's own copy a fill refreshes only so much: the keys 0 to 16 from a current record,
-// and from byte 4 of a legacy one not quite as many. Sending relies on exactly these.
-constexpr std::size_t kCurrentCopyBytes = 68;
-constexpr std::size_t kLegacyCopyBytes = 63;
 
 enum class Column { kDefault, kReadBack };
 
@@ -54,16 +49,6 @@ void FillWider(const ParamSource &source, Column column, Zerix_Settings *setting
     }
 }
 
-void RefreshCachedCopy(const ParamSource &source, const Zerix_Settings *settings)
-{
-    void *const cached = source.context.cachedSettings.privateBlock;
-    if (source.isCurrent)
-        std::memcpy(cached, tables::GetPrivateBlock(settings), kCurrentCopyBytes);
-    else
-        std::memcpy(cached, reinterpret_cast<const unsigned char *>(settings) + 4,
-                    kLegacyCopyBytes);
-}
-
 // A current record that has been released has no room any more.
 bool HasRoom(const Zerix_Settings *settings, bool isCurrent)
 {
@@ -84,7 +69,7 @@ uint32_t FillSettings(ExportedCall &call, ZerixHandle handle, Zerix_Settings *se
     if (!source.isCurrent)
         tables::SetSize(settings, tables::kLegacySettingsSize);
     FillUnsigned(source, column, settings);
-    RefreshCachedCopy(source, settings);
+    RefreshCachedSettings(source.context, settings, source.isCurrent);
     FillWider(source, column, settings);
     tables::SetCamera(settings, handle, source.isCurrent);
     diag::ZerixDebugOutputSettings(settings);

@@ -3,6 +3,7 @@
 #include "camera/tolvane_fw_camera.h"
 
 #include "camera/hal_error.h"
+#include "hal/camera_connection.h"
 #include "platform/os.h"
 
 namespace ZX {
@@ -126,6 +127,7 @@ uint16_t TolvaneFWCamera::CloseCamera()
 {
     if (!isOpen)
         return kStatusOk;
+    zerix::hal::BeginClosing(halCamera);
     if (exclusiveAccess) {
         if (const uint32_t error = HAL_SemaphoreWait(closeSemaphore))
             return FailClose(ReportHalError(error));
@@ -134,6 +136,7 @@ uint16_t TolvaneFWCamera::CloseCamera()
     }
     if (const uint32_t error = HAL_CameraDisconnect(&halCamera))
         return FailClose(ReportHalError(error));
+    zerix::hal::EndClosing(halCamera);
     RemoveConnectedCamera(this);
     isOpen = false;
     if (exclusiveAccess.exchange(false))
@@ -143,6 +146,7 @@ uint16_t TolvaneFWCamera::CloseCamera()
 
 uint16_t TolvaneFWCamera::FailClose(uint16_t status)
 {
+    zerix::hal::EndClosing(halCamera);
     if (exclusiveAccess)
         HAL_SemaphoreSignal(closeSemaphore);
     return status;
@@ -153,6 +157,7 @@ uint16_t TolvaneFWCamera::StopThreads()
     runLoopActive = false;
     if (const uint16_t status = StopStreamingImages())
         return status;
+    HAL_ConditionSignal(imageCondition); // nobody waits for an image any more
     SetCurrentFireWirePacketSize(0);
     exposeThreadActive = false;
     exposeDoneCallback = nullptr;
@@ -181,8 +186,10 @@ void TolvaneFWCamera::EndThreads()
     runLoopActive = false;
     exposeThreadActive = false;
     exposeDoneCallback = nullptr;
-    if (runLoopThread != nullptr || exposeDoneThread != nullptr)
+    if (runLoopThread != nullptr || exposeDoneThread != nullptr) {
+        zerix::hal::BeginClosing(halCamera);
         StopStreamingImages();
+    }
     for (threadInfo **thread : {&runLoopThread, &exposeDoneThread}) {
         if (*thread == nullptr)
             continue;

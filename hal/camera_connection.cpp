@@ -7,6 +7,7 @@
 #include "hal/debug_text.h"
 #include "hal/fw_camera_device.h"
 #include "hal/iso_stream.h"
+#include "hal/register_transport.h"
 
 namespace zerix::hal {
 
@@ -87,6 +88,21 @@ uint32_t FWCameraIsOpen(kernel::DeviceHandle device, uint32_t *isOpen, bool show
     if (showMessage)
         ShowFailure("FWCameraIsOpen");
     return HAL_ERROR_ISOCH_CHANNEL_FREE;
+}
+
+void BeginClosing(const HALCamera &camera)
+{
+    FWCameraDevice *device = LiveDeviceOf(camera);
+    if (device == nullptr)
+        return;
+    device->gate.BeginClosing();
+    EndHangingAccesses(*device);
+}
+
+void EndClosing(const HALCamera &camera)
+{
+    if (FWCameraDevice *device = LiveDeviceOf(camera))
+        device->gate.EndClosing();
 }
 
 kernel::DeviceHandle OpenDeviceOf(const HALCamera &camera)

@@ -17,4 +17,11 @@ uint32_t FWCameraIsOpen(kernel::DeviceHandle device, uint32_t *isOpen, bool show
 // The handle of the camera's open device; 0 if it has none. Any thread.
 kernel::DeviceHandle OpenDeviceOf(const HALCamera &camera);
 
+// Before a camera is closed, possibly beside calls that are at work with it: ends the register
+// accesses that hang, and shuts out those of every other thread. Takes half a second at the most.
+void BeginClosing(const HALCamera &camera);
+
+// The camera is closed, or stays open after all.
+void EndClosing(const HALCamera &camera);
+
 } // namespace zerix::hal

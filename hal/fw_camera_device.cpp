@@ -45,6 +45,12 @@ kernel::ControlResult FWCameraDevice::Wait(kernel::Overlapped *overlapped)
     return Told(kernel::Driver().Wait(deviceHandle.load(std::memory_order_relaxed), overlapped));
 }
 
+void FWCameraDevice::CancelPending() const
+{
+    if (handleIsOpen.load(std::memory_order_acquire))
+        kernel::Driver().CancelPending(deviceHandle.load(std::memory_order_relaxed));
+}
+
 void FWCameraDevice::CloseDevice()
 {
     if (handleIsOpen.exchange(false, std::memory_order_acq_rel))

@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "camera/assembler/frame_assembler.h"
+#include "hal/access_gate.h"
 #include "hal/kernel_driver.h"
 #include "hal/kernel_requests.h"
 #include "platform/os.h"
@@ -65,6 +66,9 @@ public:
         return result.completion == kernel::Completion::kDone;
     }
 
+    // Cancels every request that is pending.
+    void CancelPending() const;
+
     // Closes the device handle; whatever it held is given back by the driver. The number stays
     // behind, so that what still uses it fails as on any closed handle.
     void CloseDevice();
@@ -84,6 +88,7 @@ public:
     // wait for it while the connection closes.
     std::unique_ptr<os::Mutex> deviceMutex;
     bool busEventRunning = false; // under deviceMutex
+    AccessGate gate;              // of register accesses; a write passes under deviceMutex
 
     // The run loop's idle wait. Manual reset; lives as long as the record for the same reason.
     std::unique_ptr<os::Event> frameWaitEvent;

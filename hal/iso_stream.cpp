@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "hal/receive_thread.h"
+#include "hal/register_transport.h"
 
 namespace zerix::hal {
 
@@ -55,12 +56,6 @@ void FreeRing(FWCameraDevice &device)
             kernel::Driver().Wait(handle, &slot.overlapped);
     }
     device.ring.reset();
-}
-
-void CancelRequests(const FWCameraDevice &device)
-{
-    if (device.handleIsOpen.load(std::memory_order_acquire))
-        kernel::Driver().CancelPending(device.deviceHandle.load(std::memory_order_relaxed));
 }
 
 uint32_t FailedBecause(uint32_t systemError)
@@ -143,7 +138,7 @@ bool EndReceiveThread(FWCameraDevice &device)
         os::DebugOutput("FWCameraIsochStopThreads:Thread Stop Failed!!!\n");
     const bool hasLeft = waited == os::WaitResult::kSignalled;
     if (!hasLeft)
-        CancelRequests(device);
+        device.CancelPending();
     return JoinReceiveThread(device) || hasLeft;
 }
 
@@ -162,11 +157,13 @@ uint32_t StopStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_t
 {
     if (!device.isStreaming.exchange(false, std::memory_order_relaxed))
         return HAL_NO_ERROR;
+    // An access that hangs may hold what the receive thread waits for.
+    EndHangingAccesses(device);
     DropCurrentFrame(device);
     const bool threadHasLeft = EndReceiveThread(device);
     const uint32_t error = TakeBuffersBack(device);
     if (error != HAL_NO_ERROR)
-        CancelRequests(device);
+        device.CancelPending();
     if (threadHasLeft) {
         // The thread may have begun another frame before it saw the stop.
         device.stream.Cancel();
@@ -174,8 +171,7 @@ uint32_t StopStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_t
     }
     if (error != HAL_NO_ERROR)
         return error;
-    const uint32_t control = kSendOff;
-    return HAL_CameraWriteData(camera, registerAddress, &control, 1);
+    return WriteWithPatience(camera, registerAddress, kSendOff);
 }
 
 } // namespace
@@ -186,7 +182,7 @@ bool AbandonStream(FWCameraDevice &device)
         return true;
     device.isStreaming.store(false, std::memory_order_relaxed);
     if (device.ring)
-        CancelRequests(device);
+        device.CancelPending();
     // A callback that closes its own camera runs when the thread has left the ring.
     if (!JoinReceiveThread(device) && !IsReceiveThreadOf(device))
         return false;

@@ -65,8 +65,9 @@ std::optional<LoopEnd> TakeTurn(FWCameraDevice &device, ReceiveSlot &slot, bool 
         received = device.Wait(&slot.overlapped).completion;
     if (!device.isStreaming.load(std::memory_order_relaxed))
         return LoopEnd::kStopped;
+    // Closing may have to cancel everything that is pending, and nothing is lost then.
     if (received == kernel::Completion::kFailed)
-        return LoopEnd::kDeviceLost;
+        return device.gate.IsClosing() ? LoopEnd::kStopped : LoopEnd::kDeviceLost;
     // A buffer that was refused at the start holds nothing yet; its turn to be queued is now.
     if (slot.isQueued)
         Parse(device, slot, realTime);

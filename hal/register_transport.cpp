@@ -1,14 +1,17 @@
 // Reads and writes of camera registers: quadlets at a 32-bit address, big-endian on the wire, each
-// transfer one request. There is no time limit: a request waits for the driver.
+// transfer one request. There is no time limit: a request waits for the driver, until somebody
+// cancels it.
 //
 // Writes of a device are strictly ordered by its mutex. Reads take no lock and may overlap them.
+#include "hal/register_transport.h"
+
 #include <atomic>
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <optional>
 
 #include "hal/debug_text.h"
-#include "hal/fw_camera_device.h"
 #include "hal/transfer_trace.h"
 
 namespace zerix::hal {
@@ -68,6 +71,13 @@ private:
     std::unique_ptr<uint8_t[]> m_bytes;
 };
 
+// Another thread is closing the connection.
+uint32_t FailShutOut(uint32_t halError)
+{
+    os::SetLastError(kernel::kErrorOperationAborted);
+    return halError;
+}
+
 void TellFailedWrite(const FWCameraDevice &device, const kernel::ControlResult &result)
 {
     os::DebugOutput(Formatted(
@@ -80,14 +90,55 @@ void TellFailedWrite(const FWCameraDevice &device, const kernel::ControlResult &
     os::SetLastError(result.systemError);
 }
 
-uint32_t SendWrite(FWCameraDevice &device, const WriteRequest &request)
+// Cancels what the device has pending, unless it ends in time. Without a thread for it, it waits
+// like any other request.
+class Patience {
+public:
+    explicit Patience(FWCameraDevice &device)
+        : m_device(device), m_isOver(os::Event::Create(os::ResetMode::kManual))
+    {
+        if (m_isOver)
+            m_thread = os::Thread::Start(Watch, this);
+    }
+    ~Patience()
+    {
+        if (!m_thread)
+            return;
+        m_isOver->Signal();
+        static_cast<void>(m_thread->Join(os::kWaitForever));
+    }
+    Patience(const Patience &) = delete;
+    Patience &operator=(const Patience &) = delete;
+
+private:
+    static void Watch(void *self)
+    {
+        auto &patience = *static_cast<Patience *>(self);
+        if (patience.m_isOver->Wait(kAccessPatienceMilliseconds) == os::WaitResult::kTimedOut)
+            patience.m_device.CancelPending();
+    }
+    FWCameraDevice &m_device;
+    std::unique_ptr<os::Event> m_isOver;
+    std::unique_ptr<os::Thread> m_thread;
+};
+
+kernel::ControlResult WaitFor(FWCameraDevice &device, kernel::Overlapped &overlapped,
+                              bool waitsForEver)
+{
+    std::optional<Patience> patience;
+    if (!waitsForEver)
+        patience.emplace(device);
+    return device.Wait(&overlapped);
+}
+
+uint32_t SendWrite(FWCameraDevice &device, const WriteRequest &request, bool waitsForEver)
 {
     kernel::Overlapped overlapped;
     auto result = device.Send(kernel::kControlAsyncWrite, request.Bytes(), request.Size(), nullptr,
                               0, &overlapped);
     const bool wasPending = result.completion == kernel::Completion::kPending;
     if (wasPending)
-        result = device.Wait(&overlapped);
+        result = WaitFor(device, overlapped, waitsForEver);
     if (result.completion == kernel::Completion::kDone)
         return HAL_NO_ERROR;
     TellFailedWrite(device, result);
@@ -98,11 +149,14 @@ uint32_t SendWrite(FWCameraDevice &device, const WriteRequest &request)
 }
 
 uint32_t FWCameraWriteData(FWCameraDevice &device, uint32_t address, const uint32_t *data,
-                           uint32_t count)
+                           uint32_t count, bool waitsForEver)
 {
     if (device.deviceHandle.load(std::memory_order_relaxed) == 0)
         return HAL_ERROR_NOT_CONNECTED;
     const std::lock_guard lock(*device.deviceMutex);
+    const AccessGate::Pass pass(device.gate);
+    if (!pass)
+        return FailShutOut(HAL_ERROR_ASYNC_WRITE);
     if (count > kMostQuadlets)
         return HAL_ERROR_ASYNC_WRITE;
     const WriteRequest request(address, data, count);
@@ -112,7 +166,7 @@ uint32_t FWCameraWriteData(FWCameraDevice &device, uint32_t address, const uint3
         os::DebugOutput("FWCameraWriteData:NumberOfBytesToWrite is ZERO!");
     if (data == nullptr)
         return HAL_ERROR_NO_BUFFER;
-    return SendWrite(device, request);
+    return SendWrite(device, request, waitsForEver);
 }
 
 // A read that completes at once brings host order; one that pends brings what came over the bus.
@@ -124,6 +178,9 @@ uint32_t FWCameraReadData(FWCameraDevice &device, uint32_t address, uint32_t *da
         return HAL_ERROR_NO_BUFFER;
     if (count > kMostQuadlets)
         return HAL_ERROR_ASYNC_READ;
+    const AccessGate::Pass pass(device.gate);
+    if (!pass)
+        return FailShutOut(HAL_ERROR_ASYNC_READ);
     const auto request = RequestFor(address, count);
     kernel::Overlapped overlapped;
     const auto result = device.Send(kernel::kControlAsyncRead, &request, sizeof request, data,
@@ -150,17 +207,37 @@ uint32_t Read(const HALCamera &camera, uint32_t address, uint32_t *data, uint32_
     return FWCameraReadData(*device, address, data, count);
 }
 
-uint32_t Write(const HALCamera &camera, uint32_t address, const uint32_t *data, uint32_t count)
+uint32_t Write(const HALCamera &camera, uint32_t address, const uint32_t *data, uint32_t count,
+               bool waitsForEver)
 {
     if (camera.kind != kLiveTransport)
         return HAL_NO_ERROR;
     FWCameraDevice *device = LiveDeviceOf(camera);
     if (device == nullptr)
         return HAL_ERROR_NOT_CONNECTED;
-    return FWCameraWriteData(*device, address, data, count);
+    return FWCameraWriteData(*device, address, data, count, waitsForEver);
+}
+
+uint32_t TracedWrite(const HALCamera &camera, uint32_t address, const uint32_t *data,
+                     uint32_t count, bool waitsForEver)
+{
+    if (g_shouldOutputWrites.load(std::memory_order_relaxed) == 1)
+        TraceTransfer(kTransferWrite, address, data, count);
+    return Write(camera, address, data, count, waitsForEver);
 }
 
 } // namespace
+
+void EndHangingAccesses(FWCameraDevice &device)
+{
+    if (!device.gate.AwaitPresent(kAccessPatienceMilliseconds))
+        device.CancelPending();
+}
+
+uint32_t WriteWithPatience(const HALCamera &camera, uint32_t address, uint32_t value)
+{
+    return TracedWrite(camera, address, &value, 1, false);
+}
 
 } // namespace zerix::hal
 
@@ -177,9 +254,7 @@ uint32_t HAL_CameraReadData(HALCamera camera, uint32_t address, uint32_t *data, 
 uint32_t HAL_CameraWriteData(HALCamera camera, uint32_t address, const uint32_t *data,
                              uint32_t count)
 {
-    if (g_shouldOutputWrites.load(std::memory_order_relaxed) == 1)
-        TraceTransfer(kTransferWrite, address, data, count);
-    return Write(camera, address, data, count);
+    return TracedWrite(camera, address, data, count, true);
 }
 
 uint32_t HAL_CameraSetShouldOutputReads(uint32_t, uint8_t on)

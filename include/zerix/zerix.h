@@ -288,8 +288,8 @@ ZERIX_API uint32_t Zerix_GetParamSparseTable64(const Zerix_Settings *settings, u
  * camera goes on streaming. */
 ZERIX_API uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame);
 
-/* Appends a frame to the camera's queue of at most 100 entries. While the camera streams, each image
- * goes to the oldest frame; images that find none are dropped.
+/* Appends a frame to the camera's queue of at most 100 entries. While the camera streams, each
+ * image goes to the oldest frame; images that find none are dropped.
  *   frame        in: pBuffer and bufferSize. out, until it is done: every other field but the
  *                reserved ones. The application keeps it and its buffer alive until then
  *   callback     may be null. Called on threads of the library, and may queue more
