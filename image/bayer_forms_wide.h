@@ -34,45 +34,47 @@ Weight AtPlace(const ResizeAxis::LinearTap &tap, uint32_t output, Weight weight,
 struct Linear8 : plain::Bytes {
     static constexpr uint32_t kId = 13;
 
-    static BayerWeight8 WeightOf(double fraction)
-    {
-        const LinearWeight8 weight = LinearWeightOf(fraction);
-        return {weight.first, weight.second};
-    }
+    static constexpr int16_t kWhole = 16384;
     static void Prepare(const ResizeAxis &axis, uint32_t count, const SweepColumns &columns)
     {
         for (uint32_t i = 0; i < count; ++i) {
             const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(i));
             uint8_t *const half = i % 2 == 0 ? columns.even[0] : columns.odd[0];
-            reinterpret_cast<BayerWeight8 *>(half)[i / 2] =
-                AtPlace<BayerWeight8>(tap, i, WeightOf(tap.fraction), {0, 16384}, {16384, 0});
+            reinterpret_cast<int16_t *>(half)[i / 2] =
+                AtPlace<int16_t>(tap, i, LinearWeightOf(tap.fraction).second, kWhole, 0);
         }
     }
     static void Along(const uint8_t *cells, size_t, const SweepColumns &columns, uint8_t *out,
                       size_t count)
     {
         LinearAlongBytesAvx2(cells,
-                             {reinterpret_cast<const BayerWeight8 *>(columns.even[0]),
-                              reinterpret_cast<const BayerWeight8 *>(columns.odd[0])},
+                             {reinterpret_cast<const int16_t *>(columns.even[0]),
+                              reinterpret_cast<const int16_t *>(columns.odd[0])},
                              HalvesOf<int16_t>(out, count / 2), count / 2);
     }
+    // The whole way is no fraction: the row there is then taken as where it begins, too.
     struct Rows {
         static constexpr uint32_t kCount = 2;
         Rows(const ResizeAxis &axis, uint32_t row)
         {
             const ResizeAxis::LinearTap tap = axis.Linear(static_cast<int32_t>(row));
             first = tap.first;
-            weight = WeightOf(tap.fraction);
-        }
-        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
-        {
-            const BayerHalves<const int16_t> two[] = {HalvesOf<const int16_t>(rows[0], count / 2),
-                                                      HalvesOf<const int16_t>(rows[1], count / 2)};
-            LinearAcrossBytesAvx2(two, weight, out, count / 2);
+            fraction = LinearWeightOf(tap.fraction).second;
         }
         uint32_t first = 0;
-        BayerWeight8 weight{};
+        int16_t fraction = 0;
     };
+    static void Across(const Rows &one, const Rows &two, const uint8_t *const *rows,
+                       const BayerTwoRows &out, size_t count)
+    {
+        const bool isWhole = one.fraction == kWhole;
+        const BayerHalves<const int16_t> from[] = {
+            HalvesOf<const int16_t>(rows[isWhole ? 1 : 0], count / 2),
+            HalvesOf<const int16_t>(rows[1], count / 2)};
+        const int16_t fractions[] = {isWhole ? int16_t{0} : one.fraction,
+                                     isWhole ? int16_t{0} : two.fraction};
+        LinearAcrossBytesAvx2(from, fractions, out, count / 2);
+    }
 };
 
 struct Linear16 : plain::Words {
@@ -103,15 +105,17 @@ struct Linear16 : plain::Words {
             first = tap.first;
             fraction = static_cast<float>(tap.fraction);
         }
-        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
-        {
-            const BayerHalves<const float> two[] = {HalvesOf<const float>(rows[0], count / 2),
-                                                    HalvesOf<const float>(rows[1], count / 2)};
-            LinearAcrossWordsAvx2(two, fraction, out, count / 2);
-        }
         uint32_t first = 0;
         float fraction = 0;
     };
+    static void Across(const Rows &one, const Rows &two, const uint8_t *const *rows,
+                       const BayerTwoRows &out, size_t count)
+    {
+        const BayerHalves<const float> from[] = {HalvesOf<const float>(rows[0], count / 2),
+                                                 HalvesOf<const float>(rows[1], count / 2)};
+        const float fractions[] = {one.fraction, two.fraction};
+        LinearAcrossWordsAvx2(from, fractions, out, count / 2);
+    }
 };
 
 template <typename Size, uint32_t id>
@@ -160,19 +164,21 @@ struct Cubic : Size {
             weights[1] = at.square;
             weights[2] = at.cube;
         }
-        void Across(const uint8_t *const *rows, uint8_t *out, size_t count) const
-        {
-            BayerHalves<const float> four[4];
-            for (size_t row = 0; row < 4; ++row)
-                four[row] = HalvesOf<const float>(rows[row], count / 2);
-            if constexpr (kIsBytes)
-                CubicAcrossBytesAvx2(four, weights, out, count / 2);
-            else
-                CubicAcrossWordsAvx2(four, weights, out, count / 2);
-        }
         uint32_t first = 0;
         float weights[3] = {};
     };
+    static void Across(const Rows &one, const Rows &two, const uint8_t *const *rows,
+                       const BayerTwoRows &out, size_t count)
+    {
+        BayerHalves<const float> from[4];
+        for (size_t row = 0; row < 4; ++row)
+            from[row] = HalvesOf<const float>(rows[row], count / 2);
+        const float *const weights[] = {one.weights, two.weights};
+        if constexpr (kIsBytes)
+            CubicAcrossBytesAvx2(from, weights, out, count / 2);
+        else
+            CubicAcrossWordsAvx2(from, weights, out, count / 2);
+    }
 };
 
 using Cubic8 = Cubic<plain::Bytes, 15>;

@@ -13,14 +13,9 @@
 
 namespace zerix {
 
-struct BayerWeight8 {
-    int16_t first; // of 16384, together with
-    int16_t second;
-};
-
-struct BayerLinear8 { // of the even and of the odd outputs
-    const BayerWeight8 *even;
-    const BayerWeight8 *odd;
+struct BayerLinear8 { // the way from a cell to the next, of 16384
+    const int16_t *even;
+    const int16_t *odd;
 };
 struct BayerLinear16 {
     const float *even;
@@ -38,6 +33,11 @@ struct BayerHalves {
     Value *odd;
 };
 
+// Copies past the caches: an image is larger than they are worth. Before anybody else reads it,
+// FinishStreamAvx2 must have run.
+void StreamRowAvx2(const uint8_t *row, uint8_t *out, size_t bytes);
+void FinishStreamAvx2();
+
 // Red, green and blue cells of two rows of a mosaic. `order` is the pattern, 0 to 3. They do whole
 // steps only and return how many cells.
 size_t SplitBytesAvx2(const uint8_t *upper, const uint8_t *lower, uint32_t order,
@@ -49,7 +49,15 @@ size_t SplitWordsAvx2(const uint8_t *upper, const uint8_t *lower, uint32_t order
 void DoubleBytesAvx2(const uint8_t *cells, uint8_t *out, size_t count);
 void DoubleWordsAvx2(const uint8_t *cells, uint8_t *out, size_t count);
 
+// Each cell twice, three colours interleaved, in two rows that are the same. They do whole steps
+// only and return how many cells. Streamed rows go past the caches and are aligned to 32 bytes.
+size_t NearestRowsOfBytesAvx2(const uint8_t *const *cells, uint8_t *upper, uint8_t *lower,
+                              size_t count, bool isStreamed);
+size_t NearestRowsOfWordsAvx2(const uint8_t *const *cells, uint8_t *upper, uint8_t *lower,
+                              size_t count, bool isStreamed);
+
 // Along x. The linear values of bytes are 64 times the pixel and 32 more, which rounds them across.
+// In the tables of the even outputs number k + 1 belongs to the cells k and k + 1.
 void LinearAlongBytesAvx2(const uint8_t *cells, const BayerLinear8 &weights,
                           const BayerHalves<int16_t> &out, size_t count);
 void LinearAlongWordsAvx2(const uint8_t *cells, const BayerLinear16 &fractions,
@@ -60,14 +68,22 @@ void CubicAlongBytesAvx2(const uint8_t *cells, const BayerCubic &weights,
 void CubicAlongWordsAvx2(const uint8_t *cells, const BayerCubic &weights,
                          const BayerHalves<float> &out, size_t count);
 
-// Across: two or four rows to one of pixels, even and odd in their order.
-void LinearAcrossBytesAvx2(const BayerHalves<const int16_t> *rows, BayerWeight8 weight,
-                           uint8_t *out, size_t count);
-void LinearAcrossWordsAvx2(const BayerHalves<const float> *rows, float fraction, uint8_t *out,
-                           size_t count);
-void CubicAcrossBytesAvx2(const BayerHalves<const float> *rows, const float *weights, uint8_t *out,
-                          size_t count);
-void CubicAcrossWordsAvx2(const BayerHalves<const float> *rows, const float *weights, uint8_t *out,
-                          size_t count);
+// Across: two or four rows to two of pixels, even and odd columns in their order. Both are mixed
+// from the same rows; where one is enough, give it twice.
+struct BayerTwoRows {
+    uint8_t *first;
+    uint8_t *second;
+};
+
+// Fractions of 16384, below it.
+void LinearAcrossBytesAvx2(const BayerHalves<const int16_t> *rows, const int16_t *fractions,
+                           const BayerTwoRows &out, size_t count);
+void LinearAcrossWordsAvx2(const BayerHalves<const float> *rows, const float *fractions,
+                           const BayerTwoRows &out, size_t count);
+// Three weights for each.
+void CubicAcrossBytesAvx2(const BayerHalves<const float> *rows, const float *const *weights,
+                          const BayerTwoRows &out, size_t count);
+void CubicAcrossWordsAvx2(const BayerHalves<const float> *rows, const float *const *weights,
+                          const BayerTwoRows &out, size_t count);
 
 } // namespace zerix

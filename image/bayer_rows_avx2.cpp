@@ -176,34 +176,56 @@ ZERIX_AVX2 inline void CubicAlong(const uint8_t *cells, const BayerCubic &weight
     }
 }
 
-struct AcrossWeights {
+struct CubicWeight {
     __m256 linear;
     __m256 square;
     __m256 cube;
 };
 
-ZERIX_AVX2 inline __m256i CubicAcross(const float *row0, const float *row1, const float *row2,
-                                      const float *row3, const AcrossWeights &weights)
+ZERIX_AVX2 inline CubicWeight Broadcast(const float *weights)
 {
-    const Differences at = DifferencesOf(_mm256_loadu_ps(row0), _mm256_loadu_ps(row1),
-                                         _mm256_loadu_ps(row2), _mm256_loadu_ps(row3));
-    const __m256 value = Newton(at, weights.linear, weights.square, weights.cube);
+    return {_mm256_set1_ps(weights[0]), _mm256_set1_ps(weights[1]), _mm256_set1_ps(weights[2])};
+}
+
+ZERIX_AVX2 inline Differences DifferencesAt(const float *const *rows, size_t cell)
+{
+    return DifferencesOf(_mm256_loadu_ps(rows[0] + cell), _mm256_loadu_ps(rows[1] + cell),
+                         _mm256_loadu_ps(rows[2] + cell), _mm256_loadu_ps(rows[3] + cell));
+}
+
+ZERIX_AVX2 inline __m256i Rounded(const Differences &at, const CubicWeight &weight)
+{
+    const __m256 value = Newton(at, weight.linear, weight.square, weight.cube);
     return _mm256_cvttps_epi32(_mm256_add_ps(value, _mm256_set1_ps(0.5000001f)));
 }
 
 // 32 outputs as bytes, in the order that an interleaving of two such registers wants.
-ZERIX_AVX2 inline __m256i CubicBytes(const float *const *rows, size_t cell,
-                                     const AcrossWeights &weights)
+ZERIX_AVX2 inline __m256i BytesOf(const __m256i *eights)
 {
-    __m256i eights[4];
-    for (size_t eight = 0; eight < 4; ++eight) {
-        const size_t at = cell + eight * 8;
-        eights[eight] =
-            CubicAcross(rows[0] + at, rows[1] + at, rows[2] + at, rows[3] + at, weights);
-    }
     const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32(eights[0], eights[1]),
                                               _mm256_packs_epi32(eights[2], eights[3]));
     return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 2, 6, 1, 5, 3, 7));
+}
+
+ZERIX_AVX2 inline void CubicBytes(const float *const *rows, size_t cell, const CubicWeight &first,
+                                  const CubicWeight &second, __m256i &firstBytes,
+                                  __m256i &secondBytes)
+{
+    __m256i firsts[4];
+    __m256i seconds[4];
+    for (size_t eight = 0; eight < 4; ++eight) {
+        const Differences at = DifferencesAt(rows, cell + eight * 8);
+        firsts[eight] = Rounded(at, first);
+        seconds[eight] = Rounded(at, second);
+    }
+    firstBytes = BytesOf(firsts);
+    secondBytes = BytesOf(seconds);
+}
+
+ZERIX_AVX2 inline void StoreBytes(__m256i even, __m256i odd, uint8_t *out)
+{
+    Store(out, _mm256_unpacklo_epi8(even, odd));
+    Store(out + 32, _mm256_unpackhi_epi8(even, odd));
 }
 
 ZERIX_AVX2 inline void StoreWords(__m256i even0, __m256i even1, __m256i odd0, __m256i odd1,
@@ -215,7 +237,107 @@ ZERIX_AVX2 inline void StoreWords(__m256i even0, __m256i even1, __m256i odd0, __
     Store(out + 32, _mm256_unpackhi_epi16(even, odd));
 }
 
+// Nearest neighbour ------------------------------------------------------------------------------
+
+// Which byte of a colour's cells goes where, for the three registers that 16 bytes of each colour
+// make: every pixel twice. 0x80 where another colour's byte goes.
+struct NearestMasks {
+    alignas(16) uint8_t bytes[3][3][16]; // by register and colour
+};
+
+constexpr NearestMasks MakeNearestMasks(uint32_t sampleBytes)
+{
+    NearestMasks masks{};
+    for (uint32_t place = 0; place < 48; ++place) {
+        const uint32_t sample = place / sampleBytes;
+        const uint32_t cell = sample / 3 / 2;
+        for (uint32_t colour = 0; colour < 3; ++colour)
+            masks.bytes[place / 16][colour][place % 16] = static_cast<uint8_t>(
+                sample % 3 == colour ? cell * sampleBytes + place % sampleBytes : 0x80);
+    }
+    return masks;
+}
+
+constexpr NearestMasks kByteMasks = MakeNearestMasks(1);
+constexpr NearestMasks kWordMasks = MakeNearestMasks(2);
+
+ZERIX_AVX2 inline __m256i Mask(const uint8_t *bytes)
+{
+    return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i *>(bytes)));
+}
+
+template <bool kIsStreamed>
+ZERIX_AVX2 inline void Put(uint8_t *to, __m256i value)
+{
+    if constexpr (kIsStreamed)
+        _mm256_stream_si256(reinterpret_cast<__m256i *>(to), value);
+    else
+        Store(to, value);
+}
+
+// Steps of 16 bytes of each colour, half of them in either lane.
+template <bool kIsStreamed>
+ZERIX_AVX2 inline size_t NearestRows(const uint8_t *const *cells, uint8_t *upper, uint8_t *lower,
+                                     size_t bytes, const NearestMasks &masks)
+{
+    __m256i mask[3][3];
+    for (size_t place = 0; place < 3; ++place)
+        for (size_t colour = 0; colour < 3; ++colour)
+            mask[place][colour] = Mask(masks.bytes[place][colour]);
+    size_t done = 0;
+    for (; done + 16 <= bytes; done += 16) {
+        __m256i colours[3];
+        for (size_t colour = 0; colour < 3; ++colour)
+            colours[colour] = _mm256_permute4x64_epi64(
+                _mm256_castsi128_si256(LoadHalf(cells[colour] + done)), 0x50);
+        __m256i parts[3];
+        for (size_t place = 0; place < 3; ++place)
+            parts[place] =
+                _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(colours[0], mask[place][0]),
+                                                _mm256_shuffle_epi8(colours[1], mask[place][1])),
+                                _mm256_shuffle_epi8(colours[2], mask[place][2]));
+        const __m256i first = _mm256_permute2x128_si256(parts[0], parts[1], 0x20);
+        const __m256i second = _mm256_permute2x128_si256(parts[2], parts[0], 0x30);
+        const __m256i third = _mm256_permute2x128_si256(parts[1], parts[2], 0x31);
+        uint8_t *const rows[] = {upper + done * 6, lower + done * 6};
+        for (uint8_t *row : rows) {
+            Put<kIsStreamed>(row, first);
+            Put<kIsStreamed>(row + 32, second);
+            Put<kIsStreamed>(row + 64, third);
+        }
+    }
+    return done;
+}
+
 } // namespace
+
+ZERIX_AVX2 void StreamRowAvx2(const uint8_t *row, uint8_t *out, size_t bytes)
+{
+    size_t done = 0;
+    for (; done < bytes && (reinterpret_cast<uintptr_t>(out) + done) % 32 != 0; ++done)
+        out[done] = row[done];
+    for (; done + 32 <= bytes; done += 32)
+        _mm256_stream_si256(reinterpret_cast<__m256i *>(out + done), Load(row + done));
+    for (; done < bytes; ++done)
+        out[done] = row[done];
+}
+
+ZERIX_AVX2 void FinishStreamAvx2() { _mm_sfence(); }
+
+ZERIX_AVX2 size_t NearestRowsOfBytesAvx2(const uint8_t *const *cells, uint8_t *upper,
+                                         uint8_t *lower, size_t count, bool isStreamed)
+{
+    return isStreamed ? NearestRows<true>(cells, upper, lower, count, kByteMasks)
+                      : NearestRows<false>(cells, upper, lower, count, kByteMasks);
+}
+
+ZERIX_AVX2 size_t NearestRowsOfWordsAvx2(const uint8_t *const *cells, uint8_t *upper,
+                                         uint8_t *lower, size_t count, bool isStreamed)
+{
+    return (isStreamed ? NearestRows<true>(cells, upper, lower, count * 2, kWordMasks)
+                       : NearestRows<false>(cells, upper, lower, count * 2, kWordMasks)) /
+           2;
+}
 
 ZERIX_AVX2 size_t SplitBytesAvx2(const uint8_t *upper, const uint8_t *lower, uint32_t order,
                                  uint8_t *const *cells, size_t count)
@@ -265,53 +387,54 @@ ZERIX_AVX2 void DoubleWordsAvx2(const uint8_t *cells, uint8_t *out, size_t count
     }
 }
 
-ZERIX_AVX2 void LinearAlongBytesAvx2(const uint8_t *cells, const BayerLinear8 &weights,
+// Between a and b: 64 a + ((b - a) f + 128) / 256, and the rounding multiplication takes 128 (b -
+// a).
+ZERIX_AVX2 void LinearAlongBytesAvx2(const uint8_t *cells, const BayerLinear8 &fractions,
                                      const BayerHalves<int16_t> &out, size_t count)
 {
-    const __m256i rounding = _mm256_set1_epi32(128 + 32 * 256);
+    const __m256i rounding = _mm256_set1_epi16(32);
+    out.even[0] = static_cast<int16_t>(cells[0] * 64 + 32);
     for (size_t cell = 0; cell < count; cell += 16) {
-        const __m128i before = LoadHalf(cells + cell - 1);
-        const __m128i here = LoadHalf(cells + cell);
-        const __m128i behind = LoadHalf(cells + cell + 1);
-        const auto mix = [&](__m128i first, __m128i second, const BayerWeight8 *at)
-            __attribute__((target("avx2")))
-        {
-            const __m256i low =
-                _mm256_madd_epi16(_mm256_cvtepu8_epi16(_mm_unpacklo_epi8(first, second)), Load(at));
-            const __m256i high = _mm256_madd_epi16(
-                _mm256_cvtepu8_epi16(_mm_unpackhi_epi8(first, second)), Load(at + 8));
-            return InOrder(
-                _mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(low, rounding), 8),
-                                   _mm256_srai_epi32(_mm256_add_epi32(high, rounding), 8)));
-        };
-        Store(out.even + cell, mix(before, here, weights.even + cell));
-        Store(out.odd + cell, mix(here, behind, weights.odd + cell));
+        const __m256i here = _mm256_cvtepu8_epi16(LoadHalf(cells + cell));
+        const __m256i next = _mm256_cvtepu8_epi16(LoadHalf(cells + cell + 1));
+        const __m256i from = _mm256_add_epi16(_mm256_slli_epi16(here, 6), rounding);
+        const __m256i way = _mm256_slli_epi16(_mm256_sub_epi16(next, here), 7);
+        Store(out.odd + cell,
+              _mm256_add_epi16(from, _mm256_mulhrs_epi16(way, Load(fractions.odd + cell))));
+        Store(out.even + cell + 1,
+              _mm256_add_epi16(from, _mm256_mulhrs_epi16(way, Load(fractions.even + cell + 1))));
     }
 }
 
-ZERIX_AVX2 void LinearAcrossBytesAvx2(const BayerHalves<const int16_t> *rows, BayerWeight8 weight,
-                                      uint8_t *out, size_t count)
+// Between u and l: (2^14 u + (l - u) g + 2^19) / 2^20, whose lowest 14 bits can be dropped from the
+// product alone: it is multiplied four-fold and its upper half taken.
+ZERIX_AVX2 void LinearAcrossBytesAvx2(const BayerHalves<const int16_t> *rows,
+                                      const int16_t *fractions, const BayerTwoRows &out,
+                                      size_t count)
 {
-    const __m256i weights = _mm256_set1_epi32(
-        static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(weight.first)) |
-                             static_cast<uint32_t>(static_cast<uint16_t>(weight.second)) << 16));
-    const auto mix = [&](const int16_t *upper, const int16_t *lower) __attribute__((target("avx2")))
+    const __m256i first = _mm256_set1_epi16(static_cast<int16_t>(fractions[0] * 2));
+    const __m256i second = _mm256_set1_epi16(static_cast<int16_t>(fractions[1] * 2));
+    const auto mix = [&](const int16_t *upper, const int16_t *lower, __m256i &one, __m256i &two)
+        __attribute__((target("avx2")))
     {
-        const __m256i u = Load(upper);
-        const __m256i l = Load(lower);
-        const __m256i low = _mm256_madd_epi16(_mm256_unpacklo_epi16(u, l), weights);
-        const __m256i high = _mm256_madd_epi16(_mm256_unpackhi_epi16(u, l), weights);
-        return _mm256_packs_epi32(_mm256_srai_epi32(low, 20), _mm256_srai_epi32(high, 20));
+        const __m256i from = Load(upper);
+        const __m256i difference = _mm256_sub_epi16(Load(lower), from);
+        const __m256i way = _mm256_add_epi16(difference, difference);
+        one = _mm256_srli_epi16(_mm256_add_epi16(from, _mm256_mulhi_epi16(way, first)), 6);
+        two = _mm256_srli_epi16(_mm256_add_epi16(from, _mm256_mulhi_epi16(way, second)), 6);
     };
     for (size_t cell = 0; cell < count; cell += 32) {
-        const __m256i even =
-            _mm256_packus_epi16(mix(rows[0].even + cell, rows[1].even + cell),
-                                mix(rows[0].even + cell + 16, rows[1].even + cell + 16));
-        const __m256i odd =
-            _mm256_packus_epi16(mix(rows[0].odd + cell, rows[1].odd + cell),
-                                mix(rows[0].odd + cell + 16, rows[1].odd + cell + 16));
-        Store(out + cell * 2, _mm256_unpacklo_epi8(even, odd));
-        Store(out + cell * 2 + 32, _mm256_unpackhi_epi8(even, odd));
+        __m256i even[4];
+        __m256i odd[4];
+        mix(rows[0].even + cell, rows[1].even + cell, even[0], even[2]);
+        mix(rows[0].even + cell + 16, rows[1].even + cell + 16, even[1], even[3]);
+        mix(rows[0].odd + cell, rows[1].odd + cell, odd[0], odd[2]);
+        mix(rows[0].odd + cell + 16, rows[1].odd + cell + 16, odd[1], odd[3]);
+        // Words of a byte each: the odd columns are shifted beside the even ones.
+        Store(out.first + cell * 2, _mm256_or_si256(even[0], _mm256_slli_epi16(odd[0], 8)));
+        Store(out.first + cell * 2 + 32, _mm256_or_si256(even[1], _mm256_slli_epi16(odd[1], 8)));
+        Store(out.second + cell * 2, _mm256_or_si256(even[2], _mm256_slli_epi16(odd[2], 8)));
+        Store(out.second + cell * 2 + 32, _mm256_or_si256(even[3], _mm256_slli_epi16(odd[3], 8)));
     }
 }
 
@@ -329,21 +452,32 @@ ZERIX_AVX2 void LinearAlongWordsAvx2(const uint8_t *cells, const BayerLinear16 &
     }
 }
 
-ZERIX_AVX2 void LinearAcrossWordsAvx2(const BayerHalves<const float> *rows, float fraction,
-                                      uint8_t *out, size_t count)
+ZERIX_AVX2 void LinearAcrossWordsAvx2(const BayerHalves<const float> *rows, const float *fractions,
+                                      const BayerTwoRows &out, size_t count)
 {
-    const __m256 weight = _mm256_set1_ps(fraction);
+    const __m256 first = _mm256_set1_ps(fractions[0]);
+    const __m256 second = _mm256_set1_ps(fractions[1]);
     const __m256 half = _mm256_set1_ps(0.5f);
-    const auto mix = [&](const float *upper, const float *lower) __attribute__((target("avx2")))
+    const auto mix = [&](const float *upper, const float *lower, __m256i &one, __m256i &two)
+        __attribute__((target("avx2")))
     {
-        return _mm256_cvttps_epi32(
-            _mm256_add_ps(Between(_mm256_loadu_ps(upper), _mm256_loadu_ps(lower), weight), half));
+        const __m256 from = _mm256_loadu_ps(upper);
+        const __m256 way = _mm256_sub_ps(_mm256_loadu_ps(lower), from);
+        one = _mm256_cvttps_epi32(
+            _mm256_add_ps(_mm256_add_ps(from, _mm256_mul_ps(way, first)), half));
+        two = _mm256_cvttps_epi32(
+            _mm256_add_ps(_mm256_add_ps(from, _mm256_mul_ps(way, second)), half));
     };
-    for (size_t cell = 0; cell < count; cell += 16)
-        StoreWords(mix(rows[0].even + cell, rows[1].even + cell),
-                   mix(rows[0].even + cell + 8, rows[1].even + cell + 8),
-                   mix(rows[0].odd + cell, rows[1].odd + cell),
-                   mix(rows[0].odd + cell + 8, rows[1].odd + cell + 8), out + cell * 4);
+    for (size_t cell = 0; cell < count; cell += 16) {
+        __m256i even[4];
+        __m256i odd[4];
+        mix(rows[0].even + cell, rows[1].even + cell, even[0], even[2]);
+        mix(rows[0].even + cell + 8, rows[1].even + cell + 8, even[1], even[3]);
+        mix(rows[0].odd + cell, rows[1].odd + cell, odd[0], odd[2]);
+        mix(rows[0].odd + cell + 8, rows[1].odd + cell + 8, odd[1], odd[3]);
+        StoreWords(even[0], even[1], odd[0], odd[1], out.first + cell * 4);
+        StoreWords(even[2], even[3], odd[2], odd[3], out.second + cell * 4);
+    }
 }
 
 ZERIX_AVX2 void CubicAlongBytesAvx2(const uint8_t *cells, const BayerCubic &weights,
@@ -358,35 +492,44 @@ ZERIX_AVX2 void CubicAlongWordsAvx2(const uint8_t *cells, const BayerCubic &weig
     CubicAlong<2>(cells, weights, out, count);
 }
 
-ZERIX_AVX2 void CubicAcrossBytesAvx2(const BayerHalves<const float> *rows, const float *weights,
-                                     uint8_t *out, size_t count)
+ZERIX_AVX2 void CubicAcrossBytesAvx2(const BayerHalves<const float> *rows,
+                                     const float *const *weights, const BayerTwoRows &out,
+                                     size_t count)
 {
-    const AcrossWeights across = {_mm256_set1_ps(weights[0]), _mm256_set1_ps(weights[1]),
-                                  _mm256_set1_ps(weights[2])};
+    const CubicWeight first = Broadcast(weights[0]);
+    const CubicWeight second = Broadcast(weights[1]);
     const float *const evens[] = {rows[0].even, rows[1].even, rows[2].even, rows[3].even};
     const float *const odds[] = {rows[0].odd, rows[1].odd, rows[2].odd, rows[3].odd};
     for (size_t cell = 0; cell < count; cell += 32) {
-        const __m256i even = CubicBytes(evens, cell, across);
-        const __m256i odd = CubicBytes(odds, cell, across);
-        Store(out + cell * 2, _mm256_unpacklo_epi8(even, odd));
-        Store(out + cell * 2 + 32, _mm256_unpackhi_epi8(even, odd));
+        __m256i even[2];
+        __m256i odd[2];
+        CubicBytes(evens, cell, first, second, even[0], even[1]);
+        CubicBytes(odds, cell, first, second, odd[0], odd[1]);
+        StoreBytes(even[0], odd[0], out.first + cell * 2);
+        StoreBytes(even[1], odd[1], out.second + cell * 2);
     }
 }
 
-ZERIX_AVX2 void CubicAcrossWordsAvx2(const BayerHalves<const float> *rows, const float *weights,
-                                     uint8_t *out, size_t count)
+ZERIX_AVX2 void CubicAcrossWordsAvx2(const BayerHalves<const float> *rows,
+                                     const float *const *weights, const BayerTwoRows &out,
+                                     size_t count)
 {
-    const AcrossWeights across = {_mm256_set1_ps(weights[0]), _mm256_set1_ps(weights[1]),
-                                  _mm256_set1_ps(weights[2])};
-    const auto mix = [&](const float *const *at, size_t cell) __attribute__((target("avx2")))
-    {
-        return CubicAcross(at[0] + cell, at[1] + cell, at[2] + cell, at[3] + cell, across);
-    };
-    const float *const evens[] = {rows[0].even, rows[1].even, rows[2].even, rows[3].even};
-    const float *const odds[] = {rows[0].odd, rows[1].odd, rows[2].odd, rows[3].odd};
-    for (size_t cell = 0; cell < count; cell += 16)
-        StoreWords(mix(evens, cell), mix(evens, cell + 8), mix(odds, cell), mix(odds, cell + 8),
-                   out + cell * 4);
+    const CubicWeight first = Broadcast(weights[0]);
+    const CubicWeight second = Broadcast(weights[1]);
+    const float *const halves[2][4] = {{rows[0].even, rows[1].even, rows[2].even, rows[3].even},
+                                       {rows[0].odd, rows[1].odd, rows[2].odd, rows[3].odd}};
+    for (size_t cell = 0; cell < count; cell += 16) {
+        __m256i one[2][2];
+        __m256i two[2][2];
+        for (size_t half = 0; half < 2; ++half)
+            for (size_t eight = 0; eight < 2; ++eight) {
+                const Differences at = DifferencesAt(halves[half], cell + eight * 8);
+                one[half][eight] = Rounded(at, first);
+                two[half][eight] = Rounded(at, second);
+            }
+        StoreWords(one[0][0], one[0][1], one[1][0], one[1][1], out.first + cell * 4);
+        StoreWords(two[0][0], two[0][1], two[1][0], two[1][1], out.second + cell * 4);
+    }
 }
 
 } // namespace zerix

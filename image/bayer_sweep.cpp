@@ -75,6 +75,13 @@ void PackBytes(uint32_t format, uint8_t *const *colours, const uint8_t *alpha, u
     }
 }
 
+bool AreAligned(const uint8_t *upper, const uint8_t *lower)
+{
+    constexpr uintptr_t kStreamed = 32;
+    return ((reinterpret_cast<uintptr_t>(upper) | reinterpret_cast<uintptr_t>(lower)) %
+            kStreamed) == 0;
+}
+
 constexpr size_t PixelBytesOf(uint32_t format)
 {
     switch (format) {
@@ -90,7 +97,10 @@ constexpr size_t PixelBytesOf(uint32_t format)
 
 } // namespace
 
-BayerSweep::BayerSweep(SimdLevel level) : m_isWide(level >= SimdLevel::kAvx2) {}
+BayerSweep::BayerSweep(SimdLevel level, size_t streamedFrom)
+    : m_isWide(level >= SimdLevel::kAvx2), m_streamedFrom(streamedFrom)
+{
+}
 
 bool BayerSweep::Reserve(uint32_t width)
 {
@@ -100,9 +110,10 @@ bool BayerSweep::Reserve(uint32_t width)
         const size_t bytes = width * bytesOfPixel + kOverrun;
         return (bytes + kAlignment - 1) / kAlignment * kAlignment;
     };
-    constexpr size_t kWordRows = 2 + 2 * kColours;                 // mosaic, cells, output
+    constexpr size_t kWordRows = 2 + kColours + 2 * kColours; // mosaic, cells, two rows of output
     constexpr size_t kLongRows = kRing * kColours + 1 + 3 + 3 + 3; // values, tables
-    const size_t total = rowOf(2) * kWordRows + rowOf(4) * kLongRows + rowOf(1) + 2 * kAlignment;
+    const size_t total =
+        rowOf(2) * kWordRows + rowOf(4) * kLongRows + rowOf(6) + rowOf(1) + 2 * kAlignment;
     std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[total]());
     if (!block)
         return false;
@@ -117,11 +128,13 @@ bool BayerSweep::Reserve(uint32_t width)
         row = take(rowOf(2));
     for (uint8_t *&row : m_cells)
         row = take(rowOf(2));
-    for (uint8_t *&row : m_colours)
-        row = take(rowOf(2));
+    for (auto &row : m_colours)
+        for (uint8_t *&colour : row)
+            colour = take(rowOf(2));
     for (auto &slot : m_ring)
         for (uint8_t *&row : slot)
             row = take(rowOf(4));
+    m_packed = take(rowOf(6));
     m_alpha = take(rowOf(1));
     std::fill_n(m_alpha, width, kOpaque);
     m_columns.first = reinterpret_cast<uint32_t *>(take(rowOf(4)));
@@ -140,11 +153,14 @@ void BayerSweep::Run(const BayerJob &job)
     if (smaller == 0)
         return PaintBlack(job);
     const int32_t method = MethodFor(job.method, smaller);
+    const size_t rowBytes = job.width * PixelBytesOf(job.format);
+    m_isStreamed = m_isWide && rowBytes * job.height >= m_streamedFrom;
     if (m_isWide)
         RunWide(job, method);
     else
         RunPlain(job, method);
-    const size_t rowBytes = job.width * PixelBytesOf(job.format);
+    if (m_isStreamed)
+        FinishStreamAvx2();
     const size_t last = job.height - 1;
     if (job.height % 2 != 0)
         std::memcpy(job.output + last * rowBytes, job.output + (last - 1) * rowBytes, rowBytes);
@@ -170,9 +186,9 @@ void BayerSweep::RunWide(const BayerJob &job, int32_t method)
     case kResizeNearest:
         return isWords ? RunNearest<uint16_t>(job) : RunNearest<uint8_t>(job);
     case kResizeCubic:
-        return isWords ? RunForm<wide::Cubic16>(job) : RunForm<wide::Cubic8>(job);
+        return isWords ? RunPairs<wide::Cubic16>(job) : RunPairs<wide::Cubic8>(job);
     default:
-        return isWords ? RunForm<wide::Linear16>(job) : RunForm<wide::Linear8>(job);
+        return isWords ? RunPairs<wide::Linear16>(job) : RunPairs<wide::Linear8>(job);
     }
 }
 
@@ -180,19 +196,44 @@ void BayerSweep::RunWide(const BayerJob &job, int32_t method)
 template <typename Pixel>
 void BayerSweep::RunNearest(const BayerJob &job)
 {
-    const uint32_t cells = job.width / 2;
-    const size_t rowBytes = job.width * PixelBytesOf(job.format);
+    const size_t cells = job.width / 2;
+    const size_t pixelBytes = PixelBytesOf(job.format);
+    const size_t rowBytes = job.width * pixelBytes;
     for (uint32_t cellRow = 0; cellRow < job.height / 2; ++cellRow) {
         SplitRow<Pixel>(job, cellRow);
+        uint8_t *const upper = job.output + 2 * cellRow * rowBytes;
+        uint8_t *const lower = upper + rowBytes;
+        if (NearestRows<Pixel>(job, upper, lower) == cells && job.width % 2 == 0)
+            continue;
         for (uint32_t colour = 0; colour < kColours; ++colour)
             if constexpr (sizeof(Pixel) == 1)
-                DoubleBytesAvx2(m_cells[colour], m_colours[colour], cells);
+                DoubleBytesAvx2(m_cells[colour], m_colours[0][colour], cells);
             else
-                DoubleWordsAvx2(m_cells[colour], m_colours[colour], cells);
-        Emit<Pixel>(job, 2 * cellRow);
-        uint8_t *const row = job.output + 2 * cellRow * rowBytes;
-        std::memcpy(row + rowBytes, row, rowBytes);
+                DoubleWordsAvx2(m_cells[colour], m_colours[0][colour], cells);
+        Emit<Pixel>(job, 2 * cellRow, m_colours[0]);
+        Emit<Pixel>(job, 2 * cellRow + 1, m_colours[0]);
     }
+}
+
+// Both rows at once, for three channels; how many cells were done. Only aligned rows can be
+// streamed as they are made.
+template <typename Pixel>
+size_t BayerSweep::NearestRows(const BayerJob &job, uint8_t *upper, uint8_t *lower) const
+{
+    const size_t cells = job.width / 2;
+    if (PixelBytesOf(job.format) == 4)
+        return 0;
+    const uint8_t *const rgb[] = {m_cells[0], m_cells[1], m_cells[2]};
+    const uint8_t *const bgr[] = {m_cells[2], m_cells[1], m_cells[0]};
+    const uint8_t *const *const colours = job.format == ZX::kFormatBgr24 ? bgr : rgb;
+    const auto make = sizeof(Pixel) == 1 ? NearestRowsOfBytesAvx2 : NearestRowsOfWordsAvx2;
+    if (!m_isStreamed || AreAligned(upper, lower))
+        return make(colours, upper, lower, cells, m_isStreamed);
+    const size_t done = make(colours, m_packed, m_packed, cells, false);
+    const size_t bytes = done * 2 * PixelBytesOf(job.format);
+    StreamRowAvx2(m_packed, upper, bytes);
+    StreamRowAvx2(m_packed, lower, bytes);
+    return done;
 }
 
 template <typename Form>
@@ -211,9 +252,39 @@ void BayerSweep::RunForm(const BayerJob &job)
         for (uint32_t colour = 0; colour < kColours; ++colour) {
             const uint8_t *const values[] = {m_ring[slots[0]][colour], m_ring[slots[1]][colour],
                                              m_ring[slots[2]][colour], m_ring[slots[3]][colour]};
-            from.Across(values, m_colours[colour], columns);
+            from.Across(values, m_colours[0][colour], columns);
         }
-        Emit<typename Form::Pixel>(job, row);
+        Emit<typename Form::Pixel>(job, row, m_colours[0]);
+    }
+}
+
+// Two output rows at a time where both lie between the same rows of cells, which is everywhere but
+// at the first and the last.
+template <typename Form>
+void BayerSweep::RunPairs(const BayerJob &job)
+{
+    const uint32_t columns = job.width - job.width % 2;
+    const uint32_t rows = job.height - job.height % 2;
+    PrepareColumns<Form>(columns / 2);
+    m_present.fill(kNone);
+    const ResizeAxis axis = AxisOf(rows / 2);
+    for (uint32_t row = 0; row < rows;) {
+        const typename Form::Rows one(axis, row);
+        const typename Form::Rows two(axis, std::min(row + 1, rows - 1));
+        const bool isPair = row + 1 < rows && row != 0 && one.first == two.first && row + 2 < rows;
+        const uint8_t *values[kColours][kRing] = {};
+        for (uint32_t index = 0; index < Form::Rows::kCount; ++index) {
+            const uint32_t slot = RingRow<Form>(job, one.first + index);
+            for (uint32_t colour = 0; colour < kColours; ++colour)
+                values[colour][index] = m_ring[slot][colour];
+        }
+        for (uint32_t colour = 0; colour < kColours; ++colour)
+            Form::Across(one, isPair ? two : one, values[colour],
+                         {m_colours[0][colour], m_colours[1][colour]}, columns);
+        Emit<typename Form::Pixel>(job, row, m_colours[0]);
+        if (isPair)
+            Emit<typename Form::Pixel>(job, row + 1, m_colours[1]);
+        row += isPair ? 2 : 1;
     }
 }
 
@@ -274,17 +345,22 @@ const uint8_t *BayerSweep::MosaicRow(const BayerJob &job, size_t row, size_t row
 }
 
 template <typename Pixel>
-void BayerSweep::Emit(const BayerJob &job, uint32_t row)
+void BayerSweep::Emit(const BayerJob &job, uint32_t row, uint8_t *const *colours)
 {
     if (job.width % 2 != 0)
-        for (uint8_t *colour : m_colours)
-            std::memcpy(colour + (job.width - size_t{1}) * sizeof(Pixel),
-                        colour + (job.width - size_t{2}) * sizeof(Pixel), sizeof(Pixel));
-    uint8_t *const out = job.output + row * (job.width * PixelBytesOf(job.format));
+        for (uint32_t colour = 0; colour < kColours; ++colour) {
+            uint8_t *const last = colours[colour] + (job.width - size_t{1}) * sizeof(Pixel);
+            std::memcpy(last, last - sizeof(Pixel), sizeof(Pixel));
+        }
+    const size_t rowBytes = job.width * PixelBytesOf(job.format);
+    uint8_t *const target = job.output + row * rowBytes;
+    uint8_t *const out = m_isStreamed ? m_packed : target;
     if constexpr (sizeof(Pixel) == 1)
-        PackBytes(job.format, m_colours, m_alpha, out, job.width);
+        PackBytes(job.format, colours, m_alpha, out, job.width);
     else
-        ChosenKernels().words.pack3(m_colours, out, job.width);
+        ChosenKernels().words.pack3(colours, out, job.width);
+    if (m_isStreamed)
+        StreamRowAvx2(out, target, rowBytes);
 }
 
 // Less than one cell.

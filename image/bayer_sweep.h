@@ -27,7 +27,9 @@ struct BayerJob {
 
 class BayerSweep {
 public:
-    explicit BayerSweep(SimdLevel level = ChosenSimdLevel());
+    // Wide registers write images from a size in bytes on past the caches.
+    static constexpr size_t kStreamedFrom = size_t{4} << 20;
+    explicit BayerSweep(SimdLevel level = ChosenSimdLevel(), size_t streamedFrom = kStreamedFrom);
 
     // Makes room for mosaics up to this width; keeps what it has where that is enough. False if
     // there is no memory.
@@ -45,8 +47,12 @@ private:
     void RunWide(const BayerJob &job, int32_t method);
     template <typename Form>
     void RunForm(const BayerJob &job);
+    template <typename Form>
+    void RunPairs(const BayerJob &job);
     template <typename Pixel>
     void RunNearest(const BayerJob &job);
+    template <typename Pixel>
+    size_t NearestRows(const BayerJob &job, uint8_t *upper, uint8_t *lower) const;
     template <typename Form>
     void PrepareColumns(uint32_t cells);
     template <typename Form>
@@ -55,16 +61,19 @@ private:
     void SplitRow(const BayerJob &job, uint32_t cellRow);
     const uint8_t *MosaicRow(const BayerJob &job, size_t row, size_t rowBytes, uint8_t *spare);
     template <typename Pixel>
-    void Emit(const BayerJob &job, uint32_t row);
+    void Emit(const BayerJob &job, uint32_t row, uint8_t *const *colours);
     void PaintBlack(const BayerJob &job);
 
     const bool m_isWide;
-    uint32_t m_capacity = 0; // pixels
+    const size_t m_streamedFrom;
+    bool m_isStreamed = false; // the image in work
+    uint32_t m_capacity = 0;   // pixels
     std::unique_ptr<uint8_t[]> m_block;
     uint8_t *m_mosaicRows[2] = {};         // padded copies where the mosaic ends early
     uint8_t *m_cells[kColours] = {};       // a row of red, green and blue cells
-    uint8_t *m_colours[kColours] = {};     // a row of output
+    uint8_t *m_colours[2][kColours] = {};  // two rows of output
     uint8_t *m_ring[kRing][kColours] = {}; // rows of cells, enlarged along x
+    uint8_t *m_packed = nullptr;           // a row on its way past the caches
     uint8_t *m_alpha = nullptr;
     SweepColumns m_columns{};
     uint32_t m_preparedCells = 0; // what the columns are prepared for
