@@ -24,6 +24,7 @@ inline constexpr uint32_t kLeastMultiplication = 0;
 inline constexpr uint32_t kMostMultiplication = 3200;
 inline constexpr uint32_t kHundredfoldMultiplication = 2048;
 inline constexpr double kDecibelsPerCount = 34.1516 / 4096.0; // newer boards
+inline constexpr double kPiecewiseDecibels = 30.8929; // whole range of boards with a bent gain
 inline constexpr double kIntensifierDecibelsPerCount = 0.015765398;
 
 // A board of the first kind: its gain is dead below 500 and above 4000 counts and twice as steep

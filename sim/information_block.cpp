@@ -85,7 +85,9 @@ void PutAnalogue(Words &words, const CameraDescription &description)
     Put(words, 0x74, (doubleShot ? 1u : 0) | (live ? 2u : 0) | 4u);
     Put(words, 0x78, Limits(0, 4095));
     Put(words, 0x7C, Limits(0, 4095));
-    Put(words, 0x108, static_cast<uint32_t>(kDecibelsPerCount * 1e9));
+    const double slope =
+        HasPiecewiseGain(description) ? kPiecewiseDecibels / 4096.0 : kDecibelsPerCount;
+    Put(words, 0x108, static_cast<uint32_t>(slope * 1e9));
     if (description.model == model::kIntensified) {
         Put(words, 0x80, Halves(1, 0));
         Put(words, 0x88, Limits(0, 4095));

@@ -72,7 +72,7 @@ std::vector<uint8_t> Stretched(const std::vector<float> &plane)
     bytes.reserve(plane.size());
     for (const float value : plane) {
         const float part = std::clamp((value - black) / (white - black), 0.0F, 1.0F);
-        bytes.push_back(static_cast<uint8_t>(255.0F * std::pow(part, kCurve) + 0.5F));
+        bytes.push_back(static_cast<uint8_t>(std::lround(255.0F * std::pow(part, kCurve))));
     }
     return bytes;
 }

@@ -195,7 +195,9 @@ uint32_t MeanLevel(uint32_t x, uint32_t y, uint32_t columns, uint32_t rows, uint
 TEST_F(FamilyFrames, Mt1BinsUpTo64RowsApartFromItsColumns)
 {
     constexpr uint32_t kModes[][2] = {{1, 1}, {2, 1}, {1, 2}, {3, 5}, {4, 29}, {1, 58}, {4, 64}};
-    for (const auto &[columns, rows] : kModes) {
+    for (const auto &mode : kModes) {
+        const uint32_t columns = mode[0];
+        const uint32_t rows = mode[1];
         SCOPED_TRACE(testing::Message() << columns << " x " << rows);
         See("family-3", 8);
         const uint32_t height = std::max(58 / rows, 1U);

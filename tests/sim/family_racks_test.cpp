@@ -11,9 +11,9 @@ namespace {
 
 constexpr uint32_t V(uint32_t major, uint32_t minor) { return major << 16 | minor; }
 
-// Bits of the capability word: high sensitivity, blackout and the fan with regulated cooling; two
-// channels; electron multiplication; a shutter that closes.
-constexpr uint32_t kPlain = 0x0006;
+// Bits of the capability word: high sensitivity, blackout, the fan and regulated cooling; two
+// channels; electron multiplication and what goes with it; a shutter that closes; KeelEM and locked
+// gain.
 constexpr uint32_t kRegulated = 0x001E;
 constexpr uint32_t kDual = 0x1000;
 constexpr uint32_t kEm = 0x0E40;
