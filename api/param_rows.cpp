@@ -424,23 +424,18 @@ constexpr std::array<ParamRow<uint64_t>, tables::kParam64Count> kRows64 = {{
      .set = Store},
 }};
 
-// A key that can be set has a way to be checked or a setter of its own, the refused ones apart; a
-// range has both limits or none; all keys are there, in the order of their numbers.
 template <typename T, std::size_t kCount>
-constexpr bool AreComplete(const std::array<ParamRow<T>, kCount> &rows)
+constexpr bool AreInOrder(const std::array<ParamRow<T>, kCount> &rows)
 {
     for (std::size_t index = 0; index < kCount; ++index) {
-        const ParamRow<T> &row = rows[index];
-        if (row.key != index || (row.minimum == nullptr) != (row.maximum == nullptr))
-            return false;
-        if (row.isSupported == nullptr && (row.readBack != nullptr || row.set != nullptr))
+        if (rows[index].key != index)
             return false;
     }
     return true;
 }
-static_assert(AreComplete(kRows) && kRows.size() == tables::kParams.size());
-static_assert(AreComplete(kRowsS32) && kRowsS32.size() == tables::kParamsS32.size());
-static_assert(AreComplete(kRows64) && kRows64.size() == tables::kParams64.size());
+static_assert(AreInOrder(kRows) && kRows.size() == tables::kParams.size());
+static_assert(AreInOrder(kRowsS32) && kRowsS32.size() == tables::kParamsS32.size());
+static_assert(AreInOrder(kRows64) && kRows64.size() == tables::kParams64.size());
 
 // A legacy record ends where the keys of the current one alone begin.
 constexpr bool LegacyKeysEndAt(uint32_t end)

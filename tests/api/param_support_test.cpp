@@ -2,6 +2,7 @@
 #include <array>
 #include <set>
 
+#include "api/param_rows.h"
 #include "tests/api/param_fixture.h"
 
 namespace zerix::api {
@@ -123,6 +124,24 @@ TEST_F(ParamSupport, LacksFiveKeysOnTheFullestCamera)
     EXPECT_EQ(SupportedOf(Zerix_IsParamSupported), expected);
     EXPECT_EQ(SupportedOf(Zerix_IsParamS32Supported), (std::set<uint32_t>{0, 1, 2}));
     EXPECT_EQ(SupportedOf(Zerix_IsParam64Supported), (std::set<uint32_t>{0, 1, 2, 3}));
+}
+
+template <typename Rows>
+void ExpectWhole(const Rows &rows)
+{
+    for (const auto &row : rows) {
+        EXPECT_EQ(row.minimum == nullptr, row.maximum == nullptr) << row.key;
+        if (row.isSupported == nullptr) {
+            EXPECT_TRUE(row.readBack == nullptr && row.set == nullptr) << row.key;
+        }
+    }
+}
+
+TEST_F(ParamSupport, GoesWithBothLimitsOrNone)
+{
+    ExpectWhole(kParamRows);
+    ExpectWhole(kParamS32Rows);
+    ExpectWhole(kParam64Rows);
 }
 
 TEST_F(ParamSupport, IsTracedWithTheKeysName)
