@@ -31,11 +31,8 @@ struct LargeEnough {
 uint32_t CheckCall(ExportedCall &call, const Zerix_Settings *settings, uint32_t width,
                    uint32_t height)
 {
-    if (const auto error =
-            call.Check(Loaded(), NotNull(settings, ZERIX_ERROR_BAD_PARAMETER),
-                       GoodSettings(settings), OpenRecord(settings), LargeEnough{width, height}))
-        return error;
-    return call.Check(HasContext(tables::GetCamera(settings)));
+    return call.Check(Loaded(), NotNull(settings, ZERIX_ERROR_BAD_PARAMETER),
+                      GoodSettings(settings), OpenRecord(settings), LargeEnough{width, height});
 }
 
 void TellRegion(ExportedCall &call, uint32_t x, uint32_t y, uint32_t width, uint32_t height)
@@ -96,7 +93,10 @@ try {
         return call.End(error);
     const ZerixHandle handle = tables::GetCamera(settings);
     ZX::ZCamera &camera = *CameraOf(handle);
-    ContextOf(camera)->autoExposure->CalculateExposure(x, y, width, height, &camera);
+    const ContextUse use(camera);
+    if (use.Get() == nullptr)
+        return call.End(ZERIX_ERROR_DRIVER_FAULT);
+    use.Get()->autoExposure->CalculateExposure(x, y, width, height, &camera);
     if (const uint32_t error = Zerix_SetParam64(settings, zprm64Exposure, camera.GetExposure()))
         return call.End(error);
     Zerix_SetParam64(settings, zprm64ExposureRed, camera.GetRGBFilterRedExposure());
@@ -127,7 +127,10 @@ try {
     }
     const ZerixHandle handle = tables::GetCamera(settings);
     ZX::ZCamera &camera = *CameraOf(handle);
-    ZX::ZAutoWhiteBalance &balance = *ContextOf(camera)->whiteBalance;
+    const ContextUse use(camera);
+    if (use.Get() == nullptr)
+        return call.End(ZERIX_ERROR_DRIVER_FAULT);
+    ZX::ZAutoWhiteBalance &balance = *use.Get()->whiteBalance;
     const int16_t status = balance.Preprocess(x, y, width, height, &camera);
     if (const uint32_t error = MapCameraStatus(static_cast<uint16_t>(status)))
         return call.End(error);

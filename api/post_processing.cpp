@@ -108,10 +108,12 @@ uint32_t ProcessFrame(ExportedCall &call, const Zerix_Settings *settings, const 
         return error;
     if (Zerix_CalcImageSize(format, in.width, in.height) == 0)
         return ZERIX_ERROR_BAD_PARAMETER;
-    if (const auto error =
-            call.Check(NotNull(in.camera, ZERIX_ERROR_BAD_HANDLE), HasContext(in.camera)))
+    if (const auto error = call.Check(NotNull(in.camera, ZERIX_ERROR_BAD_HANDLE)))
         return error;
-    ZerixContext &context = *ContextOf(*CameraOf(in.camera));
+    const ContextUse use(*CameraOf(in.camera));
+    if (use.Get() == nullptr)
+        return ZERIX_ERROR_DRIVER_FAULT;
+    ZerixContext &context = *use.Get();
     ZX::ZInImageBufferStruct input = InputOf(in);
     ZX::ZOutImageBufferStruct output = OutputOf(out, format);
     const int16_t status = context.postProcessingPipeline->SetOutputFormat(format);
@@ -132,7 +134,10 @@ uint32_t ProcessFrame(ExportedCall &call, const Zerix_Settings *settings, const 
 
 void MakeColour(uint32_t algorithm, const Zerix_Frame &in, Zerix_Frame &out)
 {
-    ZerixContext &context = *ContextOf(*CameraOf(in.camera));
+    const ContextUse use(*CameraOf(in.camera));
+    if (use.Get() == nullptr)
+        return;
+    ZerixContext &context = *use.Get();
     ZX::ZInImageBufferStruct input = InputOf(in);
     ZX::ZOutImageBufferStruct output = OutputOf(out, out.format);
     context.bayerFilter->SetOutputFormat(out.format);

@@ -9,6 +9,21 @@ PARTNERS = {
     'Assemble': ['CopyPayloads'],
     'Turn': ['CopyFrame'],
     'PacketsToApplication': ['CopyOfTheFrame', 'CopyOfThePayloads'],
+    'BayerNearestRgb24': ['CopyOfRgb24'],
+    'BayerNearestBgr24': ['CopyOfRgb24'],
+    'BayerNearestRgb48': ['CopyOfRgb48'],
+    'BayerLinearRgb24': ['CopyOfRgb24'],
+    'BayerLinearBgrx32': ['CopyOfBgrx32'],
+    'BayerLinearRgb48': ['CopyOfRgb48'],
+    'BayerCubicRgb24': ['CopyOfRgb24'],
+    'BayerCubicRgb48': ['CopyOfRgb48'],
+}
+
+# How many times the copy's time a colour image may take.
+BAYER_TIMES = {
+    'BayerNearestRgb24': 0.8, 'BayerNearestBgr24': 0.8, 'BayerNearestRgb48': 0.8,
+    'BayerLinearRgb24': 1.9, 'BayerLinearBgrx32': 1.3, 'BayerLinearRgb48': 1.6,
+    'BayerCubicRgb24': 4.0, 'BayerCubicRgb48': 2.8,
 }
 
 # The image primitives tell themselves how many times the copy's time they take; what they may take.
@@ -16,6 +31,8 @@ TIMES_THE_COPY = {'Gains8': 3.1, 'Gains16': 2.0, 'Pack3To8': 1.05}
 
 
 def asked(name):
+    if name.partition('/')[0] in BAYER_TIMES:
+        return 1 / BAYER_TIMES[name.partition('/')[0]]
     if name.startswith('Assemble/format:0'):
         return 0.8
     if name.startswith('Assemble'):
