@@ -84,7 +84,10 @@ ControlResult ReplayDriver::Wait(kernel::DeviceHandle device, kernel::Overlapped
     m_wake.wait(lock, [&] { return m_ended || m_inFrame || m_framesLeft > 0; });
     if (m_ended)
         return {Completion::kFailed, kernel::kErrorOperationAborted, 0};
+    const uint16_t frameNumber = m_frameNumber;
     Fill(queued);
+    if (m_frameNumber != frameNumber)
+        m_frameCompletedAt.store(std::chrono::steady_clock::now());
     return {Completion::kDone, 0, queued.slotBytes * kernel::kSlotsPerBuffer};
 }
 

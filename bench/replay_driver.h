@@ -4,6 +4,8 @@
 // one.
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -28,6 +30,11 @@ public:
     void Record(const RecordedStream &stream);
     // Lets that many more frames through.
     void LetThrough(uint32_t frames);
+    // When the buffer with a frame's last packet came back last, on the steady clock.
+    [[nodiscard]] std::chrono::steady_clock::time_point FrameCompletedAt() const
+    {
+        return m_frameCompletedAt.load();
+    }
 
     uint32_t Enumerate(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count) override;
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override;
@@ -61,6 +68,7 @@ private:
     uint32_t m_position = 0;
     uint16_t m_frameNumber = 0;
     bool m_inFrame = false;
+    std::atomic<std::chrono::steady_clock::time_point> m_frameCompletedAt{};
 };
 
 } // namespace zerix::bench
