@@ -385,14 +385,56 @@ ZERIX_API uint32_t Zerix_GetSerialString(ZerixHandle camera, char *text, uint32_
 ZERIX_API uint32_t Zerix_GetCameraModelString(ZerixHandle camera, char *text, uint32_t size);
 
 /* ---- Automatic settings and finished pictures ------------------------------------------------ */
+/* Finds the exposure that brings the brightest pixel of a region to the top of the range, stores
+ * the exposures in the record and sends it. Takes up to ten images at 8 bits; a search that fails
+ * or doesn't settle leaves the exposure that it reached, and is no error. settings             in
+ * and out: a filled record of an open camera x, y, width, height  the region in pixels of the
+ * image; what exceeds it is left out ZERIX_ERROR_NOT_LOADED     state: loaded
+ *   ZERIX_ERROR_BAD_PARAMETER  settings is null
+ *   ZERIX_ERROR_BAD_SETTINGS   the record wasn't filled, or its camera is closed
+ *   ZERIX_ERROR_ROI_TOO_SMALL  a side is 0, or both are below 16
+ *   the errors of Zerix_SetParam64 for zprm64Exposure
+ * Blocks as long as the images take. */
 ZERIX_API uint32_t Zerix_AutoExpose(Zerix_Settings *settings, uint32_t x, uint32_t y,
                                     uint32_t width, uint32_t height);
+
+/* Measures the gains that make the mean of a region grey, stores them in the record and sends it; a
+ * filter wheel's exposures follow. Takes up to six images. Does nothing, successfully, where
+ * zprmPostProcessImageFormat is no format of colour. Parameters, state and errors as with
+ * Zerix_AutoExpose; also
+ *   ZERIX_ERROR_DRIVER_FAULT  an image could not be taken, or has no colours
+ *   ZERIX_ERROR_INITIALISATION, ZERIX_ERROR_CAMERA_FAULT  what the camera answered
+ *   the errors of Zerix_SetParam and Zerix_SetParam64 for the gains and exposures
+ * Blocks as long as the images take. */
 ZERIX_API uint32_t Zerix_WhiteBalance(Zerix_Settings *settings, uint32_t x, uint32_t y,
                                       uint32_t width, uint32_t height);
+
+/* Runs the post-processing that the record asks for over a frame that was kept. A frame without
+ * colour (formats 0 to 3) is copied, into a buffer from malloc where frameOut has none or a smaller
+ * one, which is then reallocated. Otherwise frameOut's buffer must hold the image of
+ * zprmPostProcessImageFormat; its size isn't tested.
+ *   camera    any open camera; the one that works is frameIn's
+ *   settings  in: a filled record
+ *   frameIn   in; a live-mode frame's pixels are changed
+ *   frameOut  in: its buffer; out: the picture
+ *   ZERIX_ERROR_NOT_LOADED     state: loaded
+ *   ZERIX_ERROR_BAD_PARAMETER  camera or a frame is null; a format without a size, or no algorithm
+ *   ZERIX_ERROR_BAD_SETTINGS   the record wasn't filled
+ *   ZERIX_ERROR_BAD_HANDLE     another process has the camera; the frame has no camera
+ *   ZERIX_ERROR_DRIVER_FAULT   the frame's camera is closed
+ * A failure of the processing itself isn't told. Doesn't block. */
 ZERIX_API uint32_t Zerix_PostProcessSingleFrame(ZerixHandle camera, const Zerix_Settings *settings,
                                                 const Zerix_Frame *frameIn, Zerix_Frame *frameOut);
+
+/* Makes colour of a mosaic, in frameOut's format and buffer, with the filter of frameIn's camera.
+ *   algorithm  1 average, 2 fast, 3 and 4 bicubic; for any other nothing happens
+ * Needs no loaded library. Doesn't block. */
 ZERIX_API void Zerix_BayerToRgb(uint32_t algorithm, const Zerix_Frame *frameIn,
                                 Zerix_Frame *frameOut);
+
+/* Makes a mosaic twice as high, as live mode's pictures need. frameOut has the buffer and the
+ * height. algorithm  2; for any other nothing happens ZERIX_ERROR_NOT_SUPPORTED  another algorithm,
+ * or a frame is null Needs no loaded library. Doesn't block. */
 ZERIX_API uint32_t Zerix_BayerZoomVert(uint8_t algorithm, const Zerix_Frame *frameIn,
                                        Zerix_Frame *frameOut);
 

@@ -135,6 +135,38 @@ TEST_F(PipelineOnAnImage, AnImageThatStaysAsItWasKeepsItsFormat)
     EXPECT_EQ(image->GetImageFormat(), 4u);
 }
 
+// As live mode does before the mosaic becomes colour.
+TEST_F(PipelineOnAnImage, AResultLargerThanAnnouncedHasRoomForTheNextFiltersToo)
+{
+    ToldFilter twice(Repeat(2, 0, 4));
+    ToldFilter sixTimes(Repeat(6, 1, 12));
+    ToldFilter inPlace([](ZInImageBufferStruct &, ZOutImageBufferStruct &out) -> int16_t {
+        ++out.pBuffer[191];
+        return kFilterOk;
+    });
+    pipeline.Setup(4, 4);
+    pipeline.AddFilter(&twice);
+    pipeline.AddFilter(&sixTimes);
+    pipeline.AddFilter(&inPlace);
+    const auto image = MakeImage(Bytes(16, 7), 4, 4, 4);
+    EXPECT_EQ(pipeline.ProcessImage(image.get(), &m_done), 0);
+    Bytes expected(192, 8);
+    expected[191] = 9;
+    EXPECT_EQ(BytesOf(*image), expected);
+}
+
+TEST_F(PipelineOnAnImage, AnImageThatNobodyWorkedOnKeepsTheSizeThatItGrewTo)
+{
+    ZBayerInterpolation bayer(4, 12);
+    bayer.Disable();
+    pipeline.Setup(2, 1);
+    pipeline.AddFilter(&bayer);
+    const auto image = MakeImage({10, 20}, 2, 1, 4);
+    EXPECT_EQ(pipeline.ProcessImage(image.get(), &m_done), 31);
+    EXPECT_EQ(BytesOf(*image), (Bytes{10, 20, 0, 0, 0, 0}));
+    EXPECT_EQ(image->GetImageFormat(), 4u);
+}
+
 TEST_F(PipelineOnAnImage, WorksOnBuffersAgainAfterAnImage)
 {
     ToldFilter addOne(Repeat(1, 1, 2));
