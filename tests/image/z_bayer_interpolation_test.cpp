@@ -353,7 +353,8 @@ TEST_F(Bayer, AByteMosaicUnderAWordFormatReadsNothingBehindIt)
 
 TEST_F(Bayer, AMosaicThatEndsInARowIsBlackFromThere)
 {
-    Bytes cut(10, 8); // two rows and a half of four
+    EXPECT_EQ(Run(Bytes(14, 200), 4, 4, 5, 12, 2), 0); // and nothing of this shows
+    const Bytes cut(10, 8);                            // two rows and a half of four
     EXPECT_EQ(Run(cut, 4, 4, 5, 12, 2), 0);
     Bytes expected;
     for (size_t pixel = 0; pixel < 16; ++pixel) {
