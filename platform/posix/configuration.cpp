@@ -14,9 +14,9 @@
 #include <string_view>
 #include <variant>
 
+#include "platform/configuration_places.h"
 #include "platform/os.h"
 #include "platform/posix/cancellation.h"
-#include "platform/posix/configuration_files.h"
 
 namespace zerix::os {
 

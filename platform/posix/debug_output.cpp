@@ -5,9 +5,9 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include "platform/configuration_places.h"
 #include "platform/os.h"
 #include "platform/posix/cancellation.h"
-#include "platform/posix/configuration_files.h"
 
 namespace zerix::os {
 
