@@ -1,9 +1,7 @@
 // The zerix tool run as a person runs it: what it prints, where, and with which exit status.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -11,46 +9,13 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/tools/tool_fixture.h"
 
 namespace {
 
-std::string Contents(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
+using zerix::test::Contents;
 
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-class Tool : public testing::Test {
-protected:
-    // Runs the tool with no configuration but what `environment` says.
-    Outcome Run(const std::string &arguments, const std::string &environment = "")
-    {
-        const std::string command = "cd '" + m_folder.Path() +
-                                    "' && env -u ZERIX_BUS ZERIX_CONFIG=/nowhere/zerix.conf " +
-                                    environment + " timeout 60 '" ZERIX_TOOL_PATH "' " + arguments +
-                                    " >out.txt 2>err.txt </dev/null";
-        const int status = std::system(command.c_str());
-        return {WEXITSTATUS(status), Contents(Path("out.txt")), Contents(Path("err.txt"))};
-    }
-
-    std::string Path(const std::string &name) { return m_folder.Path() + "/" + name; }
-
-    void Write(const std::string &name, const std::string &text)
-    {
-        std::ofstream(Path(name)) << text;
-    }
-
-    zerix::test::TemporaryFolder m_folder;
-};
+class Tool : public zerix::test::ToolTest {};
 
 TEST_F(Tool, HelpNamesEveryVerbAndTheWaysOn)
 {

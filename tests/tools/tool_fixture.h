@@ -1,0 +1,55 @@
+// The zerix tool run as a person runs it, in an empty folder of its own.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+
+#include "tests/support/temporary_folder.h"
+
+namespace zerix::test {
+
+inline std::string Contents(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+class ToolTest : public testing::Test {
+protected:
+    struct Outcome {
+        int status;
+        std::string out;
+        std::string err;
+    };
+
+    // Runs the tool with no configuration but what `environment` says. `runner` stands before the
+    // tool, and ends it where that takes too long.
+    Outcome Run(const std::string &arguments, const std::string &environment = "",
+                const std::string &runner = "timeout 60")
+    {
+        const std::string command = "cd '" + m_folder.Path() +
+                                    "' && env -u ZERIX_BUS ZERIX_CONFIG=/nowhere/zerix.conf " +
+                                    environment + " " + runner + " '" ZERIX_TOOL_PATH "' " +
+                                    arguments + " >out.txt 2>err.txt </dev/null";
+        const int status = std::system(command.c_str());
+        return {WEXITSTATUS(status), Contents(Path("out.txt")), Contents(Path("err.txt"))};
+    }
+
+    std::string Path(const std::string &name) { return m_folder.Path() + "/" + name; }
+
+    void Write(const std::string &name, const std::string &text)
+    {
+        std::ofstream(Path(name)) << text;
+    }
+
+    TemporaryFolder m_folder;
+};
+
+} // namespace zerix::test

@@ -1,0 +1,182 @@
+// FITS cubes: frame behind frame along the third axis, rows top down, and behind them a table
+// FRAMES with a row for each. The length of the axis is put right with every frame; the table comes
+// at the end.
+#include <bit>
+#include <cstring>
+
+#include "tools/writers/byte_order.h"
+#include "tools/writers/fits_cards.h"
+#include "tools/writers/sequence.h"
+
+namespace zerix::tool {
+
+namespace {
+
+constexpr uint64_t kThirdAxisAt = 5 * kFitsCard; // behind SIMPLE, BITPIX, NAXIS, NAXIS1, NAXIS2
+
+std::string ThirdAxis(uint64_t frames)
+{
+    return FitsNumberCard("NAXIS3", static_cast<int64_t>(frames), "frames");
+}
+
+// Big-endian signed words; BZERO makes them the unsigned ones that they are.
+void ToSignedBigEndian(std::span<const uint8_t> pixels, std::vector<uint8_t> &words)
+{
+    words.resize(pixels.size());
+    const uint8_t *from = pixels.data();
+    uint8_t *to = words.data();
+    const size_t count = pixels.size() / 2;
+    for (size_t i = 0; i < count; ++i) {
+        uint16_t sample = 0;
+        std::memcpy(&sample, from + 2 * i, 2);
+        const auto value = static_cast<uint16_t>(sample ^ 0x8000u);
+        const auto turned = static_cast<uint16_t>(value >> 8 | value << 8);
+        std::memcpy(to + 2 * i, &turned, 2);
+    }
+}
+
+FitsCards CubeCards(const Picture &first)
+{
+    const bool isWide = first.bytesPerSample == 2;
+    FitsCards cards;
+    cards.Flag("SIMPLE", true, "a FITS file");
+    cards.Number("BITPIX", isWide ? 16 : 8);
+    cards.Number("NAXIS", 3);
+    cards.Number("NAXIS1", first.width);
+    cards.Number("NAXIS2", first.height);
+    cards.Number("NAXIS3", 0, "frames");
+    cards.Flag("EXTEND", true);
+    if (isWide) {
+        cards.Number("BZERO", 32768, "samples are unsigned");
+        cards.Number("BSCALE", 1);
+    }
+    cards.Text("INSTRUME", first.cameraModel, "camera model");
+    cards.Text("SERIALNO", first.serialNumber, "serial number of the camera");
+    cards.Text("DATE-OBS", IsoTime(first.unixNanoseconds), "start of the first exposure, UTC");
+    cards.Real("EXPTIME", static_cast<double>(first.exposureNanoseconds) / 1e9,
+               "[s] exposure of a frame");
+    cards.Real("GAIN", first.gain, "linear, relative to the camera's default");
+    cards.Number("XBINNING", first.horizontalBinning, "horizontal binning");
+    cards.Number("YBINNING", first.verticalBinning, "vertical binning");
+    if (first.setTemperatureCelsius)
+        cards.Real("SET-TEMP", *first.setTemperatureCelsius, "[C] temperature asked for");
+    cards.Number("DATAMAX", (int64_t{1} << first.significantBits) - 1, "top of the range");
+    if (!first.bayerPattern.empty())
+        cards.Text("BAYERPAT", first.bayerPattern, "mosaic from the top left pixel");
+    cards.Text("ROWORDER", "TOP-DOWN", "first row is the top of the image");
+    cards.Text("SWCREATE", "zerix");
+    return cards;
+}
+
+struct Column {
+    const char *name;
+    const char *format;
+    const char *unit;
+    size_t size;
+};
+constexpr Column kColumns[] = {
+    {"FRAMENO", "1J", "", 4},  {"DATE-OBS", "26A", "", 26}, {"TIME", "1D", "s", 8},
+    {"EXPTIME", "1D", "s", 8}, {"GAIN", "1D", "", 8},       {"MISSING", "1L", "", 1},
+};
+
+std::string TableHeader(size_t rows)
+{
+    size_t rowSize = 0;
+    for (const Column &column : kColumns)
+        rowSize += column.size;
+    FitsCards cards;
+    cards.Text("XTENSION", "BINTABLE");
+    cards.Number("BITPIX", 8);
+    cards.Number("NAXIS", 2);
+    cards.Number("NAXIS1", static_cast<int64_t>(rowSize), "bytes a row");
+    cards.Number("NAXIS2", static_cast<int64_t>(rows), "frames");
+    cards.Number("PCOUNT", 0);
+    cards.Number("GCOUNT", 1);
+    cards.Number("TFIELDS", std::ssize(kColumns));
+    int number = 0;
+    for (const Column &column : kColumns) {
+        const std::string suffix = std::to_string(++number);
+        cards.Text("TTYPE" + suffix, column.name);
+        cards.Text("TFORM" + suffix, column.format);
+        if (*column.unit != '\0')
+            cards.Text("TUNIT" + suffix, column.unit);
+    }
+    cards.Text("EXTNAME", "FRAMES");
+    return cards.Header();
+}
+
+void PutReal(std::vector<uint8_t> &bytes, double value)
+{
+    PutBig(bytes, std::bit_cast<uint64_t>(value), 8);
+}
+
+void PutRow(std::vector<uint8_t> &bytes, const FrameFacts &frame, const FrameFacts &first)
+{
+    const auto since = static_cast<int64_t>(frame.unixNanoseconds - first.unixNanoseconds);
+    PutBig(bytes, frame.frameNumber, 4);
+    std::string date = IsoTime(frame.unixNanoseconds);
+    date.resize(26, '\0');
+    bytes.insert(bytes.end(), date.begin(), date.end());
+    PutReal(bytes, static_cast<double>(since) / 1e9);
+    PutReal(bytes, static_cast<double>(frame.exposureNanoseconds) / 1e9);
+    PutReal(bytes, frame.gain);
+    bytes.push_back(frame.hasMissingData ? 'T' : 'F');
+}
+
+class FitsSequence final : public SequenceWriter {
+public:
+    using SequenceWriter::SequenceWriter;
+
+protected:
+    bool Begin(const Picture &first) override
+    {
+        const std::string header = CubeCards(first).Header();
+        m_dataEnd = header.size();
+        return File().Append(header);
+    }
+
+    bool AddFrame(const Picture &picture) override
+    {
+        if (picture.bytesPerSample == 2)
+            ToSignedBigEndian(picture.pixels, m_words);
+        const std::span<const uint8_t> data =
+            picture.bytesPerSample == 2 ? std::span<const uint8_t>(m_words) : picture.pixels;
+        if (!File().Write(m_dataEnd, data) || !Fill(m_dataEnd + data.size()) ||
+            !File().Write(kThirdAxisAt, ThirdAxis(Frames() + 1)))
+            return false;
+        m_dataEnd += data.size();
+        return true;
+    }
+
+    void Restore() override { Fill(m_dataEnd); }
+
+    bool End() override
+    {
+        if (!File().Append(TableHeader(Facts().size())))
+            return false;
+        std::vector<uint8_t> rows;
+        for (const FrameFacts &frame : Facts())
+            PutRow(rows, frame, Facts().front());
+        rows.resize(rows.size() + FitsFill(rows.size()));
+        return File().Append(rows);
+    }
+
+private:
+    bool Fill(uint64_t dataEnd)
+    {
+        const std::vector<uint8_t> zeros(FitsFill(dataEnd));
+        return File().Write(dataEnd, zeros);
+    }
+
+    uint64_t m_dataEnd = 0; // without the fill behind it, which the next frame overwrites
+    std::vector<uint8_t> m_words;
+};
+
+} // namespace
+
+std::unique_ptr<SequenceWriter> MakeFitsSequence(const std::string &path)
+{
+    return std::make_unique<FitsSequence>(path);
+}
+
+} // namespace zerix::tool

@@ -1,0 +1,43 @@
+// What became of the frames of a recording, as numbers and in words.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace zerix::tool {
+
+struct RecordingCounts {
+    uint64_t recorded = 0;        // handed to the writer
+    uint64_t lostOnBus = 0;       // never came, or too damaged for use
+    uint64_t droppedSlowDisk = 0; // came when no buffer was free
+    uint64_t withMissingData = 0; // recorded, with black in place of what was lost
+};
+
+// Counts the frames that never came by the gaps in the camera's rolling 16-bit numbers.
+class FrameNumbers {
+public:
+    // The frames that are missing before this one.
+    uint32_t Arrived(uint16_t number);
+
+private:
+    std::optional<uint16_t> m_last;
+};
+
+// "12 frames", "1 frame", "no frame".
+std::string FramesText(uint64_t frames);
+
+// "lost on the bus: 2, dropped because the disk was slow: 0, with missing data: 1".
+std::string LossesText(const RecordingCounts &counts);
+
+struct RecordingTarget {
+    uint64_t frames = 0; // 0: no limit
+    double seconds = 0;  // 0: no limit
+};
+
+// "[######    ] 60 of 100 frames, 15.0 frames/s, 2 lost, 0 dropped, 3 s left". Without a limit
+// there is no bar and no time left. `recordedSeconds` is what counts for the limit of time.
+std::string RecordingProgress(const RecordingCounts &counts, const RecordingTarget &target,
+                              double elapsedSeconds, double recordedSeconds);
+
+} // namespace zerix::tool
