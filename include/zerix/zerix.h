@@ -9,6 +9,8 @@
  *     run beside other calls.
  *  5. Ownership. What the application passes stays the application's.
  *  6. Units. 32-bit exposures are microseconds, 64-bit ones nanoseconds; sizes are pixels or bytes.
+ *  7. Parameters that mean the same everywhere, unless a function tells otherwise:
+ *   camera  in: the handle of an open camera
  */
 #ifndef ZERIX_ZERIX_H
 #define ZERIX_ZERIX_H
@@ -41,13 +43,14 @@ ZERIX_API uint32_t Zerix_LoadDriver(void);
 ZERIX_API void Zerix_ReleaseDriver(void);
 
 /* Tells the library's version: 2, 0 and 13.
- *   major, minor, build  out
+ *   major, minor, build  out: the three numbers
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
  *   ZERIX_ERROR_BAD_PARAMETER  one of the pointers is null; nothing is written
  * Doesn't block. */
 ZERIX_API uint32_t Zerix_LibVersion(uint16_t *major, uint16_t *minor, uint16_t *build);
 
-/* The same without the build. */
+/* Tells the library's version without the build: 2 and 0. Parameters, state and errors as with
+ * Zerix_LibVersion. Doesn't block. */
 ZERIX_API uint32_t Zerix_Version(uint16_t *major, uint16_t *minor);
 
 /* Looks for cameras on the bus. Closed cameras of an earlier listing are erased, and their handles
@@ -87,6 +90,7 @@ ZERIX_API uint32_t Zerix_CloseCamera(ZerixHandle camera);
 
 /* Accepted and ignored: no argument is read, and the callback never runs. An unplugged camera shows
  * as an error of frames and calls.
+ *   camera, callback, userData  in: not read
  *   ZERIX_ERROR_NOT_LOADED  state: loaded
  * Doesn't block. */
 ZERIX_API uint32_t Zerix_RegisterUnpluggedCallback(ZerixHandle camera,
@@ -94,7 +98,11 @@ ZERIX_API uint32_t Zerix_RegisterUnpluggedCallback(ZerixHandle camera,
 
 /* For factory tools: hands the four values to the camera's service operation. Whether the camera is
  * open isn't tested.
- *   buffer  the address of `length` words, where the operation has a buffer
+ *   camera     in: the handle of a camera, open or not
+ *   operation  in: the service operation
+ *   buffer     in: the address of length words, where the operation has a buffer
+ *   length     in: words of the buffer, where the operation has one
+ *   checksum   in: as the operation asks for it
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
  *   ZERIX_ERROR_BAD_HANDLE     camera is null
  *   ZERIX_ERROR_NOT_SUPPORTED  the camera refused
@@ -106,18 +114,23 @@ ZERIX_API uint32_t _Zerix_factory_reserved0(ZerixHandle camera, uint32_t operati
 /* Prepares a settings record: sets its size field to 276 and gives it a private block, which
  * Zerix_ReleaseCameraSettingsStruct frees. The record is good for calls once a read has filled it.
  * Needs no loaded library. A legacy record needs no preparation.
- *   settings  out
+ *   settings  out: the record, which is the application's. What it held is not looked at
  *   ZERIX_ERROR_BAD_PARAMETER  settings is null
  * Doesn't block. */
 ZERIX_API uint32_t Zerix_CreateCameraSettingsStruct(Zerix_Settings *settings);
 
-/* Zerix_ReadDefaultSettings under another name, and with another error.
- *   ZERIX_ERROR_BAD_SETTINGS  settings is null */
+/* Zerix_ReadDefaultSettings under another name, and with another error for a null record.
+ *   settings  in, out: a prepared record or a legacy one
+ *   ZERIX_ERROR_NOT_LOADED    state: loaded, camera open
+ *   ZERIX_ERROR_BAD_HANDLE    camera is null or closed, or another process has it
+ *   ZERIX_ERROR_BAD_SETTINGS  settings is null, or has been released
+ * Doesn't block. */
 ZERIX_API uint32_t Zerix_InitializeCameraSettings(ZerixHandle camera, Zerix_Settings *settings);
 
 /* Frees the private block of a prepared record; the record is no good afterwards. A null pointer, a
- * released record and a legacy one are left alone. Always 0. Needs no loaded library. Doesn't
- * block. */
+ * released record and a legacy one are left alone. Needs no loaded library. Doesn't block.
+ *   settings  in, out: the record, or null
+ *   returns   0, always */
 ZERIX_API uint32_t Zerix_ReleaseCameraSettingsStruct(Zerix_Settings *settings);
 
 /* Fills the record with the camera's defaults and binds it to the camera. Post-processing of frames
@@ -134,7 +147,8 @@ ZERIX_API uint32_t Zerix_ReadDefaultSettings(ZerixHandle camera, Zerix_Settings 
  * and errors as with Zerix_ReadDefaultSettings. Doesn't block. */
 ZERIX_API uint32_t Zerix_ReadSettingsFromCam(ZerixHandle camera, Zerix_Settings *settings);
 
-/* Supported by no camera.
+/* Supported by no camera. Doesn't block.
+ *   camera, settings  in: not read
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
  *   ZERIX_ERROR_NOT_SUPPORTED  always */
 ZERIX_API uint32_t Zerix_TranslateSettings(ZerixHandle camera, Zerix_Settings *settings);
@@ -151,8 +165,8 @@ ZERIX_API uint32_t Zerix_TranslateSettings(ZerixHandle camera, Zerix_Settings *s
 ZERIX_API uint32_t Zerix_PreflightSettings(ZerixHandle camera, Zerix_Settings *settings);
 
 /* Mends the record, sends every value of it to the camera and makes them effective together. A
- * camera that streams goes on streaming; frames exposed with the earlier settings don't come any
- * more.
+ * camera that streams goes on streaming: the exposure that runs begins anew, and images of the
+ * earlier settings that have arrived and not been delivered are dropped.
  *   settings  in, out: a filled record; it then holds the region, binning and speed that are used
  *   ZERIX_ERROR_NOT_LOADED     state: loaded, camera open
  *   ZERIX_ERROR_BAD_HANDLE     camera is null or closed, or another process has it
@@ -179,9 +193,9 @@ ZERIX_API uint32_t Zerix_SendSettingsToCam(ZerixHandle camera, Zerix_Settings *s
  * besides what is told with each. None of them blocks. */
 
 /* Reads a value.
- *   value  out: in the key's unit. Exposures in microseconds are cut, at least 1, and all ones
- * where they don't fit. Left alone after an error ZERIX_ERROR_NOT_SUPPORTED  also for
- * zprmTweekingRegister, which can only be set */
+ *   value  out: in the key's unit. Exposures in microseconds are cut to whole ones, are at least 1,
+ *          and all ones where they don't fit. Left alone after an error
+ *   ZERIX_ERROR_NOT_SUPPORTED  also for zprmTweekingRegister, which can only be set */
 ZERIX_API uint32_t Zerix_GetParam(const Zerix_Settings *settings, uint32_t key, uint32_t *value);
 
 /* Writes a value. A refused one leaves the record as it was, but for the exposures, which are
@@ -242,14 +256,14 @@ ZERIX_API uint32_t Zerix_IsParam64Supported(ZerixHandle camera, uint32_t key);
 /* Tell whether a key's values are a range, from its minimum to its maximum: 0 for yes. A key may be
  * a range and a list; its values are then checked by the list. A key's class is the same on every
  * camera that has it, and told of a closed camera too.
- *   ZERIX_ERROR_NOT_SUPPORTED  they are no range */
+ *   ZERIX_ERROR_NOT_SUPPORTED  also where they are no range */
 ZERIX_API uint32_t Zerix_IsRangeTable(const Zerix_Settings *settings, uint32_t key);
 ZERIX_API uint32_t Zerix_IsRangeTableS32(const Zerix_Settings *settings, uint32_t key);
 ZERIX_API uint32_t Zerix_IsRangeTable64(const Zerix_Settings *settings, uint32_t key);
 
 /* Tell whether a key's values are a list: 0 for yes. Signed and 64-bit keys never are: the record
  * isn't looked at.
- *   ZERIX_ERROR_NOT_SUPPORTED  they are no list */
+ *   ZERIX_ERROR_NOT_SUPPORTED  also where they are no list */
 ZERIX_API uint32_t Zerix_IsSparseTable(const Zerix_Settings *settings, uint32_t key);
 ZERIX_API uint32_t Zerix_IsSparseTableS32(const Zerix_Settings *settings, uint32_t key);
 ZERIX_API uint32_t Zerix_IsSparseTable64(const Zerix_Settings *settings, uint32_t key);
@@ -264,6 +278,8 @@ ZERIX_API uint32_t Zerix_GetParamSparseTable(const Zerix_Settings *settings, uin
                                              uint32_t *table, int32_t *size);
 
 /* Signed and 64-bit keys have no lists: *size becomes 0, and no other argument is looked at.
+ *   table  out: left alone
+ *   size   out: 0
  *   ZERIX_ERROR_NOT_LOADED     state: loaded; *size is left alone
  *   ZERIX_ERROR_NOT_SUPPORTED  always */
 ZERIX_API uint32_t Zerix_GetParamSparseTableS32(const Zerix_Settings *settings, uint32_t key,
@@ -290,13 +306,13 @@ ZERIX_API uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame);
 
 /* Appends a frame to the camera's queue of at most 100 entries. While the camera streams, each
  * image goes to the oldest frame; images that find none are dropped.
- *   frame        in: pBuffer and bufferSize. out, until it is done: every other field but the
- *                reserved ones. The application keeps it and its buffer alive until then
- *   callback     may be null. Called on threads of the library, and may queue more
- *   flags        ZERIX_FLAG_FRAME_DONE: call with that flag and the frame's errorCode when it is
- *                filled; ZERIX_FLAG_EXPOSE_DONE: call with that flag and error 0 when it has been
- *                exposed. With neither the frame is filled and nobody told
- *   userPointer, userData  passed to the callback as they are
+ *   frame     in: pBuffer and bufferSize. out, until it is done: every other field but the reserved
+ *             ones. The application keeps it and its buffer alive until then
+ *   callback  in: may be null. Called on threads of the library, and may queue more
+ *   flags     in: ZERIX_FLAG_FRAME_DONE: call with that flag and the frame's errorCode when it is
+ *             filled; ZERIX_FLAG_EXPOSE_DONE: call with that flag and error 0 when it has been
+ *             exposed. With neither the frame is filled and nobody told
+ *   userPointer, userData  in: passed to the callback as they are
  *   ZERIX_ERROR_NOT_LOADED        state: loaded, camera open
  *   ZERIX_ERROR_BAD_HANDLE        camera is null or closed, or another process has it
  *   ZERIX_ERROR_BAD_PARAMETER     frame is null
@@ -312,8 +328,10 @@ ZERIX_API uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame,
  * queued behind them.
  *   settings  in, out: a filled record, as with Zerix_SendSettingsToCam. The queue keeps the
  *             pointer, not a copy: the application keeps the record alive until it is sent
- *   callback  may be null. With ZERIX_FLAG_FRAME_DONE among the flags it is called after the send
- *             with the send's result and the flags as given
+ *   callback  in: may be null. With ZERIX_FLAG_FRAME_DONE among the flags it is called after the
+ *             send with the send's result and the flags as given
+ *   flags     in: as above; nothing else is looked at
+ *   userPointer, userData  in: passed to the callback as they are
  *   ZERIX_ERROR_NOT_LOADED    state: loaded, camera open
  *   ZERIX_ERROR_BAD_HANDLE    camera is null or closed, or another process has it
  *   ZERIX_ERROR_BAD_SETTINGS  settings is null or has not been filled; or it needs larger packets
@@ -351,7 +369,8 @@ ZERIX_API uint32_t Zerix_SetStreaming(ZerixHandle camera, uint32_t on);
  * Blocks for one register write. */
 ZERIX_API uint32_t Zerix_Trigger(ZerixHandle camera);
 
-/* These four are supported by no camera.
+/* These four are supported by no camera. They don't block.
+ *   camera, frame, frames, count  in: not read
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
  *   ZERIX_ERROR_NOT_SUPPORTED  always */
 ZERIX_API uint32_t Zerix_GrabFrameNow(ZerixHandle camera, Zerix_Frame *frame);
@@ -387,13 +406,14 @@ ZERIX_API uint32_t Zerix_GetCameraModelString(ZerixHandle camera, char *text, ui
 /* ---- Automatic settings and finished pictures ------------------------------------------------ */
 /* Finds the exposure that brings the brightest pixel of a region to the top of the range, stores
  * the exposures in the record and sends it. Takes up to ten images at 8 bits; a search that fails
- * or doesn't settle leaves the exposure that it reached, and is no error. settings             in
- * and out: a filled record of an open camera x, y, width, height  the region in pixels of the
- * image; what exceeds it is left out ZERIX_ERROR_NOT_LOADED     state: loaded
- *   ZERIX_ERROR_BAD_PARAMETER  settings is null
+ * or doesn't settle leaves the exposure that it reached, and is no error.
+ *   settings       in, out: a filled record of an open camera
+ *   x, y           in: the region's left and upper edge, pixels of the image
+ *   width, height  in: the region's size, pixels of the image; what exceeds the image is left out
+ *   ZERIX_ERROR_NOT_LOADED     state: loaded
+ *   ZERIX_ERROR_BAD_PARAMETER  settings is null, or the exposure out of its limits
  *   ZERIX_ERROR_BAD_SETTINGS   the record wasn't filled, or its camera is closed
  *   ZERIX_ERROR_ROI_TOO_SMALL  a side is 0, or both are below 16
- *   the errors of Zerix_SetParam64 for zprm64Exposure
  * Blocks as long as the images take. */
 ZERIX_API uint32_t Zerix_AutoExpose(Zerix_Settings *settings, uint32_t x, uint32_t y,
                                     uint32_t width, uint32_t height);
@@ -401,10 +421,10 @@ ZERIX_API uint32_t Zerix_AutoExpose(Zerix_Settings *settings, uint32_t x, uint32
 /* Measures the gains that make the mean of a region grey, stores them in the record and sends it; a
  * filter wheel's exposures follow. Takes up to six images. Does nothing, successfully, where
  * zprmPostProcessImageFormat is no format of colour. Parameters, state and errors as with
- * Zerix_AutoExpose; also
+ * Zerix_AutoExpose.
+ *   ZERIX_ERROR_NOT_SUPPORTED  the camera lacks one of the gains or exposures
  *   ZERIX_ERROR_DRIVER_FAULT  an image could not be taken, or has no colours
- *   ZERIX_ERROR_INITIALISATION, ZERIX_ERROR_CAMERA_FAULT  what the camera answered
- *   the errors of Zerix_SetParam and Zerix_SetParam64 for the gains and exposures
+ *   ZERIX_ERROR_INITIALISATION, ZERIX_ERROR_CAMERA_FAULT  no bandwidth is left; the camera failed
  * Blocks as long as the images take. */
 ZERIX_API uint32_t Zerix_WhiteBalance(Zerix_Settings *settings, uint32_t x, uint32_t y,
                                       uint32_t width, uint32_t height);
@@ -413,10 +433,10 @@ ZERIX_API uint32_t Zerix_WhiteBalance(Zerix_Settings *settings, uint32_t x, uint
  * colour (formats 0 to 3) is copied, into a buffer from malloc where frameOut has none or a smaller
  * one, which is then reallocated. Otherwise frameOut's buffer must hold the image of
  * zprmPostProcessImageFormat; its size isn't tested.
- *   camera    any open camera; the one that works is frameIn's
+ *   camera    in: any open camera; the one that works is frameIn's
  *   settings  in: a filled record
- *   frameIn   in; a live-mode frame's pixels are changed
- *   frameOut  in: its buffer; out: the picture
+ *   frameIn   in: the frame, as it came; a live-mode frame's pixels are changed
+ *   frameOut  in: its buffer. out: the picture. A buffer from malloc is the application's to free
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
  *   ZERIX_ERROR_BAD_PARAMETER  camera or a frame is null; a format without a size, or no algorithm
  *   ZERIX_ERROR_BAD_SETTINGS   the record wasn't filled
@@ -427,28 +447,37 @@ ZERIX_API uint32_t Zerix_PostProcessSingleFrame(ZerixHandle camera, const Zerix_
                                                 const Zerix_Frame *frameIn, Zerix_Frame *frameOut);
 
 /* Makes colour of a mosaic, in frameOut's format and buffer, with the filter of frameIn's camera.
- *   algorithm  1 average, 2 fast, 3 and 4 bicubic; for any other nothing happens
+ *   algorithm  in: 1 average, 2 fast, 3 and 4 bicubic; for any other nothing happens
+ *   frameIn    in: a frame of format 4 or 5, with its camera
+ *   frameOut   in: format, and a buffer that holds the image. out: depth, width, height and size
  * Needs no loaded library. Doesn't block. */
 ZERIX_API void Zerix_BayerToRgb(uint32_t algorithm, const Zerix_Frame *frameIn,
                                 Zerix_Frame *frameOut);
 
-/* Makes a mosaic twice as high, as live mode's pictures need. frameOut has the buffer and the
- * height. algorithm  2; for any other nothing happens ZERIX_ERROR_NOT_SUPPORTED  another algorithm,
- * or a frame is null Needs no loaded library. Doesn't block. */
+/* Makes a mosaic twice as high, as live mode's pictures need. Needs no loaded library. Doesn't
+ * block.
+ *   algorithm  in: 2; for any other nothing happens
+ *   frameIn    in: a frame of format 4 or 5
+ *   frameOut   in: height, and a buffer that holds the picture. out: depth, width and pixels
+ *   ZERIX_ERROR_NOT_SUPPORTED  another algorithm, or a frame is null */
 ZERIX_API uint32_t Zerix_BayerZoomVert(uint8_t algorithm, const Zerix_Frame *frameIn,
                                        Zerix_Frame *frameOut);
 
-/* Properties of an image format, 1 or 0: 16 bits a value, three colours a pixel, a mosaic, colour
- * of any kind, monochrome. The raw formats are none of these, 16 bits apart. They need no loaded
- * library. */
+/* Properties of an image format: 16 bits a value, three colours a pixel, a mosaic, colour of any
+ * kind, monochrome. The raw formats are none of these, 16 bits apart. Need no loaded library. Don't
+ * block.
+ *   format   in: one of ZerixImageFormat
+ *   returns  1 or 0; 0 for an unknown format */
 ZERIX_API uint32_t Zerix_is16bit(uint32_t format);
 ZERIX_API uint32_t Zerix_is3Color(uint32_t format);
 ZERIX_API uint32_t Zerix_isBayer(uint32_t format);
 ZERIX_API uint32_t Zerix_isColor(uint32_t format);
 ZERIX_API uint32_t Zerix_isMonochrome(uint32_t format);
 
-/* Bytes of an image of that format, width and height in pixels; 0 for an unknown format. Needs no
- * loaded library. */
+/* Size of an image. Needs no loaded library. Doesn't block.
+ *   format         in: one of ZerixImageFormat
+ *   width, height  in: pixels
+ *   returns        bytes; 0 for an unknown format */
 ZERIX_API uint32_t Zerix_CalcImageSize(uint32_t format, uint32_t width, uint32_t height);
 
 #ifdef __cplusplus

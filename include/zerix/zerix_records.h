@@ -10,23 +10,24 @@
 extern "C" {
 #endif
 
+/* A camera. Made by Zerix_OpenCamera; what it points to belongs to the library. */
 typedef void *ZerixHandle;
 
 /* One row of the camera list. */
 typedef struct ZerixCameraListItem {
-    uint32_t cameraId;   /* what Zerix_OpenCamera takes */
-    uint32_t cameraType; /* model number */
-    uint32_t uniqueId;   /* left untouched for an open camera */
-    uint32_t isOpen;     /* 0 or 1 */
-    uint32_t reserved[10];
+    uint32_t cameraId;     /* what Zerix_OpenCamera takes */
+    uint32_t cameraType;   /* model number */
+    uint32_t uniqueId;     /* left untouched for an open camera */
+    uint32_t isOpen;       /* 0 or 1 */
+    uint32_t reserved[10]; /* left untouched */
 } ZerixCameraListItem;
 
 /* The settings record. Prepare it with Zerix_CreateCameraSettingsStruct, fill it by a read, free it
  * with Zerix_ReleaseCameraSettingsStruct. Its contents belong to the library. */
 typedef struct Zerix_Settings {
-    uint32_t size;
-    uint8_t formatId[16];
-    void *privateBlock;
+    uint32_t size;        /* 276, of the private block */
+    uint8_t formatId[16]; /* tells this record from a legacy one */
+    void *privateBlock;   /* null once released */
 } Zerix_Settings;
 
 /* The classic settings record of applications that allocate it themselves: 260 bytes everywhere,
@@ -37,41 +38,53 @@ typedef struct ZerixLegacySettings {
     uint32_t values[48];  /* by ZerixParam, 0 to 47 */
     int32_t valuesS32[3]; /* by ZerixParamS32 */
     uint64_t values64[4]; /* by ZerixParam64 */
-    uint32_t reserved240;
-    uint8_t camera[8]; /* the camera's handle */
-    uint32_t magic;
-    uint32_t reserved256;
+    uint32_t reserved240; /* not used */
+    uint8_t camera[8];    /* the camera's handle */
+    uint32_t magic;       /* 0xDEADBEEF once the record has been filled */
+    uint32_t reserved256; /* not used */
 } ZerixLegacySettings;
 #pragma pack(pop)
 
 /* A frame. The application sets pBuffer and bufferSize; the library fills in the rest. */
 typedef struct Zerix_Frame {
-    void *pBuffer;
-    uint32_t bufferSize; /* bytes */
+    void *pBuffer;       /* the application's, for the pixels */
+    uint32_t bufferSize; /* bytes of pBuffer */
     uint32_t format;     /* ZerixImageFormat */
-    uint32_t width;
-    uint32_t height;
-    uint32_t size; /* bytes of the image */
-    uint16_t bitDepth;
-    uint16_t frameNumber;  /* rolling */
-    uint32_t bayerPattern; /* 0 RGGB, 1 GRBG, 2 GBRG, 3 BGGR */
-    uint32_t errorCode;
-    uint32_t timeStamp; /* 0.1 ms since the camera was opened */
-    ZerixHandle camera;
-    uint32_t reserved44;
-    uint32_t binning;
-    uint32_t isLvw;
-    uint32_t colourPattern;
-    uint32_t reserved60;
-    uint32_t reserved64;
-    uint32_t filled; /* 1 once filled */
+    uint32_t width;      /* pixels */
+    uint32_t height;     /* pixels */
+    uint32_t size;       /* bytes of the image */
+    uint16_t bitDepth;   /* of a value: 8 to 16; more than 8 stand in two bytes, the lowest first */
+    uint16_t frameNumber;   /* rolling: 0 follows 65,535 */
+    uint32_t bayerPattern;  /* 0 RGGB, 1 GRBG, 2 GBRG, 3 BGGR */
+    uint32_t errorCode;     /* 0, or one of zerix_errors.h: 18, 23, 25, 26 or 28 */
+    uint32_t timeStamp;     /* 0.1 ms since the camera was opened */
+    ZerixHandle camera;     /* that took it */
+    uint32_t reserved44;    /* left untouched */
+    uint32_t binning;       /* pixels along a side */
+    uint32_t isLvw;         /* 1: taken in live mode */
+    uint32_t colourPattern; /* as the camera tells it: 5 to 8 for bayerPattern 0 to 3; or, with the
+                               filter wheel, the colour: 0 red, 1 green, 3 blue */
+    uint32_t reserved60;    /* left untouched */
+    uint32_t reserved64;    /* left untouched */
+    uint32_t filled;        /* 1 once filled */
 } Zerix_Frame;
 
-/* Frame done and settings applied (1), expose done (2). */
-enum { ZERIX_FLAG_FRAME_DONE = 1, ZERIX_FLAG_EXPOSE_DONE = 2 };
+/* What a callback is asked for and tells. */
+enum {
+    ZERIX_FLAG_FRAME_DONE = 1, /* the frame is filled; the settings have been sent */
+    ZERIX_FLAG_EXPOSE_DONE = 2 /* the frame has been exposed and is being read out */
+};
 
+/* Tells of a queued frame or queued settings, on a thread of the library, one call at a time for
+ * the frames and settings of a camera; expose done may come beside them. Settings that are sent at
+ * once, with an empty queue, are told on the thread that queues them. It may queue frames and
+ * settings, and must not close the camera. While it runs, the next image waits. userPointer and
+ * userData are what the application queued with; error is one of zerix_errors.h; flags is one of
+ * the two above for a frame, and what the application queued with for settings. */
 typedef void (*ZerixAsyncCallback)(void *userPointer, uint32_t userData, uint32_t error,
                                    uint32_t flags);
+
+/* Of Zerix_RegisterUnpluggedCallback: never called. */
 typedef void (*ZerixUnpluggedCallback)(void *userData);
 
 #ifdef __cplusplus
