@@ -19,6 +19,7 @@ class Doc:
 
     def __init__(self, comment):
         self.text, self.rows = [], []
+        ended = False
         for line in comment:
             match = ROW.match(line)
             if match:
@@ -27,6 +28,9 @@ class Doc:
             elif self.rows and line.startswith('   '):
                 self.rows[-1][1].append(line.strip())
             else:
+                if self.rows and not ended:
+                    self.text.append('')
+                ended = bool(self.rows)
                 self.text.append(line.strip())
         self.rows = [(names, ' '.join(text).strip()) for names, text in self.rows]
         if any(re.search(r'\S  ', text) for text in self.text + [text for _, text in self.rows]):
@@ -101,7 +105,9 @@ class Header:
             if names == ['returns']:
                 lines.append('@return ' + escaped(text))
             elif not ERROR.match(names[0]):
-                lines.append(f'@param[{direction(text)}] {names[0]} {escaped(text)}')
+                way = direction(text)
+                text = text if way == 'in,out' else re.sub(r'^(in|out): ', '', text)
+                lines.append(f'@param[{way}] {names[0]} {escaped(text)}')
         errors = [row for row in full.rows if ERROR.match(row[0][0])]
         if errors:
             lines.append('@retval 0 it is done')

@@ -330,14 +330,15 @@ ZERIX_API uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame,
  *             pointer, not a copy: the application keeps the record alive until it is sent
  *   callback  in: may be null. With ZERIX_FLAG_FRAME_DONE among the flags it is called after the
  *             send with the send's result and the flags as given
- *   flags     in: as above; nothing else is looked at
+ *   flags     in: ZERIX_FLAG_FRAME_DONE or 0
  *   userPointer, userData  in: passed to the callback as they are
  *   ZERIX_ERROR_NOT_LOADED    state: loaded, camera open
  *   ZERIX_ERROR_BAD_HANDLE    camera is null or closed, or another process has it
  *   ZERIX_ERROR_BAD_SETTINGS  settings is null or has not been filled; or it needs larger packets
  *                             than the camera sends: the packets are enlarged, so try again
  *   ZERIX_ERROR_QUEUE_FULL    100 entries are queued
- *   and with an empty queue the errors of Zerix_SendSettingsToCam
+ *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT, ZERIX_ERROR_INITIALISATION
+ *                             with an empty queue: as with Zerix_SendSettingsToCam
  * Blocks like the send with an empty queue; else it waits for one that is under way. */
 ZERIX_API uint32_t Zerix_QueueSettings(ZerixHandle camera, Zerix_Settings *settings,
                                        ZerixAsyncCallback callback, uint32_t flags,

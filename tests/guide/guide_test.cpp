@@ -1,0 +1,112 @@
+// What the guide shows is what the examples are, and it tells every error.
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace zerix {
+namespace {
+
+const std::string kTree = ZERIX_SOURCE_FOLDER;
+
+std::string Contents(const std::string &path)
+{
+    std::ifstream file(kTree + "/" + path);
+    EXPECT_TRUE(file.is_open()) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+struct Snippet {
+    std::string file; // empty where the guide names none
+    std::string text;
+};
+
+// The fenced blocks, each with the last "From [FILE]" before it.
+std::vector<Snippet> SnippetsOf(const std::string &guide)
+{
+    std::vector<Snippet> snippets;
+    std::istringstream lines(guide);
+    const std::regex source("From \\[(examples/[a-z_.]+)\\]\\(\\.\\./(examples/[a-z_.]+)\\):");
+    std::string line;
+    std::string file;
+    while (std::getline(lines, line)) {
+        std::smatch match;
+        if (std::regex_match(line, match, source)) {
+            EXPECT_EQ(match[1], match[2]);
+            file = match[1];
+        }
+        if (!line.starts_with("```"))
+            continue;
+        Snippet snippet{std::exchange(file, {}), {}};
+        while (std::getline(lines, line) && line != "```")
+            snippet.text += line + "\n";
+        snippets.push_back(std::move(snippet));
+    }
+    return snippets;
+}
+
+std::map<std::string, std::string> Matches(const std::string &text, const std::regex &pattern)
+{
+    std::map<std::string, std::string> found;
+    for (std::sregex_iterator at(text.begin(), text.end(), pattern), end; at != end; ++at)
+        EXPECT_TRUE(found.emplace((*at)[1], (*at)[2]).second) << (*at)[1];
+    return found;
+}
+
+TEST(Guide, ShowsWhatStandsInTheExamples)
+{
+    const auto snippets = SnippetsOf(Contents("docs/guide.md"));
+    EXPECT_GE(snippets.size(), 10u);
+    for (const Snippet &snippet : snippets) {
+        ASSERT_NE(snippet.file, "") << snippet.text;
+        EXPECT_NE(("\n" + Contents(snippet.file)).find("\n" + snippet.text), std::string::npos)
+            << snippet.file << " hasn't\n"
+            << snippet.text;
+    }
+}
+
+TEST(Guide, ShowsEveryExample)
+{
+    std::set<std::string> shown;
+    for (const Snippet &snippet : SnippetsOf(Contents("docs/guide.md")))
+        shown.insert(snippet.file);
+    std::set<std::string> examples;
+    for (const auto &entry : std::filesystem::directory_iterator(kTree + "/examples")) {
+        if (entry.path().extension() == ".c" || entry.path().extension() == ".conf")
+            examples.insert("examples/" + entry.path().filename().string());
+    }
+    EXPECT_EQ(shown, examples);
+}
+
+TEST(Guide, LinksToWhatIsThere)
+{
+    const std::string guide = Contents("docs/guide.md");
+    const std::regex link("\\]\\(([^)]+)\\)");
+    int count = 0;
+    for (std::sregex_iterator at(guide.begin(), guide.end(), link), end; at != end; ++at, ++count)
+        EXPECT_TRUE(std::filesystem::exists(kTree + "/docs/" + (*at)[1].str())) << (*at)[1];
+    EXPECT_GE(count, 10);
+}
+
+TEST(Guide, TellsEveryError)
+{
+    const auto declared = Matches(Contents("include/zerix/zerix_errors.h"),
+                                  std::regex("    (ZERIX_[A-Z_]+) = (\\d+)"));
+    EXPECT_EQ(declared.size(), 24u);
+    std::map<std::string, std::string> told;
+    for (const auto &[number, name] :
+         Matches(Contents("docs/guide.md"), std::regex("\\n\\| (\\d+) \\| `(ZERIX_[A-Z_]+)` \\|")))
+        told.emplace(name, number);
+    EXPECT_EQ(told, declared);
+}
+
+} // namespace
+} // namespace zerix
