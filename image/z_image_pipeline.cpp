@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "image/image_input.h"
+#include "image/image_limits.h"
 #include "image/z_ex_image.h"
 #include "image/z_image_filter.h"
 
@@ -21,10 +22,7 @@ constexpr uint64_t kLargestPixel = 6;
 
 uint64_t LargestResult(uint32_t width, uint32_t height) { return kLargestPixel * width * height; }
 
-// A camera's region has 12 bits for a side, whatever the camera says of its sensor. What is larger
-// all the same gets its room when it comes.
-constexpr uint64_t kLongestSide = 4095;
-constexpr uint64_t kMostAhead = kLargestPixel * kLongestSide * kLongestSide;
+constexpr uint64_t kMostAhead = kLargestPixel * zerix::kMostPixelsAhead;
 
 void CopyImage(const ZInImageBufferStruct &in, ZOutImageBufferStruct &out)
 {

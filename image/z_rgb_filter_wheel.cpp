@@ -1,11 +1,13 @@
 // Settings, buffers and state of the filter wheel.
 #include "image/z_rgb_filter_wheel.h"
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <new>
 #include <utility>
 
+#include "image/image_limits.h"
 #include "image/z_ex_image.h"
 
 namespace ZX {
@@ -106,7 +108,8 @@ void ZRGBFilterWheel::AllocateLocked(uint32_t width, uint32_t height)
 {
     if (m_buffersAllocated)
         return;
-    const uint64_t bytes = kLargestPixel * width * height;
+    const uint64_t pixels = std::min(uint64_t{width} * height, zerix::kMostPixelsAhead);
+    const uint64_t bytes = kLargestPixel * pixels;
     m_redBuffer = MakePlane(bytes);
     m_greenBuffer = MakePlane(bytes);
     m_blueBuffer = MakePlane(bytes);

@@ -10,12 +10,14 @@
 namespace {
 
 thread_local uint64_t t_allocations = 0;
+thread_local uint64_t t_largest = 0;
 thread_local uint32_t t_untilFailure = 0; // 0: never
 thread_local zerix::test::Counted t_counted = zerix::test::Counted::kThatMayBeNull;
 
 void *Allocate(std::size_t size)
 {
     ++t_allocations;
+    t_largest = std::max<uint64_t>(t_largest, size);
     return std::malloc(size == 0 ? 1 : size);
 }
 
@@ -47,6 +49,7 @@ void *AllocateOrNull(std::size_t size) { return FailsNow() ? nullptr : Allocate(
 namespace zerix::test {
 
 uint64_t AllocationsOfThisThread() { return t_allocations; }
+uint64_t LargestAllocationOfThisThread() { return t_largest; }
 
 LackingAllocation::LackingAllocation(uint32_t n, Counted counted)
 {

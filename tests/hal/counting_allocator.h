@@ -6,6 +6,8 @@
 namespace zerix::test {
 
 uint64_t AllocationsOfThisThread();
+// Bytes of the largest of them so far.
+uint64_t LargestAllocationOfThisThread();
 
 enum class Counted { kThatMayBeNull, kAll };
 

@@ -138,5 +138,15 @@ TEST_F(FilterAllocations, ExposureMeasures)
     EXPECT_EQ(ofTheStep, ofTheCamera);
 }
 
+// A camera that tells nonsense of its sensor must not cost the machine its memory: what is kept
+// ready is for 4095 x 4095 pixels at most, of two bytes in each of the wheel's planes.
+TEST_F(FilterAllocations, AnImpossiblyLargeSensorCostsNoMoreThanTheLargestPossibleOne)
+{
+    ZRGBFilterWheel wheel(6);
+    EXPECT_EQ(wheel.Init(65535, 65535), kFilterOk);
+    wheel.Enable();
+    EXPECT_EQ(zerix::test::LargestAllocationOfThisThread(), 2u * 4095 * 4095);
+}
+
 } // namespace
 } // namespace ZX
