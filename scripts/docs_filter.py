@@ -33,8 +33,10 @@ class Doc:
                 ended = bool(self.rows)
                 self.text.append(line.strip())
         self.rows = [(names, ' '.join(text).strip()) for names, text in self.rows]
-        if any(re.search(r'\S  ', text) for text in self.text + [text for _, text in self.rows]):
-            sys.exit('A row was broken: ' + ' '.join(self.text))
+        # clang-format breaks lines that are too long, and takes the rows behind them along.
+        for text in self.text + [text for _, text in self.rows]:
+            if re.search(r'\S  ', text):
+                sys.exit('rows run together: ' + text)
 
     def of(self, name):
         return [text for names, text in self.rows if name in names]

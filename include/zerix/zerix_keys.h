@@ -56,8 +56,8 @@ enum ZerixParam {
     zprmReserved45 = 45,                /* supported by newer hardware, and never settable */
     zprmTweekingRegister = 46,  /* for the factory: selector in the top 4 bits, value in the low
                                    16; it can't be read */
-    zprmKeelEmMode = 47,        /* 0 or 1: the EM gain follows the readout speed. This key and all
-                                   that follow stand in a Zerix_Settings only, not in a legacy one */
+    zprmKeelEmMode = 47,        /* 0 or 1: the EM gain follows the readout speed. This key and those
+                                   behind it are in no legacy record */
     zprmLockedGainMode = 48,    /* 0 or 1; setting it sets zprmKeelEmMode too */
     zprmKeelEmGainValue10 = 49, /* EM gain at readout speed 1, as the camera tells it */
     zprmKeelEmGainValue20 = 50, /* at readout speed 0 */
