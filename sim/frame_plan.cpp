@@ -110,8 +110,18 @@ void PlanExposureTime(const CameraDescription &description, Words words, FramePl
     plan.exposure.exposureNanoseconds = ExposureOf(description, words, upper, lower);
 }
 
-// The region, clamped to the sensor. Registers count it from the near corner, wherever the readout
-// begins: only an Astrel E1 leaves the turning to its driver.
+// Where the region begins, in binned pixels from the near corner, clamped to the sensor. Registers
+// count it from there, wherever the readout begins. Only an Astrel E1 leaves the turning to its
+// driver, which counts from the far corner of the sensor as it is unbinned, whatever the binning.
+uint32_t NearPlace(uint32_t place, uint32_t size, uint32_t binnedSensor, uint32_t sensor,
+                   bool isTurnedByDriver)
+{
+    const uint32_t furthest = binnedSensor - size;
+    if (!isTurnedByDriver)
+        return std::min(place, furthest);
+    return std::min(sensor - size - std::min(place, sensor - size), furthest);
+}
+
 void PlanRegion(const CameraDescription &description, const SensorType &sensor, Words words,
                 FramePlan &plan)
 {
@@ -135,10 +145,13 @@ void PlanRegion(const CameraDescription &description, const SensorType &sensor, 
     exposure.height = std::min(ReadField(words, control::kHeight), rows);
     if (leavesOut)
         exposure.height &= ~1u;
-    exposure.x = std::min(ReadField(words, control::kX), columns - exposure.width);
-    exposure.y = std::min(ReadField(words, control::kY), rows - exposure.height);
     exposure.fromFarCorner = description.streamingVersion == 2;
-    if (exposure.fromFarCorner && description.model != model::kAstrelE1) {
+    const bool isTurned = exposure.fromFarCorner && description.model == model::kAstrelE1;
+    exposure.x =
+        NearPlace(ReadField(words, control::kX), exposure.width, columns, sensor.columns, isTurned);
+    exposure.y =
+        NearPlace(ReadField(words, control::kY), exposure.height, rows, sensor.rows, isTurned);
+    if (exposure.fromFarCorner) {
         exposure.x = columns - exposure.width - exposure.x;
         exposure.y = rows - exposure.height - exposure.y;
     }

@@ -114,14 +114,46 @@ TEST_P(FarCorner, BinsTheSamePixels)
     }
 }
 
+// At its near corner, at the far one, in a middle that is odd throughout, a single pixel.
+std::vector<Region> RegionsOf(uint32_t width, uint32_t height)
+{
+    return {{2, 4, width / 2, height / 2},
+            {width - 100, height - 60, 100, 60},
+            {33, 21, 51, 33},
+            {width - 1, 0, 1, 1}};
+}
+
+TEST_P(FarCorner, ShowsTheSamePartOfTheSceneBinned)
+{
+    for (const uint16_t binning : {uint16_t{2}, uint16_t{4}, uint16_t{8}}) {
+        std::vector<std::vector<uint8_t>> upright;
+        for (const uint32_t format : {1u, 2u}) {
+            OpenWith(format, 6);
+            ASSERT_EQ(Camera().SetSymmetricalBinning(binning), 0u);
+            size_t next = 0;
+            for (const Region &region : RegionsOf(1392u / binning, 1040u / binning)) {
+                const auto picture = PixelsOf(region);
+                EXPECT_EQ(Camera().GetROIX(), region.x);
+                EXPECT_EQ(Camera().GetROIY(), region.y);
+                if (format == 1)
+                    upright.push_back(picture);
+                else
+                    EXPECT_TRUE(picture == upright.at(next++))
+                        << region.x << ", " << region.y << " at binning " << binning;
+            }
+            Zerix_ReleaseDriver();
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Family, FarCorner, testing::Values(kAstrelE1, 18u, 19u),
                          [](const auto &row) { return "Model" + std::to_string(row.param); });
 
 class FarCornerOfAnAstrelE1 : public FamilySession {};
 
-// Binned, an Astrel E1 tells and takes places as if the sensor weren't: what is left of the
-// sensor's size comes on top.
-TEST_F(FarCornerOfAnAstrelE1, CountsBinnedRegionsOnTheUnbinnedSensor)
+// What the formula says of a binned region; and the whole binned sensor, which no place has been
+// told for, is told as the far part of the unbinned one.
+TEST_F(FarCornerOfAnAstrelE1, ShowsTheBinnedRegionThatWasAskedFor)
 {
     OpenOnly("model = 15\nstream-format = 2\nsensor = 6\nscene = \"positions\"\n");
     ASSERT_EQ(Camera().SetSymmetricalBinning(2), 0u);
@@ -130,12 +162,15 @@ TEST_F(FarCornerOfAnAstrelE1, CountsBinnedRegionsOnTheUnbinnedSensor)
     View view = WholeView(SensorOf(6), 12, true);
     view.columnsPerPixel = view.rowsPerPixel = 2;
     view.isFromFarCorner = true;
+    view.width = 696;
+    view.height = 520;
+    ExpectPicture(view, {FormatOf(false, 8), 8, 2, 0});
     view.x = 10;
     view.y = 20;
     view.width = 100;
     view.height = 50;
-    ASSERT_EQ(Camera().SetROI(706, 540, 100, 50), 0u);
-    EXPECT_EQ(Camera().GetROIX(), 706u);
+    ASSERT_EQ(Camera().SetROI(10, 20, 100, 50), 0u);
+    EXPECT_EQ(Camera().GetROIX(), 10u);
     ExpectPicture(view, {FormatOf(false, 8), 8, 2, 0});
 }
 

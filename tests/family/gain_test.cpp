@@ -111,6 +111,7 @@ TEST_P(Multiplication, HasTheReadNoiseOfItsReadout)
 
 INSTANTIATE_TEST_SUITE_P(Family, Multiplication,
                          testing::Values(MultiplyingCamera{25, 78, {40, 10, 20}},
+                                         MultiplyingCamera{27, 15, {10, 20, 30}},
                                          MultiplyingCamera{31, 15, {10, 20, 30}}),
                          [](const auto &row) { return "Model" + std::to_string(row.param.model); });
 

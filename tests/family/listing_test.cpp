@@ -1,6 +1,5 @@
 // What the racks of the family show before a picture is taken: numbers, names, serials, sensors,
 // and what each camera offers.
-#include <algorithm>
 #include <cstring>
 
 #include <gtest/gtest.h>
@@ -118,18 +117,6 @@ TEST_P(Listing, TellsBinningsAndReadouts)
 
 INSTANTIATE_TEST_SUITE_P(Family, Listing, testing::Values("family-1", "family-2", "family-3"),
                          [](const auto &row) { return "Rack" + std::string(row.param + 7); });
-
-// Between them the racks have every model number, and one that no model has.
-TEST(FamilyRacks, HaveACameraOfEveryModel)
-{
-    std::vector<uint32_t> models;
-    for (const FamilyCamera &camera : FamilyCameras())
-        models.push_back(camera.model);
-    for (const uint32_t model : {5u,  6u,  7u,  8u,  9u,  10u, 12u, 13u, 14u, 15u, 16u,   18u,
-                                 19u, 25u, 26u, 27u, 28u, 29u, 30u, 31u, 32u, 33u, 1001u, 1002u})
-        EXPECT_NE(std::find(models.begin(), models.end(), model), models.end()) << model;
-    EXPECT_NE(std::find(models.begin(), models.end(), 11u), models.end());
-}
 
 } // namespace
 } // namespace zerix::family

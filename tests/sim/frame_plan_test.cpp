@@ -78,6 +78,36 @@ TEST(FramePlan, MetrolBinsItsColumnsAndRowsApart)
     EXPECT_EQ(plan.layout.lineBytes, 928U); // words, whatever the depth code
 }
 
+// Its register counts from the far corner of the 1392 columns and 1040 rows, whatever the binning:
+// 1392 - 10 - 64 and 1040 - 20 - 48. The plan counts from the far corner, in binned pixels.
+TEST(FramePlan, OnlyAnAstrelE1IsToldItsPlaceFromTheFarCorner)
+{
+    const CameraDescription camera{.model = 15, .ccdModel = 6, .streamingVersion = 2};
+    const struct {
+        uint32_t code, columns, rows;
+    } kBinnings[] = {{0, 1392, 1040}, {1, 696, 520}, {2, 174, 130}, {3, 348, 260}};
+    for (const auto &binning : kBinnings) {
+        SCOPED_TRACE(binning.code);
+        const Word code = {0x08, binning.code};
+        const auto turned = Plan(camera, {code, {0x10, 1318u << 16 | 972u}}).exposure;
+        EXPECT_EQ(turned.x, binning.columns - 10 - 64);
+        EXPECT_EQ(turned.y, binning.rows - 20 - 48);
+        // Beyond the binned sensor is its far corner, as after a change of the binning.
+        const auto farCorner = Plan(camera, {code, {0x10, 0}}).exposure;
+        EXPECT_EQ(farCorner.x, 0U);
+        EXPECT_EQ(farCorner.y, 0U);
+        // Beyond the sensor is its near one.
+        const auto nearCorner = Plan(camera, {code, {0x10, 4095u << 16 | 4095u}}).exposure;
+        EXPECT_EQ(nearCorner.x, binning.columns - 64);
+        EXPECT_EQ(nearCorner.y, binning.rows - 48);
+        const auto other = Plan({.model = 18, .ccdModel = 6, .streamingVersion = 2},
+                                {code, {0x10, 10u << 16 | 20u}})
+                               .exposure;
+        EXPECT_EQ(other.x, binning.columns - 10 - 64);
+        EXPECT_EQ(other.y, binning.rows - 20 - 48);
+    }
+}
+
 TEST(FramePlan, ColourSensorsAndTwoModelsHaveNoWheel)
 {
     const auto colourOf = [](uint32_t modelNumber, uint16_t ccdModel) {
