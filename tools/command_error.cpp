@@ -18,6 +18,7 @@ struct Advice {
 };
 
 constexpr std::array kAdvice = {
+    Advice{ZERIX_ERROR_NOT_SUPPORTED, "\"zerix info\" shows what the camera can do."},
     Advice{ZERIX_ERROR_BAD_HANDLE, "Close the camera in the program that holds it.",
            "the camera is closed, or another process holds it"},
     Advice{ZERIX_ERROR_BAD_CAMERA_ID, "\"zerix list\" shows the cameras."},

@@ -41,6 +41,12 @@ uint32_t FrameCredit::WhileGranted(const std::function<uint32_t()> &grab)
     return result;
 }
 
+void FrameCredit::Grant() const
+{
+    if (m_isSimulated)
+        ZerixSim_GiveCredit(m_camera, 1);
+}
+
 uint64_t FrameCredit::StartOfExposure(uint16_t frameNumber, uint64_t exposureNanoseconds) const
 {
     uint64_t start = 0;

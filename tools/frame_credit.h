@@ -16,6 +16,11 @@ public:
     // for pictures that a fault plan loses.
     uint32_t WhileGranted(const std::function<uint32_t()> &grab);
 
+    // For whoever takes frames from a stream: grants one exposure, which is also that of a frame
+    // that was lost. True of IsGranting: without it no frame comes.
+    void Grant() const;
+    [[nodiscard]] bool IsGranting() const { return m_isSimulated; }
+
     // When the frame's exposure began, in nanoseconds since 1970 UTC.
     [[nodiscard]] uint64_t StartOfExposure(uint16_t frameNumber,
                                            uint64_t exposureNanoseconds) const;

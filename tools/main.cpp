@@ -2,6 +2,8 @@
 // 1 for a failure (one sentence on the standard error), 2 for wrong usage.
 #include <cstdio>
 #include <exception>
+#include <map>
+#include <string>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -15,6 +17,8 @@ using namespace zerix::tool;
 
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
+constexpr const char *kWaitHelp =
+    "Longest wait for a picture: 5s, 10min (default: a minute more than its exposure)";
 
 void AddCommonOptions(CLI::App &app, CommonOptions &options)
 {
@@ -31,30 +35,140 @@ void AddCommonOptions(CLI::App &app, CommonOptions &options)
     app.fallthrough();
 }
 
+void AddDuration(CLI::App &verb, const char *name, double &seconds, const char *help)
+{
+    verb.add_option(name, seconds, help)
+        ->transform(CLI::AsNumberWithUnit(
+            std::map<std::string, double>{{"ms", 0.001}, {"s", 1}, {"min", 60}, {"h", 3600}}))
+        ->check(CLI::PositiveNumber)
+        ->type_name("TIME");
+}
+
+void AddSettings(CLI::App &verb, std::vector<std::string> &settings)
+{
+    verb.add_option("--set", settings,
+                    "A setting for this run, such as exposure=20ms, format=mono16, binning=2, "
+                    "roi=100,100,640,480 or temperature=-20; may be repeated")
+        ->type_name("KEY=VALUE")
+        ->allow_extra_args(false);
+}
+
+void AddGetAndSet(CLI::App &app, const CommonOptions &common, std::vector<std::string> &texts)
+{
+    auto *get = app.add_subcommand(
+        "get", "Show a camera's settings, with their defaults and what it allows");
+    get->add_option("KEY", texts, "Settings, such as exposure, roi or binning (default: all)")
+        ->type_name("");
+    get->callback([&] { GetSettings(common, texts); });
+
+    auto *set = app.add_subcommand(
+        "set", "Try settings on a camera: check them, send them, show what becomes of them");
+    set->add_option("SETTING", texts,
+                    "KEY=VALUE, such as exposure=20ms, format=mono16, roi=100,100,640,480, "
+                    "binning=2, temperature=-20, gain-db=6dB, trigger=software")
+        ->required()
+        ->type_name("");
+    set->footer("A camera is set up anew whenever it is opened, so that no setting outlives this "
+                "command.\nFor a picture with settings give them to the command that takes it: "
+                "zerix grab --set KEY=VALUE.\n\"zerix info\" shows all settings and what the "
+                "camera allows.");
+    set->callback([&] { SetSettings(common, texts); });
+}
+
+void AddTrigger(CLI::App &app, const CommonOptions &common, TriggerOptions &trigger)
+{
+    auto *verb = app.add_subcommand("trigger", "Take one picture by a software trigger");
+    verb->add_option("-o,--output", trigger.file,
+                     "The file, as with grab (default: the picture is only described)")
+        ->type_name("FILE");
+    AddSettings(*verb, trigger.settings);
+    AddDuration(*verb, "--wait", trigger.waitSeconds, kWaitHelp);
+    verb->callback([&] { Trigger(common, trigger); });
+}
+
+void AddMonitor(CLI::App &app, const CommonOptions &common, MonitorOptions &monitor)
+{
+    auto *verb = app.add_subcommand(
+        "monitor", "Watch a camera stream: frame rate, losses, cooler; until Ctrl-C");
+    verb->add_option("-n,--count", monitor.count, "End after so many lines")
+        ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}))
+        ->type_name("N");
+    AddDuration(*verb, "--for", monitor.seconds, "End after this time: 10s, 5min, 1h");
+    AddDuration(*verb, "--every", monitor.everySeconds, "Time between two lines (default: 1s)");
+    AddSettings(*verb, monitor.settings);
+    verb->callback([&] { Monitor(common, monitor); });
+}
+
+void AddTrace(CLI::App &app, TraceOptions &trace)
+{
+    auto *verb =
+        app.add_subcommand("trace", "Switch the driver's log on or off, show it, follow it");
+    verb->require_subcommand(1);
+    const auto add = [&](const char *action, const char *help) {
+        auto *sub = verb->add_subcommand(action, help);
+        sub->callback([&trace, action] {
+            trace.action = action;
+            Trace(trace);
+        });
+        return sub;
+    };
+    const auto addFile = [&](CLI::App &sub, const char *help) {
+        sub.add_option("--file", trace.file, help)->type_name("FILE");
+    };
+    auto *on = add("on", "Log every call of every program that uses the driver, from its next "
+                         "start on");
+    on->add_option("KIND", trace.kinds,
+                   "What to log besides calls: settings, info, frames, tables, nested (calls in "
+                   "calls) or all")
+        ->check(CLI::IsMember({"settings", "info", "frames", "tables", "nested", "all"}));
+    addFile(*on, "The log's file (default: as configured, or zerix-trace.log in the state folder)");
+    add("off", "Log no more; the file stays");
+    auto *show = add("show", "Print the log, one message a line");
+    show->add_option("-n,--lines", trace.lines, "The last so many messages alone")
+        ->check(CLI::Range(1u, 1'000'000'000u))
+        ->type_name("N");
+    addFile(*show, "The log's file (default: as configured)");
+    auto *follow = add("follow", "Print what is logged from now on; until Ctrl-C");
+    addFile(*follow, "The log's file (default: as configured)");
+    AddDuration(*follow, "--for", trace.seconds, "End after this time: 10s, 5min, 1h");
+}
+
 int Run(int argc, char **argv)
 {
     CommonOptions common;
     GrabOptions grab;
     PreviewOptions preview;
+    TriggerOptions trigger;
+    MonitorOptions monitor;
+    TraceOptions trace;
+    std::vector<std::string> texts;
     CLI::App app{
-        "Lists scientific FireWire cameras, shows what they can do, and takes pictures with "
-        "them.\nThe options before COMMAND may also stand behind it.",
+        "Lists scientific FireWire cameras, shows what they can do, takes pictures with them and "
+        "records\ntheir streams. No camera at hand? --sim brings virtual ones.\n"
+        "The options before COMMAND may also stand behind it.",
         "zerix"};
     app.set_version_flag("--version", "zerix " ZERIX_TOOL_VERSION);
     app.require_subcommand(1);
     AddCommonOptions(app, common);
     app.get_formatter()->column_width(28);
-    app.footer("Examples:\n"
-               "  zerix list                           the cameras on the bus\n"
-               "  zerix --sim grab -o cells.png        a picture from a virtual camera\n"
-               "  zerix --rack family-1 list           the oldest virtual cameras\n"
-               "  zerix grab --camera 1 -n 5 -o m.fits five pictures, m-0001.fits to m-0005.fits");
+    app.footer(
+        "Examples:\n"
+        "  zerix list                                   the cameras on the bus\n"
+        "  zerix --sim grab -o cells.png                a picture from a virtual camera\n"
+        "  zerix grab --set exposure=2s --set binning=2 -o m.fits\n"
+        "                                               a long exposure in large pixels\n"
+        "  zerix grab --camera 1 -n 5 -o m.fits         five pictures, m-0001.fits to m-0005.fits\n"
+        "  zerix get exposure gain-db                   two settings, and what they may be\n"
+        "  zerix --rack family-1 list                   the oldest virtual cameras\n"
+        "\"zerix COMMAND --help\" tells a command's options.");
 
     auto *list = app.add_subcommand("list", "List the cameras on the bus");
     list->callback([&] { ListCameras(common); });
 
     auto *info = app.add_subcommand("info", "Show what a camera is and can do");
     info->callback([&] { ShowInfo(common); });
+
+    AddGetAndSet(app, common, texts);
 
     auto *racks =
         app.add_subcommand("racks", "List the known racks of virtual cameras, and the scenes");
@@ -71,7 +185,13 @@ int Run(int argc, char **argv)
                      "behind the file's name")
         ->check(CLI::Range(1u, 100000u))
         ->type_name("N");
+    AddSettings(*take, grab.settings);
+    AddDuration(*take, "--wait", grab.waitSeconds, kWaitHelp);
     take->callback([&] { Grab(common, grab); });
+
+    AddTrigger(app, common, trigger);
+    AddMonitor(app, common, monitor);
+    AddTrace(app, trace);
 
     auto *look = app.add_subcommand(
         "preview", "Take a picture for a quick look: small, stretched, in colour if there is any");

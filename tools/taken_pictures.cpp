@@ -1,9 +1,13 @@
 // From a frame of the library to a picture.
 #include "tools/taken_pictures.h"
 
+#include <algorithm>
 #include <array>
 
+#include <fmt/format.h>
+
 #include "tools/command_error.h"
+#include "tools/wait_limit.h"
 
 namespace zerix::tool {
 
@@ -11,29 +15,54 @@ TakenPictures::TakenPictures(const Session &session, const OpenCamera &camera)
     : m_camera(camera), m_model(camera.Model()), m_serial(camera.Serial()),
       m_settings(camera.ReadSettings()),
       m_hasRegulatedCooling(camera.Info(zinfRegulatedCooling).value_or(0) == 1),
-      m_buffer(camera.Info(zinfImageSize).value_or(0)),
+      m_buffer(std::max(camera.Info(zinfImageSize).value_or(0),
+                        camera.Info(zinfPostProcessImageSize).value_or(0))),
       m_credit(session.IsSimulated(), camera.Item().uniqueId)
 {
 }
 
-Picture TakenPictures::Take()
+Picture TakenPictures::Take(double waitSeconds)
 {
     Zerix_Frame frame{};
     frame.pBuffer = m_buffer.data();
     frame.bufferSize = static_cast<uint32_t>(m_buffer.size());
+    const double longest = LongestWait(waitSeconds);
+    WaitLimit limit(m_camera.Handle(), longest);
     const uint32_t result =
         m_credit.WhileGranted([&] { return Zerix_GrabFrame(m_camera.Handle(), &frame); });
+    if (limit.Finish() && result != ZERIX_SUCCESS)
+        throw CommandError(NoPictureWithin(longest));
     if (result != ZERIX_SUCCESS)
         Fail("the picture can't be taken", result);
     return PictureOf(frame);
 }
 
+double TakenPictures::LongestWait(double waitSeconds) const
+{
+    const auto &exposures = m_settings.values64;
+    const auto nanoseconds = static_cast<double>(exposures[zprm64Exposure]) +
+                             static_cast<double>(exposures[zprm64ExposureRed]) +
+                             static_cast<double>(exposures[zprm64ExposureBlue]);
+    return waitSeconds > 0 ? waitSeconds : 60 + nanoseconds / 1e9;
+}
+
+std::string NoPictureWithin(double seconds)
+{
+    return fmt::format("no picture came within {:.3g} s: a camera with a hardware trigger waits "
+                       "for its pulse (--set trigger=free takes pictures without one, --wait TIME "
+                       "waits longer); otherwise check the cable.",
+                       seconds);
+}
+
 Picture TakenPictures::PictureOf(const Zerix_Frame &frame) const
 {
     static constexpr std::array kPatterns = {"RGGB", "GRBG", "GBRG", "BGGR"};
+    if (Zerix_is3Color(frame.format) == 1)
+        throw CommandError("pictures of three colours a pixel can't be written: choose a raw, mono "
+                           "or bayer format, and post-processing=off.");
     const auto &values = m_settings.values;
-    const size_t samples = size_t{frame.width} * frame.height;
     Picture picture;
+    const size_t samples = size_t{frame.width} * frame.height;
     picture.pixels = {static_cast<const uint8_t *>(frame.pBuffer), frame.size};
     picture.width = frame.width;
     picture.height = frame.height;

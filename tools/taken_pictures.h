@@ -15,12 +15,18 @@ class TakenPictures {
 public:
     TakenPictures(const Session &session, const OpenCamera &camera);
 
-    // Its pixels are good until the next one. Throws CommandError.
-    Picture Take();
+    // Its pixels are good until the next one. Throws CommandError, also after `waitSeconds`, where
+    // 0 stands for a minute more than the exposure.
+    Picture Take(double waitSeconds = 0);
 
-private:
+    [[nodiscard]] size_t FrameBytes() const { return m_buffer.size(); }
+    // Seconds.
+    [[nodiscard]] double LongestWait(double waitSeconds) const;
+
+    // The same of a frame that was taken otherwise. From any thread.
     [[nodiscard]] Picture PictureOf(const Zerix_Frame &frame) const;
 
+private:
     const OpenCamera &m_camera;
     std::string m_model;
     std::string m_serial;
@@ -29,5 +35,8 @@ private:
     std::vector<uint8_t> m_buffer;
     FrameCredit m_credit;
 };
+
+// The sentence of a wait that was too long.
+std::string NoPictureWithin(double seconds);
 
 } // namespace zerix::tool

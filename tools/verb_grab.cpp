@@ -3,12 +3,11 @@
 
 #include <fmt/format.h>
 
-#include "tools/command_error.h"
+#include "tools/apply_settings.h"
+#include "tools/picture_file.h"
 #include "tools/progress.h"
 #include "tools/taken_pictures.h"
 #include "tools/verbs.h"
-#include "tools/writers/picture.h"
-#include "tools/writers/statistics.h"
 
 namespace zerix::tool {
 
@@ -29,31 +28,16 @@ std::string FileOf(const GrabOptions &grab, uint32_t index)
 
 void Grab(const CommonOptions &options, const GrabOptions &grab)
 {
-    // A file that can't be written is found before anything is exposed.
-    std::string error;
-    if (FormatOfFile(grab.file, &error) == nullptr)
-        throw CommandError(error);
-    const auto folder = std::filesystem::path(grab.file).parent_path();
-    if (!folder.empty() && !std::filesystem::is_directory(folder))
-        throw CommandError(
-            fmt::format("{} can't be written: there is no folder {}.", grab.file, folder.string()));
-
+    CheckPictureFile(grab.file);
     const Session session(options);
     const OpenCamera camera(session.Chosen());
+    ApplySettings(camera, grab.settings);
     TakenPictures pictures(session, camera);
     Progress progress("taking picture", grab.count);
 
     for (uint32_t i = 0; i < grab.count; ++i) {
         progress.Advance(i);
-        const Picture picture = pictures.Take();
-        if (picture.hasMissingData)
-            fmt::print(stderr, "zerix: warning: data of picture {} is missing and is black.\n",
-                       i + 1);
-        const std::string file = FileOf(grab, i);
-        error = WritePicture(file, picture);
-        if (!error.empty())
-            throw CommandError(error);
-        fmt::print("{}: {}\n", file, SummaryOf(picture));
+        FinishPicture(FileOf(grab, i), i + 1, pictures.Take(grab.waitSeconds));
     }
 }
 

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/info_keys.h"
+#include "tools/settings_table.h"
 #include "tools/verbs.h"
 
 namespace zerix::tool {
@@ -28,6 +29,15 @@ std::string JsonName(std::string_view name)
     return result;
 }
 
+std::vector<ShownSetting> SettingsOf(const OpenCamera &camera)
+{
+    const auto states = StatesOf(camera);
+    std::vector<ShownSetting> shown;
+    for (size_t i = 0; i < kParameters.size(); ++i)
+        shown.push_back({&kParameters[i], states[i]});
+    return shown;
+}
+
 void PrintJson(const OpenCamera &camera)
 {
     nlohmann::ordered_json json;
@@ -38,6 +48,7 @@ void PrintJson(const OpenCamera &camera)
         json[JsonName(row.name)] =
             value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();
     }
+    json["parameters"] = JsonOf(SettingsOf(camera));
     fmt::print("{}\n", json.dump(2));
 }
 
@@ -52,6 +63,8 @@ void PrintTable(const OpenCamera &camera)
         const auto value = camera.Info(row.key);
         fmt::print("{:<36}  {}\n", row.name, value ? Readable(row, *value) : "-");
     }
+    fmt::print("\n");
+    PrintSettings(SettingsOf(camera));
 }
 
 } // namespace

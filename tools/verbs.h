@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "tools/session.h"
 
@@ -12,14 +13,46 @@ void ListCameras(const CommonOptions &options);
 
 void ShowInfo(const CommonOptions &options);
 
+// All settings of the camera, or the named ones.
+void GetSettings(const CommonOptions &options, const std::vector<std::string> &names);
+
+// Sends KEY=VALUE… and shows what the camera made of them.
+void SetSettings(const CommonOptions &options, const std::vector<std::string> &assignments);
+
 // The known racks of the virtual bus and its scenes; needs no bus.
 void ListRacks(const CommonOptions &options);
 
 struct GrabOptions {
     std::string file;
     uint32_t count = 1;
+    std::vector<std::string> settings; // KEY=VALUE
+    double waitSeconds = 0;            // for each picture; 0: a minute more than its exposure
 };
 void Grab(const CommonOptions &options, const GrabOptions &grab);
+
+struct TriggerOptions {
+    std::string file; // empty: the picture is only described
+    std::vector<std::string> settings;
+    double waitSeconds = 0;
+};
+void Trigger(const CommonOptions &options, const TriggerOptions &trigger);
+
+struct MonitorOptions {
+    uint64_t count = 0; // lines; 0: no limit
+    double seconds = 0; // 0: no limit
+    double everySeconds = 1;
+    std::vector<std::string> settings;
+};
+void Monitor(const CommonOptions &options, const MonitorOptions &monitor);
+
+struct TraceOptions {
+    std::string action;             // "on", "off", "show", "follow"
+    std::vector<std::string> kinds; // what "on" traces besides the calls
+    std::string file;               // empty: the configured one
+    uint32_t lines = 0;             // of "show": the last ones; 0: all
+    double seconds = 0;             // of "follow"; 0: no limit
+};
+void Trace(const TraceOptions &trace);
 
 struct PreviewOptions {
     std::string file;

@@ -159,7 +159,7 @@ TEST_F(Tool, InfoAsJsonHasEveryKey)
         ASSERT_TRUE(json.contains(name)) << name;
         EXPECT_TRUE(json[name].is_number()) << name;
     }
-    EXPECT_EQ(json.size(), 42U) << "40 keys, model and serial";
+    EXPECT_EQ(json.size(), 43U) << "40 keys, model and serial, parameters";
     EXPECT_EQ(json["camera_type"], 9);
     EXPECT_EQ(json["intensifier_model"], 1);
     EXPECT_EQ(json["filter_wheel"], 1);
