@@ -1,0 +1,107 @@
+// The completion for bash, held complete against what the tool itself says.
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/tool_fixture.h"
+
+namespace {
+
+using Words = std::set<std::string>;
+
+class ToolCompletion : public zerix::test::ToolTest {
+protected:
+    // What bash offers behind `line`, whose last word is the one to complete.
+    Words Offered(const std::string &line)
+    {
+        const std::string command = "cd '" + m_folder.Path() +
+                                    "' && bash -c 'source \"" ZERIX_SOURCE_FOLDER
+                                    "/tools/completion/zerix.bash\"; "
+                                    "COMP_WORDS=(" +
+                                    line +
+                                    "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); "
+                                    "_zerix; printf \"%s\\n\" \"${COMPREPLY[@]}\"' >words.txt 2>&1";
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        Words words;
+        std::istringstream lines(zerix::test::Contents(Path("words.txt")));
+        for (std::string word; std::getline(lines, word);)
+            words.insert(word);
+        return words;
+    }
+
+    // The options of a help text, or the verbs: what begins its lines.
+    static Words Found(const std::string &text, const std::string &pattern)
+    {
+        Words words;
+        const std::regex expression(pattern);
+        for (std::sregex_iterator found(text.begin(), text.end(), expression), end; found != end;
+             ++found)
+            words.insert((*found)[1]);
+        return words;
+    }
+
+    Words VerbsOf(const std::string &verb)
+    {
+        const std::string help = Run(verb + " --help").out;
+        const size_t begin = help.find("Subcommands:");
+        EXPECT_NE(begin, std::string::npos) << verb;
+        return Found(help.substr(begin, help.find("\n\n", begin) - begin), R"(\n  (\w+) )");
+    }
+
+    Words OptionsOf(const std::string &verb)
+    {
+        return Found(Run(verb + " --help").out, R"((?:\n  |,)(--?[\w-]+))");
+    }
+};
+
+TEST_F(ToolCompletion, OffersEveryVerb)
+{
+    const Words verbs = VerbsOf("");
+    EXPECT_GE(verbs.size(), 11U);
+    EXPECT_EQ(Offered("zerix \"\""), verbs);
+    EXPECT_EQ(Offered("zerix --sim \"\""), verbs);
+    EXPECT_EQ(Offered("zerix --rack family-1 \"\""), verbs);
+    EXPECT_EQ(Offered("zerix trace \"\""), VerbsOf("trace"));
+    EXPECT_EQ(Offered("zerix mo"), Words{"monitor"});
+}
+
+TEST_F(ToolCompletion, OffersEveryOptionOfEveryVerb)
+{
+    const Words common = OptionsOf("");
+    EXPECT_TRUE(common.contains("--rack"));
+    EXPECT_EQ(Offered("zerix -"), common);
+    Words everywhere = common;
+    everywhere.erase("--version");
+    Words verbs = VerbsOf("");
+    verbs.erase("trace");
+    for (const auto &action : VerbsOf("trace"))
+        verbs.insert("trace " + action);
+    for (const auto &verb : verbs) {
+        Words expected = OptionsOf(verb);
+        expected.insert(everywhere.begin(), everywhere.end());
+        EXPECT_EQ(Offered("zerix " + verb + " -"), expected) << verb;
+    }
+}
+
+TEST_F(ToolCompletion, OffersEverySetting)
+{
+    const auto info = nlohmann::json::parse(Run("--sim info --json").out);
+    Words names = {"roi", "binning"};
+    for (const auto &entry : info["parameters"])
+        names.insert(entry["name"]);
+    EXPECT_EQ(Offered("zerix get \"\""), names);
+    Words assignments;
+    for (const auto &name : names)
+        assignments.insert(name + "=");
+    EXPECT_EQ(Offered("zerix set \"\""), assignments);
+    EXPECT_EQ(Offered("zerix grab --set \"\""), assignments);
+    EXPECT_EQ(Offered("zerix set ro"),
+              (Words{"roi=", "roi-x=", "roi-y=", "roi-width=", "roi-height="}));
+    EXPECT_EQ(Offered("zerix trace on \"\""),
+              (Words{"settings", "info", "frames", "tables", "nested", "all"}));
+}
+
+} // namespace
