@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "camera/models/astrel_intensified.h"
+#include "platform/os.h"
 #include "tests/camera/model_camera.h"
 #include "tests/virtual_bus/virtual_bus_fixture.h"
 
@@ -143,6 +144,17 @@ TEST_F(AstrelIntensifiedOnTheBus, ComesUpWithTheLeastGain)
     EXPECT_EQ(camera.GetNormalizedIntensifierGaindB(), 33'509'263u);
     EXPECT_EQ(camera.SetNormalizedIntensifierGain(100'000'000), 0);
     EXPECT_EQ(TakeWrites(), (std::vector<RegisterWrite>{ControlWrite(0x48, 0x19C0)}));
+}
+
+TEST_F(AstrelIntensifiedOnTheBus, PrintsWhyAGainFailed)
+{
+    constexpr uint32_t kSystemError = 31;
+    ZX::TolvaneFWCamera &camera = OpenOne(Describe(kIntensified, 6));
+    tap.FailRequest(kernel::kControlAsyncWrite, kSystemError);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(camera.SetNormalizedIntensifierGain(100'000'000), 9);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), os::ErrorText(kSystemError));
+    EXPECT_EQ(TakeWrites(), std::vector<RegisterWrite>{});
 }
 
 } // namespace

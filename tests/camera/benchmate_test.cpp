@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "camera/models/benchmate.h"
+#include "platform/os.h"
 #include "tests/camera/model_camera.h"
 #include "tests/virtual_bus/virtual_bus_fixture.h"
 
@@ -315,6 +316,97 @@ TEST_F(BenchmateOnTheBus, GoesLiveAndBack)
     EXPECT_FALSE(camera.IsInterlaced());
     EXPECT_EQ(camera.SetLVWMode(false), 0);
     EXPECT_EQ(camera.GetROIWidth(), camera.GetCCDWidth());
+}
+
+// Words of the control block, on a bus that loses one write.
+class BenchmateOnALossyBus : public VirtualBusTest {
+protected:
+    static constexpr uint32_t kSystemError = 31;
+    static constexpr uint32_t kRegionWrites = 4;
+
+    // A sensor of 2048 x 1536, whose live region is 2048 x 256; a region of 96 x 80 at (10, 20).
+    ZX::TolvaneFWCamera &OpenWithARegion()
+    {
+        ZX::TolvaneFWCamera &camera = OpenOne(Describe(kBenchmate, 10));
+        EXPECT_EQ(camera.SetROI(10, 20, 96, 80), 0);
+        TakeWrites();
+        return camera;
+    }
+
+    // What happens while the write behind the first and `region` more is lost.
+    template <typename Action>
+    uint16_t Lose(uint32_t region, Action action)
+    {
+        tap.FailRequest(kernel::kControlAsyncWrite, kSystemError, 1 + region);
+        testing::internal::CaptureStdout();
+        const uint16_t status = action();
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), os::ErrorText(kSystemError));
+        tap.Reset();
+        return status;
+    }
+};
+
+// Each region write counts for itself, and what follows is still written.
+TEST_F(BenchmateOnALossyBus, BinsWhateverBecomesOfTheRegion)
+{
+    const std::vector<RegisterWrite> region = {
+        ControlWrite(0x0C, Pair(2048, 80)), ControlWrite(0x10, Pair(0, 20)),
+        ControlWrite(0x0C, Pair(2048, 768)), ControlWrite(0x10, 0)};
+    for (uint32_t lost = 0; lost < kRegionWrites; ++lost) {
+        SCOPED_TRACE(lost);
+        ZX::TolvaneFWCamera &camera = OpenWithARegion();
+        EXPECT_EQ(Lose(lost, [&] { return camera.SetSymmetricalBinning(2); }), 0);
+        std::vector<RegisterWrite> expected = region;
+        expected.erase(expected.begin() + lost);
+        expected.insert(expected.begin(), ControlWrite(0x08, 0x10101));
+        EXPECT_EQ(TakeWrites(), expected);
+        FreeCameras();
+    }
+}
+
+TEST_F(BenchmateOnALossyBus, EndsGoingLiveWithTheFirstFailure)
+{
+    const std::vector<RegisterWrite> writes = {
+        ControlWrite(0x08, kLive), ControlWrite(0x0C, Pair(96, 256)),
+        ControlWrite(0x10, Pair(0, 20)), ControlWrite(0x0C, Pair(2048, 256))};
+    for (uint32_t lost = 0; lost < kRegionWrites; ++lost) {
+        SCOPED_TRACE(lost);
+        ZX::TolvaneFWCamera &camera = OpenWithARegion();
+        EXPECT_EQ(Lose(lost, [&] { return camera.SetLVWMode(true); }), kBusError);
+        EXPECT_EQ(TakeWrites(),
+                  std::vector<RegisterWrite>(writes.begin(), writes.begin() + 1 + lost));
+        FreeCameras();
+    }
+}
+
+TEST_F(BenchmateOnALossyBus, EndsLeavingLiveModeWithTheFirstFailure)
+{
+    const std::vector<RegisterWrite> writes = {
+        ControlWrite(0x08, 0), ControlWrite(0x0C, Pair(2048, 80)), ControlWrite(0x10, Pair(0, 20)),
+        ControlWrite(0x0C, Pair(2048, 1536))};
+    for (uint32_t lost = 0; lost < kRegionWrites; ++lost) {
+        SCOPED_TRACE(lost);
+        ZX::TolvaneFWCamera &camera = OpenWithARegion();
+        ASSERT_EQ(camera.SetLVWMode(true), 0);
+        ASSERT_EQ(camera.SetROI(10, 20, 96, 80), 0);
+        TakeWrites();
+        EXPECT_EQ(Lose(lost, [&] { return camera.SetLVWMode(false); }), kBusError);
+        EXPECT_EQ(TakeWrites(),
+                  std::vector<RegisterWrite>(writes.begin(), writes.begin() + 1 + lost));
+        FreeCameras();
+    }
+}
+
+TEST_F(BenchmateOnALossyBus, PrintsWhyTheBinningOrTheLiveModeFailed)
+{
+    ZX::TolvaneFWCamera &camera = OpenWithARegion();
+    for (const bool isLive : {false, true}) {
+        tap.FailRequest(kernel::kControlAsyncWrite, kSystemError);
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(isLive ? camera.SetLVWMode(true) : camera.SetSymmetricalBinning(2), kBusError);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), os::ErrorText(kSystemError));
+        EXPECT_EQ(TakeWrites(), std::vector<RegisterWrite>{});
+    }
 }
 
 } // namespace

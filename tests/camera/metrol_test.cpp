@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "camera/models/metrol.h"
+#include "platform/os.h"
 #include "tests/camera/model_camera.h"
 #include "tests/virtual_bus/virtual_bus_fixture.h"
 
@@ -202,6 +203,24 @@ TEST_F(MetrolOnTheBus, ComesUpUnbinned)
     EXPECT_EQ(camera.GetVerticalBinningMode(), 1);
     EXPECT_EQ(camera.SetVerticalBinning(64), 0);
     EXPECT_EQ(TakeWrites(), (std::vector<RegisterWrite>{ControlWrite(0x08, 0x00003F00)}));
+}
+
+TEST_F(MetrolOnTheBus, PrintsWhyAWriteFailed)
+{
+    constexpr uint32_t kSystemError = 31;
+    sim::CameraDescription description = Describe(kMetrol, 6);
+    description.control = {1, 2}; // has the shutter delay
+    auto &camera = dynamic_cast<ZX::Metrol &>(OpenOne(description));
+    const std::function<uint16_t()> setters[] = {[&] { return camera.SetHorizontalBinning(2); },
+                                                 [&] { return camera.SetVerticalBinning(3); },
+                                                 [&] { return camera.SetMetrolShutterDelay(7); }};
+    for (const auto &set : setters) {
+        tap.FailRequest(kernel::kControlAsyncWrite, kSystemError);
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(set(), 9);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), os::ErrorText(kSystemError));
+        EXPECT_EQ(TakeWrites(), std::vector<RegisterWrite>{});
+    }
 }
 
 } // namespace

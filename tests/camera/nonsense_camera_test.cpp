@@ -314,6 +314,72 @@ TEST_F(NonsenseCamera, IsListedOrRefusedWhateverItsRegistersSay)
     EXPECT_GT(answers[3], 0u);
 }
 
+// A directory of odd addresses, and blocks that are not what their place should hold. A camera is
+// listed where all that is read of it is there, and refused as one that can't be read otherwise.
+class NonsenseDirectory : public NonsenseCamera {
+protected:
+    static uint32_t OddAddress(Dice &dice)
+    {
+        static const uint32_t kBases[] = {0xD0000000, 0xE3000000, 0xE1000000,
+                                          0xE2000000, 0xE4000000, 0xE5000000};
+        switch (dice.Below(6)) {
+        case 0:
+            return dice.OneOf(std::array<uint32_t, 6>{0, 1, 4, 0xFFFFFFFC, 0xFFFFFFFF, 0xFFFFFF00});
+        case 1:
+            return dice.OneOf(kBases) + dice.Below(4);
+        case 2:
+            return dice.OneOf(kBases) + 4 * dice.Below(20);
+        case 3:
+            return dice.Word();
+        default:
+            return dice.OneOf(kBases); // another's block, or two on one
+        }
+    }
+
+    void MakeRandomDirectory(Dice &dice)
+    {
+        MakeRandom(dice);
+        static const uint32_t kVersions[] = {0,          0x00010001, 0x00010002, 0x00020001,
+                                             0x00020004, 0x0002000B, 0x00030000, 0xFFFFFFFF};
+        const uint32_t length = dice.Below(3) == 0 ? dice.Below(12) : 11;
+        Make(Block::kConfiguration, kConfiguration11);
+        std::vector<uint32_t> &words = bus.Words(Block::kConfiguration);
+        if (dice.Below(2) == 0)
+            words[0] = dice.OneOf(kVersions);
+        for (size_t entry = 2; entry < words.size(); entry += 2)
+            if (dice.Below(3) == 0)
+                words[entry] = OddAddress(dice);
+        words.resize(length);
+    }
+};
+
+TEST_F(NonsenseDirectory, IsListedOrRefusedWhereverItPoints)
+{
+    constexpr uint32_t kDirectories = 5'000;
+    std::array<uint32_t, 16> answers{};
+    for (uint32_t seed = 0; seed < kDirectories && !HasFailure(); ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        Dice dice(seed);
+        MakeRandomDirectory(dice);
+        const uint16_t status = List();
+        ASSERT_LT(status, answers.size());
+        ++answers[status];
+        ASSERT_EQ(cameras.size(), status == 0 ? 1u : 0u);
+        if (status == 0) {
+            ASSERT_EQ(Camera().OpenCamera(), 0);
+            ReadEverything(Camera());
+        }
+        ASSERT_EQ(ZX::ZCamera::FreeCameraList(cameras), 0);
+        ASSERT_EQ(bus.OpenHandles(), 0u);
+        bus.TakeReads();
+        bus.TakeWrites();
+        tap.Reset();
+    }
+    EXPECT_EQ(answers[0] + answers[2] + answers[3] + answers[9], kDirectories);
+    EXPECT_GT(answers[0], 0u);
+    EXPECT_GT(answers[9], kDirectories / 10);
+}
+
 // Single kinds of nonsense ------------------------------------------------------------------------
 
 constexpr uint32_t kGains = 0x0000FFF0; // 0 to 4095

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/camera/register_camera.h"
+#include "tests/virtual_bus/virtual_bus_fixture.h"
 
 namespace zerix::test {
 namespace {
@@ -207,6 +208,24 @@ TEST(PacketSizeOfACamera, ABusThatRefusesGives7)
     RegisterCamera camera(Version(2, 2), Version(2, 2), Wire::kBroken);
     EXPECT_EQ(camera.ReallocateBandwidth(4096), 7);
     EXPECT_EQ(camera.GetCurrentFireWirePacketSize(), 4096);
+}
+
+class TagOfTheStream : public VirtualBusTest {};
+
+// The bus strips packets of other tags, so that a wrong one gives no pictures on real hardware.
+TEST_F(TagOfTheStream, IsTheModelsOwnWhenBandwidthIsBookedAnew)
+{
+    const std::pair<uint32_t, uint32_t> tags[] = {
+        {5, 1},  {6, 1},  {7, 1},  {8, 1},  {9, 1},  {10, 1},   {12, 1},  {13, 1}, {14, 1},
+        {15, 1}, {16, 1}, {18, 1}, {19, 1}, {25, 0}, {26, 0},   {27, 0},  {28, 0}, {29, 1},
+        {30, 1}, {31, 0}, {32, 0}, {33, 0}, {11, 1}, {1001, 1}, {1002, 0}};
+    for (const auto &[model, tag] : tags) {
+        ZX::TolvaneFWCamera &camera = OpenOne(Describe(model, 6));
+        tap.TakeTags();
+        ASSERT_EQ(camera.ReallocateBandwidth(2000), 0) << model;
+        EXPECT_EQ(tap.TakeTags(), std::vector<uint32_t>{tag}) << model;
+        FreeCameras();
+    }
 }
 
 } // namespace

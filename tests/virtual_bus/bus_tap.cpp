@@ -121,6 +121,7 @@ public:
     std::map<uint32_t, uint32_t> m_overrides;
     std::map<uint32_t, uint32_t> m_counts;
     std::vector<BusTap::Read> m_reads;
+    std::vector<uint32_t> m_tags;
 
 private:
     static const kernel::AsyncRequest *AccessOf(uint32_t code, const void *in, uint32_t inSize)
@@ -138,6 +139,8 @@ private:
     {
         const std::lock_guard lock(m_mutex);
         ++m_counts[code];
+        if (code == kernel::kControlAllocateResources && inSize >= sizeof(kernel::ResourcesRequest))
+            m_tags.push_back(static_cast<const kernel::ResourcesRequest *>(in)->tag);
         const kernel::AsyncRequest *const access = AccessOf(code, in, inSize);
         if (access != nullptr && code == kernel::kControlAsyncRead) {
             m_reads.push_back({access->offsetLow, access->lengthBytes / 4});
@@ -259,6 +262,12 @@ std::vector<BusTap::Read> BusTap::TakeReads()
     return std::exchange(TapDriver::Get().m_reads, {});
 }
 
+std::vector<uint32_t> BusTap::TakeTags()
+{
+    const std::lock_guard lock(TapDriver::Get().m_mutex);
+    return std::exchange(TapDriver::Get().m_tags, {});
+}
+
 void BusTap::WatchPassages(void (*watch)(bool isGoingIn)) { TapDriver::Get().m_watch = watch; }
 
 void BusTap::Reset()
@@ -273,6 +282,7 @@ void BusTap::Reset()
     driver.m_overrides.clear();
     driver.m_counts.clear();
     driver.m_reads.clear();
+    driver.m_tags.clear();
 }
 
 void BusTap::Replace(kernel::KernelDriver *bus) { TapDriver::Get().Replace(bus); }

@@ -35,6 +35,8 @@ public:
         bool operator==(const Read &) const = default;
     };
     std::vector<Read> TakeReads();
+    // Tags of the streams that resources were asked for, since Reset or the last call.
+    std::vector<uint32_t> TakeTags();
     // Called by every thread as its request or wait passes to the bus and as it comes back; null
     // for none.
     void WatchPassages(void (*watch)(bool isGoingIn));
