@@ -17,6 +17,11 @@ PARTNERS = {
     'BayerLinearRgb48': ['CopyOfRgb48'],
     'BayerCubicRgb24': ['CopyOfRgb24'],
     'BayerCubicRgb48': ['CopyOfRgb48'],
+    'RecordTiff': ['DdToTheDisk'],
+    'RecordOmeTiff': ['DdToTheDisk'],
+    'RecordFits': ['DdToTheDisk'],
+    'RecordSer': ['DdToTheDisk'],
+    'RecordRaw': ['DdToTheDisk'],
 }
 
 # How many times the copy's time a colour image may take.
@@ -33,7 +38,7 @@ TIMES_THE_COPY = {'Gains8': 3.1, 'Gains16': 2.0, 'Pack3To8': 1.05}
 def asked(name):
     if name.partition('/')[0] in BAYER_TIMES:
         return 1 / BAYER_TIMES[name.partition('/')[0]]
-    if name.startswith('Assemble/format:0'):
+    if name.startswith(('Assemble/format:0', 'Record')):
         return 0.8
     if name.startswith('Assemble'):
         return 0.9

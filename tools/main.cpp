@@ -53,6 +53,31 @@ void AddSettings(CLI::App &verb, std::vector<std::string> &settings)
         ->allow_extra_args(false);
 }
 
+void AddRecord(CLI::App &app, const CommonOptions &common, RecordOptions &record)
+{
+    auto *verb = app.add_subcommand("record", "Record the camera's stream into one file");
+    verb->add_option("-o,--output", record.file,
+                     "The file; its ending chooses the format: .tif .tiff (pages), .ome.tif "
+                     ".ome.tiff, .fits .fit (a cube), .ser, .raw (raw samples with a FILE.json "
+                     "beside them)")
+        ->required()
+        ->type_name("FILE");
+    verb->add_option("-n,--count", record.count,
+                     "How many frames; without this and --for, until Ctrl-C")
+        ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}))
+        ->type_name("N");
+    AddDuration(*verb, "--for", record.seconds,
+                "How long: 10s, 500ms, 5min, 1h; by the frames' own times on the virtual "
+                "bus's fast clock");
+    verb->add_option("--buffer", record.bufferMegabytes,
+                     "Most memory for frames that wait for the disk, but for at least four frames; "
+                     "one frame more while FITS is written (default: 256)")
+        ->check(CLI::Range(1u, 65536u))
+        ->type_name("MB");
+    AddSettings(*verb, record.settings);
+    verb->callback([&] { Record(common, record); });
+}
+
 void AddGetAndSet(CLI::App &app, const CommonOptions &common, std::vector<std::string> &texts)
 {
     auto *get = app.add_subcommand(
@@ -138,6 +163,7 @@ int Run(int argc, char **argv)
     CommonOptions common;
     GrabOptions grab;
     PreviewOptions preview;
+    RecordOptions record;
     TriggerOptions trigger;
     MonitorOptions monitor;
     TraceOptions trace;
@@ -190,6 +216,7 @@ int Run(int argc, char **argv)
     take->callback([&] { Grab(common, grab); });
 
     AddTrigger(app, common, trigger);
+    AddRecord(app, common, record);
     AddMonitor(app, common, monitor);
     AddTrace(app, trace);
 

@@ -54,6 +54,15 @@ struct TraceOptions {
 };
 void Trace(const TraceOptions &trace);
 
+struct RecordOptions {
+    std::string file;
+    uint64_t count = 0; // 0: no limit
+    double seconds = 0; // 0: no limit
+    uint32_t bufferMegabytes = 256;
+    std::vector<std::string> settings; // KEY=VALUE
+};
+void Record(const CommonOptions &options, const RecordOptions &record);
+
 struct PreviewOptions {
     std::string file;
     uint32_t longestSide = 400; // pixels

@@ -1,0 +1,169 @@
+// zerix record: the camera's stream into one file.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <new>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "platform/os.h"
+#include "tools/apply_settings.h"
+#include "tools/command_error.h"
+#include "tools/interrupts.h"
+#include "tools/record_stream.h"
+#include "tools/verbs.h"
+
+namespace zerix::tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+constexpr size_t kFewestBuffers = 4;
+constexpr size_t kMostInFlight = 8;
+
+// What can't be written is found before anything is exposed.
+void CheckFile(const std::string &file)
+{
+    std::string error;
+    if (SequenceFormatOfFile(file, &error) == nullptr)
+        throw CommandError(error);
+    const auto folder = std::filesystem::path(file).parent_path();
+    if (!folder.empty() && !std::filesystem::is_directory(folder))
+        throw CommandError(
+            fmt::format("{} can't be written: there is no folder {}.", file, folder.string()));
+}
+
+std::unique_ptr<SequenceWriter> Open(const std::string &file)
+{
+    std::string error;
+    auto writer = OpenSequence(file, &error);
+    if (writer == nullptr)
+        throw CommandError(error);
+    return writer;
+}
+
+// The line of progress, where the standard error is a terminal.
+class ProgressLine {
+public:
+    ~ProgressLine()
+    {
+        if (m_isTerminal)
+            fmt::print(stderr, "\r\x1b[K");
+    }
+    void Show(const std::string &text) const
+    {
+        if (!m_isTerminal)
+            return;
+        fmt::print(stderr, "\r\x1b[K{}", text);
+        std::fflush(stderr);
+    }
+
+private:
+    bool m_isTerminal = os::StandardErrorIsTerminal();
+};
+
+struct Result {
+    RecordingCounts counts;
+    Recording::Outcome outcome;
+    uint32_t error = 0;
+    double seconds = 0; // that it took
+    bool wasInterrupted = false;
+};
+
+Result Run(RecordStream &stream, Recording &recording, const RecordingTarget &target)
+{
+    const Interrupts interrupts;
+    const ProgressLine line;
+    const auto begin = Clock::now();
+    const auto elapsed = [&] {
+        return std::chrono::duration<double>(Clock::now() - begin).count();
+    };
+    do
+        line.Show(RecordingProgress(stream.Counts(), target, elapsed(), stream.RecordedSeconds()));
+    while (!stream.WaitForEnd(100ms) && !Interrupts::Came());
+    Result result;
+    result.wasInterrupted = Interrupts::Came();
+    result.seconds = elapsed();
+    stream.Stop();
+    result.error = stream.Error();
+    result.counts = stream.Counts();
+    line.Show(fmt::format("writing the last of {}", FramesText(result.counts.recorded)));
+    result.outcome = recording.Finish();
+    return result;
+}
+
+void CheckResult(const std::string &file, const Result &result)
+{
+    const std::string safe = FramesText(result.outcome.frames);
+    if (!result.outcome.writeError.empty())
+        throw CommandError(fmt::format(
+            "{} can't be written any further: {}; {} in it.", file, result.outcome.writeError,
+            result.outcome.frames == 1 ? "1 frame is safe" : safe + " are safe"));
+    if (result.error != ZERIX_SUCCESS)
+        Fail(fmt::format("recording ended with {} in {}", safe, file), result.error);
+    if (!result.outcome.endError.empty())
+        throw CommandError(fmt::format("the end of {} can't be written: {}; {} safe in it, but not "
+                                       "what the end tells of them.",
+                                       file, result.outcome.endError,
+                                       result.outcome.frames == 1 ? "1 frame is" : safe + " are"));
+}
+
+void PrintJson(const std::string &file, const Result &result)
+{
+    nlohmann::ordered_json json;
+    json["file"] = file;
+    json["frames"] = result.outcome.frames;
+    json["lost_on_bus"] = result.counts.lostOnBus;
+    json["dropped_slow_disk"] = result.counts.droppedSlowDisk;
+    json["with_missing_data"] = result.counts.withMissingData;
+    json["seconds"] = result.seconds;
+    json["interrupted"] = result.wasInterrupted;
+    fmt::print("{}\n", json.dump(2));
+}
+
+void PrintText(const std::string &file, const Result &result)
+{
+    if (result.wasInterrupted)
+        fmt::print(stderr, "zerix: stopped on request.\n");
+    if (result.outcome.frames == 0) {
+        fmt::print("no frame came, and there is no {}.\n", file);
+        return;
+    }
+    const double rate =
+        static_cast<double>(result.counts.recorded) / std::max(result.seconds, 1e-6);
+    fmt::print("{}: {}, {:.1f} frames/s; {}\n", file, FramesText(result.outcome.frames), rate,
+               LossesText(result.counts));
+}
+
+} // namespace
+
+void Record(const CommonOptions &options, const RecordOptions &record)
+try {
+    CheckFile(record.file);
+    const Session session(options);
+    const OpenCamera camera(session.Chosen());
+    ApplySettings(camera, record.settings);
+    const TakenPictures pictures(session, camera);
+    const FrameCredit credit(session.IsSimulated(), camera.Item().uniqueId);
+    const uint32_t frameSize = std::max(1u, camera.Info(zinfImageSize).value_or(0));
+    const size_t buffers =
+        std::max(kFewestBuffers, (size_t{record.bufferMegabytes} << 20) / frameSize);
+    const RecordingTarget target{record.count, record.seconds};
+
+    Recording recording(Open(record.file), buffers, frameSize);
+    RecordStream stream(camera, pictures, credit, recording, target);
+    stream.Start(std::min(kMostInFlight, buffers / 2), frameSize);
+    const Result result = Run(stream, recording, target);
+    CheckResult(record.file, result);
+    options.json ? PrintJson(record.file, result) : PrintText(record.file, result);
+} catch (const std::bad_alloc &) {
+    throw CommandError(fmt::format("there is no memory for {} MB of frames: choose a smaller "
+                                   "--buffer.",
+                                   record.bufferMegabytes));
+}
+
+} // namespace zerix::tool
