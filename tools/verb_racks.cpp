@@ -60,6 +60,8 @@ std::string ModelOf(const ZerixSimRackCamera &camera)
     return camera.modelName[0] != '\0' ? camera.modelName : fmt::format("model {}", camera.model);
 }
 
+const char *ClockOf(const ZerixSimRack &rack) { return rack.isFastClock != 0 ? "fast" : "real"; }
+
 nlohmann::ordered_json JsonOf(const ZerixSimRackCamera &camera)
 {
     return {{"model", camera.modelName}, {"model_number", camera.model},
@@ -80,7 +82,7 @@ void PrintJson(const std::vector<RackRow> &rows, const std::vector<ZerixSimScene
                                  {"meaning", row.rack.meaning},
                                  {"built_in", row.rack.isBuiltIn != 0},
                                  {"speed", row.rack.speed},
-                                 {"clock", row.rack.isFastClock != 0 ? "fast" : "real"},
+                                 {"clock", ClockOf(row.rack)},
                                  {"cameras", cameras}});
     }
     for (const auto &scene : scenes)
@@ -92,6 +94,8 @@ void PrintTable(const std::vector<RackRow> &rows, const std::vector<ZerixSimScen
 {
     for (const RackRow &row : rows) {
         fmt::print("{}: {}\n", row.rack.name, row.rack.meaning);
+        if (!row.cameras.empty()) // a file that can't be read has neither
+            fmt::print("    {} Mb/s, {} clock\n", row.rack.speed, ClockOf(row.rack));
         for (const auto &camera : row.cameras)
             fmt::print("    {:<18}  {:<25}  {:>11}  {}\n", ModelOf(camera), camera.sensor,
                        fmt::format("{} x {}", camera.width, camera.height), camera.scene);
