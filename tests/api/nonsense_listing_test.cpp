@@ -138,5 +138,76 @@ TEST_F(NonsenseListing, WithADirectoryThatPointsNowhereIsRefused)
     }
 }
 
+// A fixed sequence for each seed.
+class Words {
+public:
+    explicit Words(uint32_t seed) : m_state(seed * 2654435761u + 1) {}
+    // What registers tend to hold when they hold nothing sensible.
+    uint32_t Next()
+    {
+        m_state = m_state * 6364136223846793005u + 1442695040888963407u;
+        const auto word = static_cast<uint32_t>(m_state >> 32);
+        switch (word % 5) {
+        case 0:
+            return 0;
+        case 1:
+            return 0xFFFFFFFF;
+        case 2:
+            return word & 0xFFFF;
+        default:
+            return word;
+        }
+    }
+
+private:
+    uint64_t m_state;
+};
+
+// Listed and then read, sent its own defaults and closed; or refused with the one code that there
+// is for it, and no row.
+TEST_F(NonsenseListing, OfAnyWordsIsListedOrRefused)
+{
+    constexpr uint32_t kCameras = 300;
+    uint32_t refused = 0;
+    Load();
+    for (uint32_t seed = 0; seed < kCameras && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        Words random(seed);
+        const bool hasOddDirectory = seed % 4 == 0;
+        bus.Make(Block::kConfiguration, 0x00010001, 11);
+        if (hasOddDirectory)
+            bus.Words(Block::kConfiguration)[2 + seed % 9] = random.Next();
+        for (uint32_t &word : bus.Words(Block::kInformation))
+            word = random.Next();
+        bus.Words(Block::kInformation)[0] = 0x0002000B;
+        bus.Words(Block::kInformation)[0x10 / 4] &= 0x007F007F; // buffers are made for it
+        SayModel((seed % 40) << 16);
+        uint32_t count = 1;
+        const uint32_t error = Zerix_ListCameras(&row, &count);
+        Take();
+        ASSERT_TRUE(error == 0 || error == kDriverFault) << error;
+        ASSERT_EQ(count, error == 0 ? 1u : 0u);
+        if (error != 0) {
+            ++refused;
+            continue;
+        }
+        ZerixHandle handle = nullptr;
+        ASSERT_EQ(Zerix_OpenCamera(0, &handle), 0u);
+        for (uint32_t key = 0; key < 27; ++key) {
+            uint32_t value = 0;
+            Zerix_GetInfo(handle, key, &value);
+        }
+        Zerix_Settings settings = {};
+        Zerix_CreateCameraSettingsStruct(&settings);
+        EXPECT_EQ(Zerix_ReadDefaultSettings(handle, &settings), 0u);
+        Zerix_SendSettingsToCam(handle, &settings); // some have no legal region, say
+        Zerix_ReleaseCameraSettingsStruct(&settings);
+        EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
+        Take();
+    }
+    EXPECT_GT(refused, 0u);
+    EXPECT_LT(refused, kCameras / 2);
+}
+
 } // namespace
 } // namespace zerix::api

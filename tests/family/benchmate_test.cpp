@@ -76,6 +76,22 @@ protected:
         ExpectPicture(view, facts);
     }
 
+    // The whole view, and a region of it.
+    void ExpectAtEveryReadout(const View &view, uint32_t binning, bool isLive)
+    {
+        const FrameFacts facts = Facts(view, binning, isLive);
+        ASSERT_EQ(Camera().SetBitDepth(facts.bitDepth), 0u);
+        for (const float megahertz : {2.5f, 5.0f, 10.0f, 20.0f}) {
+            if (GetParam().place != kOfItsOwn && !FitsSlowBus(view.isInBytes, 1, megahertz))
+                continue; // refused, as the tests of the bus's speed show
+            SCOPED_TRACE(testing::Message() << megahertz << " MHz, bytes: " << view.isInBytes);
+            ASSERT_EQ(Camera().SetReadoutFrequency(megahertz), 0u);
+            ASSERT_EQ(Camera().SetROI(0, 0, view.width, view.height), 0u);
+            ExpectPicture(view, facts);
+            ExpectRegion(view, 102, 36, 240, 120, facts);
+        }
+    }
+
     const Sensor sensor = SensorOf(GetParam().sensor);
 };
 
@@ -83,16 +99,8 @@ protected:
 TEST_P(Benchmates, AreInterlaced)
 {
     EXPECT_TRUE(Camera().IsInterlaced());
-    for (const float megahertz : {2.5f, 5.0f, 10.0f, 20.0f}) {
-        ASSERT_EQ(Camera().SetReadoutFrequency(megahertz), 0u);
-        for (const bool isInBytes : {true, false}) {
-            if (GetParam().place != kOfItsOwn && !FitsSlowBus(isInBytes, 1, megahertz))
-                continue;
-            ASSERT_EQ(Camera().SetBitDepth(isInBytes ? 8 : 12), 0u);
-            const View view = BinnedView(1, isInBytes);
-            ExpectPicture(view, Facts(view, 1, false));
-        }
-    }
+    for (const bool isInBytes : {true, false})
+        ExpectAtEveryReadout(BinnedView(1, isInBytes), 1, false);
 }
 
 TEST_P(Benchmates, LeaveRowsOutWhereTheyBin)
@@ -105,13 +113,8 @@ TEST_P(Benchmates, LeaveRowsOutWhereTheyBin)
         ASSERT_EQ(Camera().SetVerticalBinning(binning), 0u);
         EXPECT_EQ(Camera().GetVerticalBinningMode(), binning);
         EXPECT_EQ(Camera().GetHorizontalBinningMode(), 1);
-        for (const bool isInBytes : {true, false}) {
-            ASSERT_EQ(Camera().SetBitDepth(isInBytes ? 8 : 12), 0u);
-            const View view = BinnedView(binning, isInBytes);
-            ASSERT_EQ(Camera().SetROI(0, 0, view.width, view.height), 0u);
-            ExpectPicture(view, Facts(view, binning, false));
-            ExpectRegion(view, 102, 36, 240, 120, Facts(view, binning, false));
-        }
+        for (const bool isInBytes : {true, false})
+            ExpectAtEveryReadout(BinnedView(binning, isInBytes), binning, false);
     }
 }
 
@@ -122,13 +125,8 @@ TEST_P(Benchmates, SendFewerRowsInLiveMode)
     ASSERT_EQ(Camera().SetLVWMode(true), 0u);
     EXPECT_FALSE(Camera().IsInterlaced());
     EXPECT_EQ(Camera().GetVerticalBinningMode(), 1);
-    for (const bool isInBytes : {true, false}) {
-        ASSERT_EQ(Camera().SetBitDepth(isInBytes ? 8 : 12), 0u);
-        const View view = LiveView(isInBytes);
-        ASSERT_EQ(Camera().SetROI(0, 0, view.width, view.height), 0u);
-        ExpectPicture(view, Facts(view, 1, true));
-        ExpectRegion(view, 102, 36, 240, 120, Facts(view, 1, true));
-    }
+    for (const bool isInBytes : {true, false})
+        ExpectAtEveryReadout(LiveView(isInBytes), 1, true);
 }
 
 TEST_P(Benchmates, ShowAllOfTheSensorAgainAfterLiveMode)

@@ -109,14 +109,15 @@ const Frequencies kTo20 = {10, 20};
 const Frequencies kTo30 = {10, 20, 30};
 const Frequencies k40First = {40, 10, 20};
 const Frequencies kFrom5 = {5, 10, 20};
+const Frequencies kBase = {2.5f, 5, 10, 20};
 
 INSTANTIATE_TEST_SUITE_P(Family, BusSpeed,
                          testing::Values(FastModel{26, kTo20, kTo30}, FastModel{31, kTo20, kTo30},
                                          FastModel{33, kTo20, kTo30}, FastModel{27, kTo30, kTo30},
                                          FastModel{28, kTo30, kTo30},
                                          FastModel{25, k40First, k40First},
-                                         FastModel{32, kTo20, kTo20},
-                                         FastModel{18, kFrom5, kFrom5}),
+                                         FastModel{32, kTo20, kTo20}, FastModel{18, kFrom5, kFrom5},
+                                         FastModel{9, kBase, kBase}, FastModel{10, kBase, kBase}),
                          [](const auto &row) { return "Model" + std::to_string(row.param.model); });
 
 class OneSpeed : public SpeedSession {};
