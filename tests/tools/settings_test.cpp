@@ -274,7 +274,7 @@ TEST_F(ToolSettings, GrabTakesThePictureThatWasAskedFor)
     EXPECT_EQ(json["exposure_ns"], 50'000'000);
     const Outcome binned = Run("--sim grab --set binning=4 -o b.raw");
     EXPECT_TRUE(binned.out.starts_with("b.raw: 348 x 260, 8 bits: ")) << binned.out << binned.err;
-    const Outcome colours = Run("--sim grab --set format=rgb24 -o c.raw");
+    const Outcome colours = Run("--sim grab --set format=bgr24 -o c.raw");
     EXPECT_EQ(colours.status, 1);
     EXPECT_NE(colours.err.find("three colours"), std::string::npos) << colours.err;
 }
