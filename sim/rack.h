@@ -1,6 +1,7 @@
 // A rack: the virtual cameras of one bus, as a TOML file or the built-in one describes them.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -41,7 +42,8 @@ struct CameraDescription {
         false; // the model register answers only at the second address
     std::optional<uint32_t> capabilities = {}; // bits of sim/capabilities.h; else what suits it
     std::string scene = "cells";
-    float light = 1;               // brightness of the scene
+    float light = 1;                           // brightness of the scene
+    std::array<float, 3> lightColour{1, 1, 1}; // the same of its red, green and blue
     std::string reads = "pending"; // register reads complete "pending", "immediate" or "mixed"
     std::vector<FaultText> faults = {};
     bool inUse = false; // another process holds it

@@ -117,8 +117,10 @@ constexpr Key<Camera> kCameraKeys[] = {
      [](const toml::node &node, Camera *camera) {
          return ReadTruth(node, &camera->regulatedCooling);
      }},
-    {"light", "a number from 0 to 1000000",
-     [](const toml::node &node, Camera *camera) { return ReadLight(node, &camera->light); }},
+    {"light", "a number from 0 to 1000000, or three of them",
+     [](const toml::node &node, Camera *camera) {
+         return ReadLight(node, &camera->light) || ReadLightColour(node, &camera->lightColour);
+     }},
     {"noise", "true or false",
      [](const toml::node &node, Camera *camera) { return ReadTruth(node, &camera->noise); }},
     {"alternate-model-address", "true or false",

@@ -149,6 +149,17 @@ bool ReadLight(const toml::node &node, float *target)
     return true;
 }
 
+bool ReadLightColour(const toml::node &node, std::array<float, 3> *target)
+{
+    const auto *list = node.as_array();
+    if (list == nullptr || list->size() != target->size())
+        return false;
+    for (size_t i = 0; i < target->size(); ++i)
+        if (!ReadLight((*list)[i], &(*target)[i]))
+            return false;
+    return true;
+}
+
 bool ReadCapabilities(const toml::node &node, std::optional<uint32_t> *target)
 {
     const auto *list = node.as_array();

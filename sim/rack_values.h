@@ -49,6 +49,7 @@ bool ReadScene(const toml::node &node, std::string *target);
 bool ReadReads(const toml::node &node, std::string *target);
 bool ReadFaults(const toml::node &node, std::vector<FaultText> *target);
 bool ReadLight(const toml::node &node, float *target);
+bool ReadLightColour(const toml::node &node, std::array<float, 3> *target);
 bool ReadCapabilities(const toml::node &node, std::optional<uint32_t> *target);
 bool ReadClock(const toml::node &node, bool *fastClock);
 

@@ -26,6 +26,7 @@ struct Sensor::State {
     std::vector<HotPixel> hotPixels;
     std::shared_ptr<const Scene> scene;
     float brightness = 1;
+    Light colour{1, 1, 1};
     std::array<std::vector<float>, kFilters>
         rates; // electrons a second; empty until they are needed
     size_t filterOfMap = kFilters;
@@ -53,7 +54,7 @@ const std::vector<float> &Sensor::State::Rates(size_t filter)
     std::vector<float> &wanted = rates[filter];
     if (wanted.empty()) {
         if (scene != nullptr)
-            wanted = ElectronRates(type, *scene, brightness, static_cast<uint8_t>(filter));
+            wanted = ElectronRates(type, *scene, brightness, colour, static_cast<uint8_t>(filter));
         wanted.resize(static_cast<size_t>(type.columns) * type.rows, 0.0F);
     }
     return wanted;
@@ -99,6 +100,7 @@ Sensor::Sensor(const SensorType &type, uint64_t seed, std::string_view serialNum
                         .hotPixels = HotPixelsOf(type, serialNumber),
                         .scene = nullptr,
                         .brightness = 1,
+                        .colour = {1, 1, 1},
                         .rates = {},
                         .filterOfMap = kFilters,
                         .isApart = false,
@@ -112,8 +114,9 @@ Sensor::Sensor(const SensorType &type, uint64_t seed, std::string_view serialNum
 
 Sensor::~Sensor() = default;
 
-void Sensor::SetScene(std::shared_ptr<const Scene> scene, float brightness)
+void Sensor::SetScene(std::shared_ptr<const Scene> scene, float brightness, const Light &colour)
 {
+    m_state->colour = colour;
     m_state->brightness = brightness;
     m_state->scene = std::move(scene);
     for (std::vector<float> &rates : m_state->rates)

@@ -70,8 +70,9 @@ public:
     Sensor(const SensorType &type, uint64_t seed, std::string_view serialNumber);
     ~Sensor();
 
-    // `brightness` multiplies the light of the scene; a test pattern doesn't mind it.
-    void SetScene(std::shared_ptr<const Scene> scene, float brightness = 1);
+    // `brightness` and `colour` multiply the light of the scene; a test pattern doesn't mind them.
+    void SetScene(std::shared_ptr<const Scene> scene, float brightness = 1,
+                  const Light &colour = {1, 1, 1});
 
     // Bytes of one frame.
     [[nodiscard]] static uint32_t FrameBytes(const ExposureSettings &settings);

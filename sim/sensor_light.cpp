@@ -57,13 +57,13 @@ PairOfColumns GlassOfRow(const SensorType &type, uint8_t filterColour, uint32_t 
 }
 
 // Electrons a second in a pixel for a photon a second and square micrometre of each colour.
-Light Response(const SensorType &type, const Light &glass)
+Light Response(const SensorType &type, const Light &glass, const Light &colour)
 {
     const float area = type.pitchMicrometres * type.pitchMicrometres;
     const float scale = area * type.peakQuantumEfficiency;
-    return {.red = scale * (kRelativeEfficiency.red * glass.red),
-            .green = scale * (kRelativeEfficiency.green * glass.green),
-            .blue = scale * (kRelativeEfficiency.blue * glass.blue)};
+    return {.red = scale * (kRelativeEfficiency.red * glass.red) * colour.red,
+            .green = scale * (kRelativeEfficiency.green * glass.green) * colour.green,
+            .blue = scale * (kRelativeEfficiency.blue * glass.blue) * colour.blue};
 }
 
 float Electrons(const Light &response, const Light &light)
@@ -76,15 +76,15 @@ float Electrons(const Light &response, const Light &light)
 } // namespace
 
 std::vector<float> ElectronRates(const SensorType &type, const Scene &scene, float brightness,
-                                 uint8_t filterColour)
+                                 const Light &colour, uint8_t filterColour)
 {
     std::vector<Light> light;
     scene.Sample(type.columns, type.rows, type.pitchMicrometres, light);
     std::vector<float> rates(light.size());
     for (uint32_t row = 0; row < type.rows; ++row) {
         const PairOfColumns glass = GlassOfRow(type, filterColour, row);
-        const Light even = Response(type, glass.even);
-        const Light odd = Response(type, glass.odd);
+        const Light even = Response(type, glass.even, colour);
+        const Light odd = Response(type, glass.odd, colour);
         const size_t start = static_cast<size_t>(row) * type.columns;
         for (uint32_t column = 0; column < type.columns; ++column)
             rates[start + column] =

@@ -10,9 +10,10 @@
 
 namespace zerix::sim {
 
-// Electrons a second for every pixel, row by row. `filterColour` is the wheel filter before a
+// Electrons a second for every pixel, row by row. `colour` multiplies each colour of the light, and
+// `brightness` all of it. `filterColour` is the wheel filter before a
 // monochrome sensor: 0 red, 1 green, 2 black, 3 blue, else none.
 std::vector<float> ElectronRates(const SensorType &type, const Scene &scene, float brightness,
-                                 uint8_t filterColour);
+                                 const Light &colour, uint8_t filterColour);
 
 } // namespace zerix::sim

@@ -125,6 +125,14 @@ uint32_t ZerixSim_GiveCredit(uint32_t camera, uint32_t frames)
     });
 }
 
+uint32_t ZerixSim_GiveCreditPerStream(uint32_t camera, uint32_t frames)
+{
+    return WithCamera(camera, [frames](VirtualCamera &found) {
+        found.SetCreditPerStream(frames);
+        return Succeed();
+    });
+}
+
 uint32_t ZerixSim_IsFastClock(uint32_t *isFast)
 {
     if (isFast == nullptr)

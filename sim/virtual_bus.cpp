@@ -178,8 +178,10 @@ std::unique_ptr<CameraStream> VirtualBus::FollowStreamingRegister(BusDevice &dev
     if (place->stream != nullptr && wanted && place->stream->IsRunningOn(channel))
         return nullptr;
     auto ended = TakeStream(*place);
-    if (wanted)
-        place->stream = CameraStream::Start(*this, device.SharedCamera(), device.Handle(), channel);
+    if (!wanted)
+        return ended;
+    device.Camera().StreamBegins();
+    place->stream = CameraStream::Start(*this, device.SharedCamera(), device.Handle(), channel);
     return ended;
 }
 

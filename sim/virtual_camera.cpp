@@ -24,7 +24,8 @@ constexpr uint8_t kWrongTagBits = 0x55;
 
 VirtualCamera::VirtualCamera(const CameraDescription &description, uint64_t seed, bool fastClock)
     : m_description(description), m_seed(seed), m_sensorType(FindSensorType(description.ccdModel)),
-      m_clock(fastClock), m_cooler(kAmbientCelsius), m_credit(ZERIX_SIM_UNLIMITED)
+      m_clock(fastClock), m_cooler(kAmbientCelsius), m_credit(ZERIX_SIM_UNLIMITED),
+      m_creditPerStream(ZERIX_SIM_UNLIMITED)
 {
 }
 
@@ -271,6 +272,18 @@ void VirtualCamera::SetCredit(uint32_t frames)
     m_changed.notify_all();
 }
 
+void VirtualCamera::SetCreditPerStream(uint32_t frames)
+{
+    m_creditPerStream = frames;
+    SetCredit(frames);
+}
+
+void VirtualCamera::StreamBegins()
+{
+    if (m_creditPerStream != ZERIX_SIM_UNLIMITED)
+        SetCredit(m_creditPerStream);
+}
+
 double VirtualCamera::Celsius() const { return m_cooler.Celsius(m_clock.Now()); }
 
 std::optional<uint64_t> VirtualCamera::FrameTime(uint16_t rollingFrameNumber) const
@@ -338,7 +351,9 @@ void VirtualCamera::Expose(const FrameJob &job, std::vector<uint8_t> &pixels)
         m_optics.sensor = std::make_unique<Sensor>(*m_sensorType, m_seed, m_description.serial);
     if (m_optics.scene != job.scene) {
         m_optics.scene = job.scene;
-        m_optics.sensor->SetScene(job.scene, m_description.light);
+        const auto &colour = m_description.lightColour;
+        m_optics.sensor->SetScene(job.scene, m_description.light,
+                                  {.red = colour[0], .green = colour[1], .blue = colour[2]});
     }
     pixels.resize(Sensor::FrameBytes(job.plan.exposure));
     m_optics.sensor->Expose(job.plan.exposure, job.key, pixels.data());

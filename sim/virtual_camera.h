@@ -81,6 +81,9 @@ public:
     bool SetScene(const std::string &text, std::string *error);
     void FireTriggerLine();
     void SetCredit(uint32_t frames);
+    void SetCreditPerStream(uint32_t frames);
+    // The streaming register has begun a stream.
+    void StreamBegins();
     [[nodiscard]] double Celsius() const;
     // Nothing if it isn't one of the last 256 frames.
     [[nodiscard]] std::optional<uint64_t> FrameTime(uint16_t rollingFrameNumber) const;
@@ -149,6 +152,7 @@ private:
     uint32_t m_framesSinceCommit = 0;
     uint32_t m_epoch = 0;
     uint32_t m_credit;
+    uint32_t m_creditPerStream; // unlimited: none
     uint32_t m_creditSerial = 0;
     uint32_t m_accesses = 0;
     uint32_t m_shots = 0; // exposures that pulses have asked for

@@ -150,6 +150,12 @@ ZERIX_API uint32_t ZerixSim_InjectFault(uint32_t camera, const char *fault);
  *   ZERIX_SIM_NO_SUCH_CAMERA  there is none */
 ZERIX_API uint32_t ZerixSim_GiveCredit(uint32_t camera, uint32_t frames);
 
+/* The same for calls of the driver that stream several times in a row, such as the search for an
+ * exposure: sets the number now, and anew whenever the camera begins to stream.
+ *   frames  in: how many; ZERIX_SIM_UNLIMITED ends it
+ *   ZERIX_SIM_NO_SUCH_CAMERA  there is none */
+ZERIX_API uint32_t ZerixSim_GiveCreditPerStream(uint32_t camera, uint32_t frames);
+
 /* Which clock the bus runs on.
  *   isFast  out: 1 for the fast clock, 0 for the wall clock
  *   ZERIX_SIM_BAD_PARAMETER  isFast is null */

@@ -90,6 +90,31 @@ TEST_F(Clock, CreditLimitsTheFramesThatBegin)
     EXPECT_EQ(0u, client.Stop());
 }
 
+TEST_F(Clock, CreditPerStreamIsGivenAnewWithEachStream)
+{
+    BusClient client;
+    ASSERT_EQ(0u, client.Connect());
+    client.Apply({});
+    EXPECT_EQ(2u, ZerixSim_GiveCreditPerStream(99, 2));
+    ASSERT_EQ(0u, ZerixSim_GiveCreditPerStream(0, 2));
+    uint64_t time = 0;
+    for (const uint16_t first : {uint16_t{0}, uint16_t{2}}) {
+        client.Start(8);
+        for (int i = 0; i < 2; ++i)
+            ASSERT_TRUE(client.NextFrame(kFrameBytes));
+        for (int i = 0; i < 4; ++i)
+            client.NextBuffer();
+        EXPECT_EQ(0u, ZerixSim_GetFrameTime(0, static_cast<uint16_t>(first + 1), &time));
+        EXPECT_EQ(7u, ZerixSim_GetFrameTime(0, static_cast<uint16_t>(first + 2), &time));
+        EXPECT_EQ(0u, client.Stop());
+    }
+    ASSERT_EQ(0u, ZerixSim_GiveCreditPerStream(0, ZERIX_SIM_UNLIMITED));
+    client.Start(8);
+    for (int i = 0; i < 20; ++i)
+        ASSERT_TRUE(client.NextFrame(kFrameBytes));
+    EXPECT_EQ(0u, client.Stop());
+}
+
 TEST_F(Clock, FrameTimesAreRememberedFor256Frames)
 {
     BusClient client;

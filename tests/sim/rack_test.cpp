@@ -65,6 +65,7 @@ void ExpectSame(const CameraDescription &a, const CameraDescription &b)
     EXPECT_EQ(a.capabilities, b.capabilities);
     EXPECT_EQ(a.scene, b.scene);
     EXPECT_EQ(a.light, b.light);
+    EXPECT_EQ(a.lightColour, b.lightColour);
     EXPECT_EQ(a.noise, b.noise);
     EXPECT_EQ(a.reads, b.reads);
     EXPECT_EQ(a.faults.size(), b.faults.size());
@@ -156,6 +157,7 @@ faults = ["first",
           "second"]
 [[camera]]
 model = "OXA"
+light = [1.5, 1, 0.25]
 )");
     EXPECT_EQ(rack.name, "mine");
     EXPECT_EQ(rack.meaning, "my own");
@@ -194,6 +196,8 @@ model = "OXA"
     EXPECT_EQ(rack.cameras[0].faults[1].text, "second");
     EXPECT_EQ(rack.cameras[0].faults[1].line, 33U);
     EXPECT_EQ(rack.cameras[1].model, 1001U);
+    EXPECT_EQ(rack.cameras[1].light, 1.0F);
+    EXPECT_EQ(rack.cameras[1].lightColour, (std::array<float, 3>{1.5F, 1.0F, 0.25F}));
 }
 
 TEST(Rack, WhatIsLeftOutIsSensible)
@@ -322,6 +326,7 @@ TEST(RackMistakes, OfACameraAreTold)
         "\"shutter-delay\", \"dither\", \"high-gain\", \"vertical-clock\", \"dual-channel\", "
         "\"keel-em\", \"locked-gain\", \"double-shot\", \"eightfold-binning\".";
     const std::string kNumber16 = "expected an integer from 0 to 65535.";
+    const std::string kLight = "a number from 0 to 1000000, or three of them.";
     const std::string kTruth = "expected true or false.";
     const Mistake kMistakes[] = {
         {"model = 0", "model is 0; expected the number or name of a model: " + kModels + "."},
@@ -374,9 +379,12 @@ TEST(RackMistakes, OfACameraAreTold)
         {"bit-depth = 17", "bit-depth is 17; expected an integer from 8 to 16."},
         {"cooler = 1", "cooler is 1; " + kTruth},
         {"regulated-cooling = \"yes\"", "regulated-cooling is \"yes\"; " + kTruth},
-        {"light = -1", "light is -1; expected a number from 0 to 1000000."},
-        {"light = \"dim\"", "light is \"dim\"; expected a number from 0 to 1000000."},
-        {"light = nan", "light is a number with a fraction; expected a number from 0 to 1000000."},
+        {"light = -1", "light is -1; expected " + kLight},
+        {"light = \"dim\"", "light is \"dim\"; expected " + kLight},
+        {"light = nan", "light is a number with a fraction; expected " + kLight},
+        {"light = [1, 2]", "light is a list; expected " + kLight},
+        {"light = [1, 2, -3]", "light is a list; expected " + kLight},
+        {"light = [1, 2, 3, 4]", "light is a list; expected " + kLight},
         {"capabilities = [\"fan\", \"coffee\"]", "capabilities is a list; " + kCapabilities},
         {"capabilities = \"fan\"", "capabilities is \"fan\"; " + kCapabilities},
         {"noise = \"low\"", "noise is \"low\"; " + kTruth},

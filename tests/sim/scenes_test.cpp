@@ -297,6 +297,32 @@ TEST(Scenes, BrightnessMultipliesTheirLight)
     EXPECT_EQ(countAt(1.9F), 3887);
 }
 
+// Warm light on a mosaic of red, green, green and blue. Without a colour a green pixel collects
+// (0.07 * 0.85 + 0.90 * 1.0 + 0.09 * 0.75) of the light, and each colour adds its own part.
+TEST(Scenes, LightMayHaveAColour)
+{
+    ExposureSettings settings{
+        .exposureNanoseconds = 16384000, .width = 2, .height = 2, .celsius = -50, .noise = false};
+    const auto countsIn = [&](const Light &colour) {
+        Sensor sensor(*FindSensorType(53), 1, "S");
+        sensor.SetScene(Make("flat:60000"), 1, colour);
+        std::vector<uint8_t> bytes(Sensor::FrameBytes(settings));
+        sensor.Expose(settings, {.commits = 1, .framesSinceCommit = 0}, bytes.data());
+        std::vector<double> counts;
+        for (size_t i = 0; i + 1 < bytes.size(); i += 2)
+            counts.push_back(bytes[i] | bytes[i + 1] << 8);
+        return counts;
+    };
+    const auto white = countsIn({1, 1, 1});
+    const auto warm = countsIn({1.5F, 1, 0.5F});
+    ASSERT_EQ(white.size(), 4U);
+    // The mosaic begins green, red. Parts of red, green and blue light behind each dye.
+    EXPECT_NEAR(warm[0] / white[0], (1.5 * 0.0595 + 0.90 + 0.5 * 0.0675) / 1.027, 0.01);
+    EXPECT_NEAR(warm[1] / white[1], (1.5 * 0.765 + 0.06 + 0.5 * 0.015) / 0.84, 0.01);
+    EXPECT_NEAR(warm[2] / white[2], (1.5 * 0.017 + 0.10 + 0.5 * 0.645) / 0.762, 0.01);
+    EXPECT_NEAR(warm[3] / white[3], (1.5 * 0.0595 + 0.90 + 0.5 * 0.0675) / 1.027, 0.01);
+}
+
 // At the exposure that cameras come up with, a picture fills the converter without being cut off.
 TEST(Scenes, AreWellExposedAtTheDefaultExposure)
 {
