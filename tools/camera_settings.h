@@ -42,6 +42,9 @@ public:
     void ReadPresent();
     void ReadDefaults();
 
+    // For the library's calls that fill in a record of their own accord.
+    [[nodiscard]] Zerix_Settings *Record() { return &m_record; }
+
 private:
     void ReadLimits(const ParameterRow &row, ParameterState &state) const;
     void ReadList(const ParameterRow &row, ParameterState &state) const;

@@ -18,20 +18,35 @@ FrameCredit::FrameCredit(bool isSimulated, uint32_t uniqueId)
                     ZerixSim_IsFastClock(&isFast) == ZERIX_SIM_OK && isFast == 1;
 }
 
-uint32_t FrameCredit::WhileGranted(const std::function<uint32_t()> &grab)
+uint32_t FrameCredit::WhileGranted(const std::function<uint32_t()> &grab, uint32_t exposures)
 {
     if (!m_isSimulated)
         return grab();
-    ZerixSim_GiveCredit(m_camera, 1);
+    ZerixSim_GiveCredit(m_camera, exposures);
+    return WithRefills(grab, exposures);
+}
+
+uint32_t FrameCredit::WhileEachGranted(const std::function<uint32_t()> &call, uint32_t exposures)
+{
+    if (!m_isSimulated)
+        return call();
+    ZerixSim_GiveCreditPerStream(m_camera, exposures);
+    const uint32_t result = WithRefills(call, exposures);
+    ZerixSim_GiveCreditPerStream(m_camera, ZERIX_SIM_UNLIMITED);
+    return result;
+}
+
+uint32_t FrameCredit::WithRefills(const std::function<uint32_t()> &call, uint32_t exposures) const
+{
     std::mutex mutex;
     std::condition_variable finished;
     bool isFinished = false;
     std::thread granter([&] {
         std::unique_lock lock(mutex);
         while (!finished.wait_for(lock, std::chrono::seconds(2), [&] { return isFinished; }))
-            ZerixSim_GiveCredit(m_camera, 1);
+            ZerixSim_GiveCredit(m_camera, exposures);
     });
-    const uint32_t result = grab();
+    const uint32_t result = call();
     {
         const std::lock_guard lock(mutex);
         isFinished = true;

@@ -14,7 +14,11 @@ public:
 
     // Runs `grab`, which takes one picture, with one exposure granted; one more every two seconds,
     // for pictures that a fault plan loses.
-    uint32_t WhileGranted(const std::function<uint32_t()> &grab);
+    // A turning filter wheel takes three exposures for a picture.
+    uint32_t WhileGranted(const std::function<uint32_t()> &grab, uint32_t exposures = 1);
+
+    // The same for a call that takes several pictures, one after the other: `exposures` for each.
+    uint32_t WhileEachGranted(const std::function<uint32_t()> &call, uint32_t exposures);
 
     // For whoever takes frames from a stream: grants one exposure, which is also that of a frame
     // that was lost. True of IsGranting: without it no frame comes.
@@ -26,6 +30,8 @@ public:
                                            uint64_t exposureNanoseconds) const;
 
 private:
+    uint32_t WithRefills(const std::function<uint32_t()> &call, uint32_t exposures) const;
+
     bool m_isSimulated = false;
     uint32_t m_camera = 0;
 };

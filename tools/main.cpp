@@ -53,6 +53,69 @@ void AddSettings(CLI::App &verb, std::vector<std::string> &settings)
         ->allow_extra_args(false);
 }
 
+void AddRegion(CLI::App &verb, ColourOptions &colour, const char *help)
+{
+    verb.add_option("--region", colour.region, help)->type_name("X,Y,W,H");
+}
+
+void AddColour(CLI::App &verb, ColourOptions &colour)
+{
+    auto *isColour = verb.add_flag("--color", colour.isColour,
+                                   "Finished colour pictures, of a camera with a colour mask or "
+                                   "a filter wheel");
+    verb.add_flag("--autoexpose", colour.findsExposure, "Find the exposure first");
+    verb.add_flag("--whitebalance", colour.findsBalance, "Measure the white balance before")
+        ->needs(isColour);
+    AddRegion(verb, colour,
+              "Where --autoexpose and --whitebalance measure, in pixels of the picture (default: "
+              "everywhere)");
+}
+
+void AddMeasures(CLI::App &app, const CommonOptions &common, MeasureOptions &measure)
+{
+    auto *expose = app.add_subcommand(
+        "autoexpose", "Find the exposure that brings the brightest pixel near the top");
+    expose->add_flag("--color", measure.colour.isColour, "For finished colour pictures");
+    auto *balance = app.add_subcommand(
+        "whitebalance", "Measure the gains that make the colours of a region grey together");
+    balance->add_flag("--autoexpose", measure.colour.findsExposure, "Find the exposure first");
+    expose->callback([&] { AutoExpose(common, measure); });
+    balance->callback([&] { WhiteBalance(common, measure); });
+    for (CLI::App *verb : {expose, balance}) {
+        AddRegion(*verb, measure.colour,
+                  "Where to measure, in pixels of the picture (default: everywhere)");
+        AddSettings(*verb, measure.settings);
+        AddDuration(*verb, "--wait", measure.colour.searchSeconds,
+                    "Longest time for it: 30s, 5min (default: 10min)");
+        verb->footer("A camera is set up anew whenever it is opened: give what is printed to the "
+                     "command that takes the picture,\nor let that find it by itself: zerix grab "
+                     "--color --autoexpose --whitebalance -o FILE.");
+    }
+}
+
+void AddProcess(CLI::App &app, ProcessOptions &process)
+{
+    auto *verb = app.add_subcommand("process", "Finish pictures that were kept raw, in colour");
+    verb->add_option("IN", process.inputs,
+                     "A .raw file with its FILE.json, or a .tif file, of grab or record; or "
+                     "three: a filter wheel's red, green and blue exposures")
+        ->required()
+        ->expected(1, 3)
+        ->type_name("");
+    verb->add_option("-o,--output", process.output,
+                     "The file, as with grab; several pictures get numbers")
+        ->required()
+        ->type_name("FILE");
+    verb->add_option("--method", process.method,
+                     "How colours are interpolated: nearest, linear or cubic (default)")
+        ->check(CLI::IsMember({"nearest", "linear", "cubic"}))
+        ->type_name("NAME");
+    verb->add_option("--gains", process.gains,
+                     "White balance: factors, such as those of zerix whitebalance (default: 1,1,1)")
+        ->type_name("R,G,B");
+    verb->callback([&] { Process(process); });
+}
+
 void AddRecord(CLI::App &app, const CommonOptions &common, RecordOptions &record)
 {
     auto *verb = app.add_subcommand("record", "Record the camera's stream into one file");
@@ -167,6 +230,8 @@ int Run(int argc, char **argv)
     TriggerOptions trigger;
     MonitorOptions monitor;
     TraceOptions trace;
+    MeasureOptions measure;
+    ProcessOptions process;
     std::vector<std::string> texts;
     CLI::App app{
         "Lists scientific FireWire cameras, shows what they can do, takes pictures with them and "
@@ -213,8 +278,11 @@ int Run(int argc, char **argv)
         ->type_name("N");
     AddSettings(*take, grab.settings);
     AddDuration(*take, "--wait", grab.waitSeconds, kWaitHelp);
+    AddColour(*take, grab.colour);
     take->callback([&] { Grab(common, grab); });
 
+    AddMeasures(app, common, measure);
+    AddProcess(app, process);
     AddTrigger(app, common, trigger);
     AddRecord(app, common, record);
     AddMonitor(app, common, monitor);

@@ -8,8 +8,15 @@
 
 #include "tools/command_error.h"
 #include "tools/wait_limit.h"
+#include "tools/writers/samples.h"
 
 namespace zerix::tool {
+
+uint32_t ExposuresPerPicture(const ZerixLegacySettings &settings)
+{
+    // A mosaic's pictures become colour after the exposure: their format is never one of colour.
+    return Zerix_is3Color(settings.values[zprmImageFormat]) == 1 ? 3 : 1;
+}
 
 TakenPictures::TakenPictures(const Session &session, const OpenCamera &camera)
     : m_camera(camera), m_model(camera.Model()), m_serial(camera.Serial()),
@@ -17,6 +24,7 @@ TakenPictures::TakenPictures(const Session &session, const OpenCamera &camera)
       m_hasRegulatedCooling(camera.Info(zinfRegulatedCooling).value_or(0) == 1),
       m_buffer(std::max(camera.Info(zinfImageSize).value_or(0),
                         camera.Info(zinfPostProcessImageSize).value_or(0))),
+      m_exposuresPerPicture(ExposuresPerPicture(m_settings)),
       m_credit(session.IsSimulated(), camera.Item().uniqueId)
 {
 }
@@ -28,8 +36,8 @@ Picture TakenPictures::Take(double waitSeconds)
     frame.bufferSize = static_cast<uint32_t>(m_buffer.size());
     const double longest = LongestWait(waitSeconds);
     WaitLimit limit(m_camera.Handle(), longest);
-    const uint32_t result =
-        m_credit.WhileGranted([&] { return Zerix_GrabFrame(m_camera.Handle(), &frame); });
+    const uint32_t result = m_credit.WhileGranted(
+        [&] { return Zerix_GrabFrame(m_camera.Handle(), &frame); }, m_exposuresPerPicture);
     if (limit.Finish() && result != ZERIX_SUCCESS)
         throw CommandError(NoPictureWithin(longest));
     if (result != ZERIX_SUCCESS)
@@ -57,13 +65,18 @@ std::string NoPictureWithin(double seconds)
 Picture TakenPictures::PictureOf(const Zerix_Frame &frame) const
 {
     static constexpr std::array kPatterns = {"RGGB", "GRBG", "GBRG", "BGGR"};
-    if (Zerix_is3Color(frame.format) == 1)
-        throw CommandError("pictures of three colours a pixel can't be written: choose a raw, mono "
-                           "or bayer format, and post-processing=off.");
+    const bool isColour = frame.format == zfmtRgb24 || frame.format == zfmtRgb48;
+    if (!isColour && Zerix_is3Color(frame.format) == 1)
+        throw CommandError("of the formats with three colours a pixel only rgb24 and rgb48 can be "
+                           "written: choose one of them, or a raw, mono or bayer format.");
     const auto &values = m_settings.values;
     Picture picture;
-    const size_t samples = size_t{frame.width} * frame.height;
-    picture.pixels = {static_cast<const uint8_t *>(frame.pBuffer), frame.size};
+    picture.samplesPerPixel = isColour ? 3 : 1;
+    const size_t samples = size_t{frame.width} * frame.height * picture.samplesPerPixel;
+    const std::span<uint8_t> pixels(static_cast<uint8_t *>(frame.pBuffer), frame.size);
+    if (frame.format == zfmtRgb48)
+        LimitSamples(pixels, frame.bitDepth);
+    picture.pixels = pixels;
     picture.width = frame.width;
     picture.height = frame.height;
     picture.bytesPerSample = samples != 0 && frame.size >= 2 * samples ? 2 : 1;

@@ -11,6 +11,9 @@
 
 namespace zerix::tool {
 
+// 3 with a turning filter wheel.
+uint32_t ExposuresPerPicture(const ZerixLegacySettings &settings);
+
 class TakenPictures {
 public:
     TakenPictures(const Session &session, const OpenCamera &camera);
@@ -33,6 +36,7 @@ private:
     ZerixLegacySettings m_settings;
     bool m_hasRegulatedCooling;
     std::vector<uint8_t> m_buffer;
+    uint32_t m_exposuresPerPicture;
     FrameCredit m_credit;
 };
 

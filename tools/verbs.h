@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/colour.h"
 #include "tools/session.h"
 
 namespace zerix::tool {
@@ -27,8 +28,18 @@ struct GrabOptions {
     uint32_t count = 1;
     std::vector<std::string> settings; // KEY=VALUE
     double waitSeconds = 0;            // for each picture; 0: a minute more than its exposure
+    ColourOptions colour;
 };
 void Grab(const CommonOptions &options, const GrabOptions &grab);
+
+struct RecordOptions {
+    std::string file;
+    uint64_t count = 0; // 0: no limit
+    double seconds = 0; // 0: no limit
+    uint32_t bufferMegabytes = 256;
+    std::vector<std::string> settings; // KEY=VALUE
+};
+void Record(const CommonOptions &options, const RecordOptions &record);
 
 struct TriggerOptions {
     std::string file; // empty: the picture is only described
@@ -54,14 +65,23 @@ struct TraceOptions {
 };
 void Trace(const TraceOptions &trace);
 
-struct RecordOptions {
-    std::string file;
-    uint64_t count = 0; // 0: no limit
-    double seconds = 0; // 0: no limit
-    uint32_t bufferMegabytes = 256;
+struct MeasureOptions {
+    ColourOptions colour;
     std::vector<std::string> settings; // KEY=VALUE
 };
-void Record(const CommonOptions &options, const RecordOptions &record);
+// Searches for an exposure and shows it.
+void AutoExpose(const CommonOptions &options, const MeasureOptions &measure);
+// Measures the gains that make a region grey and shows them.
+void WhiteBalance(const CommonOptions &options, const MeasureOptions &measure);
+
+struct ProcessOptions {
+    std::vector<std::string> inputs; // one, or a filter wheel's red, green and blue
+    std::string output;
+    std::string method = "cubic"; // "nearest", "linear", "cubic"
+    std::string gains = "1,1,1";  // red, green, blue
+};
+// Finishes pictures that were kept raw; needs no bus.
+void Process(const ProcessOptions &process);
 
 struct PreviewOptions {
     std::string file;

@@ -1,5 +1,5 @@
 // FITS files: one image, rows top down (ROWORDER says so), with the keywords that astronomers'
-// programs read.
+// programs read. A colour picture is three planes.
 #include "tools/writers/picture.h"
 
 #if defined(ZERIX_HAS_FITS)
@@ -13,6 +13,19 @@
 namespace zerix::tool {
 
 namespace {
+
+// All of the first sample of each pixel, then all of the second.
+std::vector<uint8_t> PlanesOf(const Picture &picture)
+{
+    const size_t step = picture.bytesPerSample;
+    const size_t pixelBytes = step * picture.samplesPerPixel;
+    std::vector<uint8_t> planes;
+    planes.reserve(picture.pixels.size());
+    for (size_t sample = 0; sample < pixelBytes; sample += step)
+        for (size_t at = sample; at + step <= picture.pixels.size(); at += pixelBytes)
+            planes.insert(planes.end(), &picture.pixels[at], &picture.pixels[at] + step);
+    return planes;
+}
 
 class FitsFile {
 public:
@@ -48,12 +61,13 @@ public:
 
     void Image(const Picture &picture)
     {
-        long size[2] = {static_cast<long>(picture.width), static_cast<long>(picture.height)};
+        long size[3] = {static_cast<long>(picture.width), static_cast<long>(picture.height),
+                        static_cast<long>(picture.samplesPerPixel)};
         const bool wide = picture.bytesPerSample == 2;
-        fits_create_img(m_file, wide ? USHORT_IMG : BYTE_IMG, 2, size, &m_status);
-        long first[2] = {1, 1};
-        const auto count = static_cast<LONGLONG>(picture.width) * picture.height;
-        std::vector<uint8_t> pixels(picture.pixels.begin(), picture.pixels.end());
+        fits_create_img(m_file, wide ? USHORT_IMG : BYTE_IMG, size[2] > 1 ? 3 : 2, size, &m_status);
+        long first[3] = {1, 1, 1};
+        const LONGLONG count = LONGLONG{size[0]} * size[1] * size[2];
+        std::vector<uint8_t> pixels = PlanesOf(picture);
         fits_write_pix(m_file, wide ? TUSHORT : TBYTE, first, count, pixels.data(), &m_status);
     }
 
@@ -86,6 +100,8 @@ void WriteKeywords(FitsFile &file, const Picture &picture)
     if (picture.setTemperatureCelsius)
         file.Key("SET-TEMP", double(*picture.setTemperatureCelsius), "[C] temperature asked for");
     file.Key("DATAMAX", int64_t{(1 << picture.significantBits) - 1}, "top of the range");
+    if (picture.samplesPerPixel == 3)
+        file.Key("CTYPE3", std::string("RGB"), "planes: red, green, blue");
     if (!picture.bayerPattern.empty())
         file.Key("BAYERPAT", picture.bayerPattern, "mosaic from the top left pixel");
     file.Key("ROWORDER", std::string("TOP-DOWN"), "first row is the top of the image");

@@ -96,6 +96,14 @@ std::string IsoTime(uint64_t unixNanoseconds)
                        secondOfDay / 3600, secondOfDay / 60 % 60, secondOfDay % 60, microseconds);
 }
 
+std::string FormatName(const Picture &picture)
+{
+    const uint32_t bits = 8 * picture.bytesPerSample;
+    if (picture.samplesPerPixel == 3)
+        return fmt::format("rgb{}", 3 * bits);
+    return fmt::format("{}{}", picture.bayerPattern.empty() ? "mono" : "bayer", bits);
+}
+
 std::string MetadataJson(const Picture &picture)
 {
     nlohmann::ordered_json json;
@@ -109,6 +117,8 @@ std::string MetadataJson(const Picture &picture)
         json["set_temperature_c"] = *picture.setTemperatureCelsius;
     json["width"] = picture.width;
     json["height"] = picture.height;
+    json["format"] = FormatName(picture);
+    json["samples_per_pixel"] = picture.samplesPerPixel;
     json["bytes_per_sample"] = picture.bytesPerSample;
     json["significant_bits"] = picture.significantBits;
     if (!picture.bayerPattern.empty())

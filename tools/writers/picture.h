@@ -14,6 +14,7 @@ struct Picture {
     std::span<const uint8_t> pixels; // rows top down; 16-bit samples in host order
     uint32_t width = 0;
     uint32_t height = 0;
+    uint32_t samplesPerPixel = 1; // 3: red, green, blue
     uint32_t bytesPerSample = 1;  // 1 or 2
     uint32_t significantBits = 8; // of a sample
     std::string bayerPattern;     // "RGGB" …; empty for a monochrome picture
@@ -31,8 +32,17 @@ struct Picture {
     bool hasMissingData = false;  // lost data was filled in with black
 };
 
+// Bytes of a row of pixels.
+inline size_t RowBytes(const Picture &picture)
+{
+    return size_t{picture.width} * picture.samplesPerPixel * picture.bytesPerSample;
+}
+
 // "2025-01-01T00:00:00.016384", in UTC.
 std::string IsoTime(uint64_t unixNanoseconds);
+
+// "mono8", "bayer16", "rgb48" …
+std::string FormatName(const Picture &picture);
 
 // The metadata as a JSON text.
 std::string MetadataJson(const Picture &picture);

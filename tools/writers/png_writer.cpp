@@ -1,4 +1,4 @@
-// PNG files: 8-bit greys, or 16-bit greys with the samples shifted up so that they fill the range
+// PNG files: 8-bit greys or colours, or 16-bit ones with the samples shifted up to fill the range
 // (the sBIT chunk tells how many bits are real). Metadata as text chunks.
 #include "tools/writers/picture.h"
 
@@ -89,10 +89,11 @@ bool WriteWith(PngJob &job)
     const int depth = static_cast<int>(8 * job.picture->bytesPerSample);
     png_init_io(job.png, job.file);
     png_set_IHDR(job.png, job.info, job.picture->width, job.picture->height, depth,
-                 PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-                 PNG_FILTER_TYPE_DEFAULT);
+                 job.picture->samplesPerPixel == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY,
+                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_color_8 significant{};
     significant.gray = static_cast<png_byte>(job.picture->significantBits);
+    significant.red = significant.green = significant.blue = significant.gray;
     png_set_sBIT(job.png, job.info, &significant);
     png_set_text(job.png, job.info, job.texts.data(), static_cast<int>(job.texts.size()));
     png_set_rows(job.png, job.info, job.rows.data());
@@ -127,7 +128,7 @@ std::string WritePng(const std::string &path, const Picture &picture)
         job.texts.push_back(entry);
     }
     std::vector<uint8_t> bytes = PngRows(picture);
-    const size_t rowBytes = size_t{picture.width} * picture.bytesPerSample;
+    const size_t rowBytes = RowBytes(picture);
     for (size_t row = 0; row < picture.height; ++row)
         job.rows.push_back(bytes.data() + row * rowBytes);
 

@@ -10,7 +10,8 @@ namespace zerix::tool {
 
 std::string SequenceWriter::WhyUnfit(const Picture &picture) const
 {
-    if (picture.pixels.size() != SizeOf(picture) || picture.pixels.empty())
+    if (picture.pixels.size() != SizeOf(picture) || picture.samplesPerPixel != 1 ||
+        picture.pixels.empty())
         return "a frame has not one sample a pixel";
     const bool isFirst = m_frameSize == 0;
     if (!isFirst && (picture.pixels.size() != m_frameSize || picture.width != m_width ||

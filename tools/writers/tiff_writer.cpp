@@ -1,4 +1,5 @@
-// TIFF files: 8- or 16-bit greys as they are, the metadata as JSON in the image description.
+// TIFF files: 8- or 16-bit greys or colours as they are, the metadata as JSON in the image
+// description.
 #include "tools/writers/picture.h"
 
 #if defined(ZERIX_HAS_TIFF)
@@ -30,8 +31,9 @@ void SetTags(TIFF *tiff, const Picture &picture)
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, picture.width);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, picture.height);
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8 * picture.bytesPerSample);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, picture.samplesPerPixel);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC,
+                 picture.samplesPerPixel == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tiff, 0));
@@ -48,7 +50,7 @@ void SetTags(TIFF *tiff, const Picture &picture)
 
 bool WriteRows(TIFF *tiff, const Picture &picture)
 {
-    const size_t rowBytes = size_t{picture.width} * picture.bytesPerSample;
+    const size_t rowBytes = RowBytes(picture);
     std::vector<uint8_t> row(rowBytes);
     for (uint32_t y = 0; y < picture.height; ++y) {
         std::memcpy(row.data(), picture.pixels.data() + y * rowBytes, rowBytes);
