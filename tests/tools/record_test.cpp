@@ -131,7 +131,7 @@ TEST_F(Record, AFullDiskIsToldWithTheNumberOfSafeFrames)
 TEST_F(Record, CtrlCEndsItCleanly)
 {
     const Outcome outcome =
-        Run(Rack("") + "record -o a.ser", "", "timeout --preserve-status -s INT 2");
+        Run(Rack("") + "record -o a.ser", "", "timeout --foreground --preserve-status -s INT 2");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "zerix: stopped on request.\n");
     const auto sequence = ReadSequenceFile(Path("a.ser"));
@@ -171,7 +171,7 @@ TEST_F(Record, WithoutAFrameThereIsNoFile)
 {
     const Outcome outcome =
         Run(Rack("faults = [\"wrong tag at frame 1 from then on\"]\n") + "record -o a.ser", "",
-            "timeout --preserve-status -s INT 2");
+            "timeout --foreground --preserve-status -s INT 2");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "no frame came, and there is no a.ser.\n");
     EXPECT_FALSE(std::filesystem::exists(Path("a.ser")));

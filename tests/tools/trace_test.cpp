@@ -100,7 +100,7 @@ TEST_F(ToolTrace, FollowPrintsWhatComes)
     EXPECT_TRUE(outcome.out.starts_with("00:00.004 C start\n")) << outcome.out;
     EXPECT_EQ(outcome.out.find(" A "), std::string::npos) << "only what is new";
     const Outcome ended =
-        RunHere("trace follow --file my.log", "timeout -s INT --preserve-status 2");
+        RunHere("trace follow --file my.log", "timeout --foreground -s INT --preserve-status 2");
     EXPECT_EQ(ended.status, 0) << ended.err;
 }
 

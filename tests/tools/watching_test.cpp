@@ -99,7 +99,7 @@ TEST_F(ToolStreams, TheMonitorPrintsPlainLinesIntoAPipe)
 TEST_F(ToolStreams, AnInterruptEndsTheMonitorCleanly)
 {
     const Outcome outcome =
-        Run("--sim monitor --every 100ms", "", "timeout -s INT --preserve-status 2");
+        Run("--sim monitor --every 100ms", "", "timeout --foreground -s INT --preserve-status 2");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
     EXPECT_GT(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 2) << outcome.out;
