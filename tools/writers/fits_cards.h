@@ -11,7 +11,10 @@ inline constexpr size_t kFitsCard = 80;
 inline constexpr size_t kFitsBlock = 2880;
 
 // Bytes that are missing to a whole block.
-inline uint64_t FitsFill(uint64_t size) { return (kFitsBlock - size % kFitsBlock) % kFitsBlock; }
+inline size_t FitsFill(uint64_t size)
+{
+    return (kFitsBlock - static_cast<size_t>(size % kFitsBlock)) % kFitsBlock;
+}
 
 class FitsCards {
 public:

@@ -119,11 +119,11 @@ std::string OmeXml(const Picture &first, std::span<const FrameFacts> frames)
 {
     std::string xml = HeadOf(first) + PixelsOf(first, frames.size());
     xml += fmt::format("<TiffData IFD=\"0\" PlaneCount=\"{}\"/>\n", frames.size());
-    for (uint64_t i = 0; i < frames.size(); ++i)
+    for (size_t i = 0; i < frames.size(); ++i)
         xml += PlaneOf(frames[i], frames.front(), i);
     xml += "</Pixels>\n<AnnotationRef ID=\"Annotation:0\"/>\n</Image>\n<StructuredAnnotations>\n";
     xml += AnnotationOf(first);
-    for (uint64_t i = 0; i < frames.size(); ++i)
+    for (size_t i = 0; i < frames.size(); ++i)
         xml += AnnotationOf(frames[i], i + 1);
     return xml + "</StructuredAnnotations>\n</OME>\n";
 }

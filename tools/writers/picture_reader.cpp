@@ -2,6 +2,7 @@
 #include "tools/writers/picture_reader.h"
 
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -67,7 +68,9 @@ std::vector<uint8_t> BytesOf(const std::string &path)
     const auto size = std::filesystem::file_size(path, code);
     if (!file || code)
         throw std::runtime_error(code ? code.message() : "it can't be opened");
-    std::vector<uint8_t> bytes(size);
+    if (size > SIZE_MAX / 2)
+        throw std::runtime_error("it is larger than this build can hold");
+    std::vector<uint8_t> bytes(static_cast<size_t>(size));
     file.read(reinterpret_cast<char *>(bytes.data()), static_cast<std::streamsize>(size));
     if (!file)
         throw std::runtime_error("it can't be read");
