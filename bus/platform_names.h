@@ -6,7 +6,8 @@ namespace zerix::bus {
 #if defined(_WIN32)
 inline constexpr const char *kSimulatorFileName = "zerix_sim.dll";
 #else
-inline constexpr const char *kSimulatorFileName = "libzerix_sim.so";
+// With its version: an installation for use alone has no other name.
+inline constexpr const char *kSimulatorFileName = "libzerix_sim.so.2";
 #endif
 
 } // namespace zerix::bus

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <system_error>
 
+#include "platform/os.h"
 #include "sim/built_in_racks.h"
 #include "sim/rack_file.h"
 
@@ -18,6 +19,9 @@ namespace {
 constexpr const char *kFolderVariable = "ZERIX_RACKS";
 constexpr const char *kInstalledFolders[] = {"/usr/local/share/zerix/racks",
                                              "/usr/share/zerix/racks"};
+// From the folder of the library, or of a program, to the racks that were installed with it. Debian
+// has one folder more for libraries.
+constexpr const char *kFoldersFromModule[] = {"../share/zerix/racks", "../../share/zerix/racks"};
 
 bool IsFile(const std::filesystem::path &path)
 {
@@ -25,12 +29,19 @@ bool IsFile(const std::filesystem::path &path)
     return std::filesystem::is_regular_file(path, ignored);
 }
 
-// Where installed racks are looked for; a folder of the user's own comes first.
+// Where installed racks are looked for; a folder of the user's own comes first, then those that
+// belong to this very library.
 std::vector<std::filesystem::path> RackFolders()
 {
     std::vector<std::filesystem::path> folders;
     if (const char *own = std::getenv(kFolderVariable); own != nullptr && *own != '\0')
         folders.emplace_back(own);
+    const std::filesystem::path module =
+        os::FolderOfModuleWith(reinterpret_cast<const void *>(&IsFile));
+    if (!module.empty()) {
+        for (const char *folder : kFoldersFromModule)
+            folders.push_back((module / folder).lexically_normal());
+    }
     for (const char *folder : kInstalledFolders)
         folders.emplace_back(folder);
     return folders;

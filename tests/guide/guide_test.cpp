@@ -80,7 +80,8 @@ TEST(Guide, ShowsEveryExample)
         shown.insert(snippet.file);
     std::set<std::string> examples;
     for (const auto &entry : std::filesystem::directory_iterator(kTree + "/examples")) {
-        if (entry.path().extension() == ".c" || entry.path().extension() == ".conf")
+        if (std::set<std::string>{".c", ".cpp", ".conf"}.contains(
+                entry.path().extension().string()))
             examples.insert("examples/" + entry.path().filename().string());
     }
     EXPECT_EQ(shown, examples);
