@@ -6,7 +6,7 @@
 
 #include "camera/z_camera.h"
 #include "image/channel_layout.h"
-#include "image/kernels/dispatch.h"
+#include "image/kernels/lookup_map.h"
 
 namespace ZX {
 
@@ -17,10 +17,12 @@ constexpr float kFirstRedScale = 1.16f;
 constexpr float kFirstGreenScale = 1.0f;
 constexpr float kFirstBlueScale = 1.88f;
 
-constexpr std::array<uint8_t, 256> kIdentity = [] {
-    std::array<uint8_t, 256> map{};
-    for (size_t level = 0; level < map.size(); ++level)
-        map[level] = static_cast<uint8_t>(level);
+// Of the fourth byte.
+constexpr zerix::LookupMap8 kIdentity = [] {
+    zerix::LookupMap8 map{};
+    for (size_t level = 0; level < zerix::kByteLevels; ++level)
+        map.results[level] = static_cast<uint8_t>(level);
+    map.proportion = zerix::Proportion8{.whole = 1, .fraction = 0};
     return map;
 }();
 
@@ -40,34 +42,43 @@ void BuildTable(std::span<int32_t> table, float scale)
         table[level] = TableEntry(static_cast<double>(level) * static_cast<double>(scale), top);
 }
 
-// The lookup has one step less than levels: the top one stays as it is.
-template <typename Pixel>
-void BuildMap(std::span<const int32_t> table, std::span<Pixel> map)
+// The top level stays as it is.
+template <typename Map>
+void BuildMap(std::span<const int32_t> table, Map &map)
 {
+    using Pixel = std::remove_extent_t<decltype(map.results)>;
     for (size_t level = 0; level < table.size(); ++level)
-        map[level] = static_cast<Pixel>(std::max(table[level], 0));
-    map.back() = static_cast<Pixel>(map.size() - 1);
+        map.results[level] = static_cast<Pixel>(std::max(table[level], 0));
+    map.results[table.size() - 1] = static_cast<Pixel>(table.size() - 1);
+    zerix::FindProportionOf(map);
 }
 
 } // namespace
 
-static void SetScale(std::mutex &mutex, ZAutoWhiteBalance::ChannelTables &channel, float scale)
+struct ZAutoWhiteBalance::Maps {
+    zerix::LookupMap8 bytes;
+    zerix::LookupMap16 words;
+};
+
+void ZAutoWhiteBalance::SetScale(ChannelTables &channel, Maps &maps, float scale)
 {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(m_tablesMutex);
     channel.scale = scale;
     BuildTable(channel.for8Bit, scale);
     BuildTable(channel.for16Bit, scale);
-    BuildMap<uint8_t>(channel.for8Bit, channel.map8);
-    BuildMap<uint16_t>(channel.for16Bit, channel.map16);
+    BuildMap(channel.for8Bit, maps.bytes);
+    BuildMap(channel.for16Bit, maps.words);
 }
 
 ZAutoWhiteBalance::ZAutoWhiteBalance(bool calculateOnAllFrames)
-    : m_calculateOnAllFrames(calculateOnAllFrames)
+    : m_calculateOnAllFrames(calculateOnAllFrames), m_maps(std::make_unique<Maps[]>(3))
 {
     SetRedScale(kFirstRedScale);
     SetGreenScale(kFirstGreenScale);
     SetBlueScale(kFirstBlueScale);
 }
+
+ZAutoWhiteBalance::~ZAutoWhiteBalance() = default;
 
 float ZAutoWhiteBalance::GetRedScale() const
 {
@@ -87,11 +98,11 @@ float ZAutoWhiteBalance::GetBlueScale() const
     return m_blue.scale;
 }
 
-void ZAutoWhiteBalance::SetRedScale(float scale) { SetScale(m_tablesMutex, m_red, scale); }
+void ZAutoWhiteBalance::SetRedScale(float scale) { SetScale(m_red, m_maps[0], scale); }
 
-void ZAutoWhiteBalance::SetGreenScale(float scale) { SetScale(m_tablesMutex, m_green, scale); }
+void ZAutoWhiteBalance::SetGreenScale(float scale) { SetScale(m_green, m_maps[1], scale); }
 
-void ZAutoWhiteBalance::SetBlueScale(float scale) { SetScale(m_tablesMutex, m_blue, scale); }
+void ZAutoWhiteBalance::SetBlueScale(float scale) { SetScale(m_blue, m_maps[2], scale); }
 
 int16_t ZAutoWhiteBalance::Init(uint32_t, uint32_t) { return kFilterOk; }
 
@@ -143,28 +154,27 @@ int16_t ZAutoWhiteBalance::GreyWorld(uint8_t *image, uint8_t *red, uint8_t *gree
     const size_t count = size_t{width} * height;
     if (count == 0)
         return kFilterBadFormat;
-    const zerix::Kernels8 &kernels = zerix::ChosenKernels().bytes;
     const std::lock_guard lock(m_tablesMutex);
-    const uint8_t *const r = m_red.map8.data();
-    const uint8_t *const g = m_green.map8.data();
-    const uint8_t *const b = m_blue.map8.data();
+    const zerix::LookupMap8 *const r = &m_maps[0].bytes;
+    const zerix::LookupMap8 *const g = &m_maps[1].bytes;
+    const zerix::LookupMap8 *const b = &m_maps[2].bytes;
+    const zerix::LookupMap8 *const rgb[] = {r, g, b};
+    const zerix::LookupMap8 *const bgr[] = {b, g, r};
+    const zerix::LookupMap8 *const same = &kIdentity;
+    const zerix::LookupMap8 *const xrgb[] = {same, r, g, b};
+    const zerix::LookupMap8 *const bgrx[] = {b, g, r, same};
+    const zerix::LookupMap8 *const rgbx[] = {r, g, b, same};
     if (channels == 1) {
-        kernels.lookup1(red, count, r);
-        kernels.lookup1(green, count, g);
-        kernels.lookup1(blue, count, b);
+        zerix::MapPixels(red, count, {rgb, 1});
+        zerix::MapPixels(green, count, {rgb + 1, 1});
+        zerix::MapPixels(blue, count, {rgb + 2, 1});
     } else if (channels == 3) {
-        const uint8_t *const rgb[] = {r, g, b};
-        const uint8_t *const bgr[] = {b, g, r};
-        kernels.lookup3(image, count, format == kFormatBgr24 ? bgr : rgb);
+        zerix::MapPixels(image, count, format == kFormatBgr24 ? bgr : rgb);
     } else {
-        const uint8_t *const same = kIdentity.data();
-        const uint8_t *const xrgb[] = {same, r, g, b};
-        const uint8_t *const bgrx[] = {b, g, r, same};
-        const uint8_t *const rgbx[] = {r, g, b, same};
-        kernels.lookup4(image, count,
-                        format == kFormatXrgb32   ? xrgb
-                        : format == kFormatBgrx32 ? bgrx
-                                                  : rgbx);
+        zerix::MapPixels(image, count,
+                         format == kFormatXrgb32   ? xrgb
+                         : format == kFormatBgrx32 ? bgrx
+                                                   : rgbx);
     }
     return kFilterOk;
 }
@@ -176,17 +186,15 @@ int16_t ZAutoWhiteBalance::GreyWorld_16Bit(uint16_t *image, uint16_t *red, uint1
     const size_t count = size_t{width} * height;
     if (count == 0 || (channels != 1 && channels != 3))
         return kFilterBadFormat;
-    const zerix::Kernels16 &kernels = zerix::ChosenKernels().words;
     const auto bytes = [](uint16_t *pixels) { return reinterpret_cast<uint8_t *>(pixels); };
     const std::lock_guard lock(m_tablesMutex);
+    const zerix::LookupMap16 *const rgb[] = {&m_maps[0].words, &m_maps[1].words, &m_maps[2].words};
     if (channels == 1) {
-        kernels.lookup1(bytes(red), count, m_red.map16.data());
-        kernels.lookup1(bytes(green), count, m_green.map16.data());
-        kernels.lookup1(bytes(blue), count, m_blue.map16.data());
+        zerix::MapPixels(bytes(red), count, {rgb, 1});
+        zerix::MapPixels(bytes(green), count, {rgb + 1, 1});
+        zerix::MapPixels(bytes(blue), count, {rgb + 2, 1});
     } else {
-        const uint16_t *const maps[] = {m_red.map16.data(), m_green.map16.data(),
-                                        m_blue.map16.data()};
-        kernels.lookup3(bytes(image), count, maps);
+        zerix::MapPixels(bytes(image), count, rgb);
     }
     return kFilterOk;
 }

@@ -5,10 +5,13 @@
 #include <numeric>
 
 #include "image/kernels/dispatch.h"
+#include "image/kernels/proportion.h"
 
 namespace zerix {
 
 namespace {
+
+constexpr size_t kMostChannels = 4;
 
 template <typename Pixel>
 Pixel Clamp(int32_t value)
@@ -40,17 +43,72 @@ bool BuildFullMap(const int32_t *values, const int32_t *levels, size_t count, ui
     return true;
 }
 
+// The channels' proportions, or results, one beside the other as the kernels take them.
+template <typename Map>
+struct Channels {
+    using Proportion = typename decltype(Map::proportion)::value_type;
+    using Pixel = std::remove_extent_t<decltype(Map::results)>;
+
+    explicit Channels(std::span<const Map *const> maps)
+    {
+        for (size_t channel = 0; channel < maps.size(); ++channel) {
+            results[channel] = maps[channel]->results;
+            hasProportions &= maps[channel]->proportion.has_value();
+            proportions[channel] = maps[channel]->proportion.value_or(Proportion{});
+        }
+    }
+    const Pixel *results[kMostChannels] = {};
+    Proportion proportions[kMostChannels] = {};
+    bool hasProportions = true;
+};
+
 } // namespace
 
-void BuildLookupMap8(const int32_t *values, const int32_t *levels, size_t count, uint8_t *map)
+void BuildLookupMap(const int32_t *values, const int32_t *levels, size_t count, LookupMap8 &map)
 {
-    BuildMap(values, levels, count, map);
+    BuildMap(values, levels, count, map.results);
+    FindProportionOf(map);
 }
 
-void BuildLookupMap16(const int32_t *values, const int32_t *levels, size_t count, uint16_t *map)
+void BuildLookupMap(const int32_t *values, const int32_t *levels, size_t count, LookupMap16 &map)
 {
-    if (!BuildFullMap(values, levels, count, map))
-        BuildMap(values, levels, count, map);
+    if (!BuildFullMap(values, levels, count, map.results))
+        BuildMap(values, levels, count, map.results);
+    FindProportionOf(map);
+}
+
+void FindProportionOf(LookupMap8 &map)
+{
+    map.proportion = FindProportion(map.results, ChosenKernels().bytes);
+}
+
+void FindProportionOf(LookupMap16 &map)
+{
+    map.proportion = FindProportion(map.results, ChosenKernels().words);
+}
+
+void MapPixels(uint8_t *pixels, size_t count, std::span<const LookupMap8 *const> channels)
+{
+    const Kernels8 &kernels = ChosenKernels().bytes;
+    const Channels<LookupMap8> each(channels);
+    if (each.hasProportions)
+        kernels.scale(pixels, count, channels.size(), each.proportions);
+    else if (channels.size() == 1)
+        kernels.lookup1(pixels, count, each.results[0]);
+    else
+        (channels.size() == 3 ? kernels.lookup3 : kernels.lookup4)(pixels, count, each.results);
+}
+
+void MapPixels(uint8_t *pixels, size_t count, std::span<const LookupMap16 *const> channels)
+{
+    const Kernels16 &kernels = ChosenKernels().words;
+    const Channels<LookupMap16> each(channels);
+    if (each.hasProportions)
+        kernels.scale(pixels, count, channels.size(), each.proportions);
+    else if (channels.size() == 1)
+        kernels.lookup1(pixels, count, each.results[0]);
+    else
+        kernels.lookup3(pixels, count, each.results);
 }
 
 } // namespace zerix
