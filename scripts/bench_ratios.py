@@ -34,6 +34,43 @@ BAYER_TIMES = {
 # The image primitives tell themselves how many times the copy's time they take; what they may take.
 TIMES_THE_COPY = {'Gains8': 3.1, 'Gains16': 2.0, 'Pack3To8': 1.05}
 
+# The colour paths beside other libraries: how many times the copy's time each may take, and how many times
+# as fast as each peer it is to be.
+MOST_COPIES = {
+    'NearestRgb24': 0.8, 'NearestRgb48': 0.8, 'LinearRgb24': 1.9, 'LinearBgrx32': 1.3, 'LinearRgb48': 1.6,
+    'CubicRgb24': 4.0, 'CubicRgb48': 2.8, 'Gains8': 3.1, 'Gains16': 2.0, 'ThreePlanes': 1.05,
+}
+LEAST_SPEED = {
+    'NearestRgb24/OpenCvPieces': 5, 'NearestRgb48/OpenCvPieces': 4.5, 'LinearRgb24/OpenCvPieces': 2.7,
+    'LinearRgb24/OpenCvDemosaic': 1, 'LinearBgrx32/OpenCvPieces': 2.7, 'LinearRgb48/OpenCvPieces': 3,
+    'CubicRgb24/OpenCvPieces': 4, 'CubicRgb24/SwscalePlanes': 1.3, 'CubicRgb48/OpenCvPieces': 2.4,
+    'CubicRgb48/SwscalePlanes': 2.4, 'Gains8/OpenCvLut': 2.5, 'Gains16/OpenCvMultiply': 2,
+    'ThreePlanes/OpenCvMerge': 1,
+}
+
+
+def size_of(name):
+    return ' x '.join(part.partition(':')[2] for part in name.split('/') if part.startswith(('width:', 'height:')))
+
+
+def print_peers(medians):
+    """One line a path and size. Times of the processor: what else the machine does isn't counted."""
+    print('| Path | Size | Times of the copy (at most) | Times as fast as (at least) |')
+    print('|---|---|---|---|')
+    for name, run in medians.items():
+        path, who, rest = name.split('/', 2)
+        if who != 'Zerix':
+            continue
+        copies = run['cpu_time'] / medians[f'{path}/Copy/{rest}']['cpu_time']
+        peers = []
+        for other, theirs in medians.items():
+            first, peer, same = other.split('/', 2)
+            if first == path and same == rest and peer not in ('Zerix', 'Copy'):
+                least = LEAST_SPEED.get(f'{path}/{peer}')
+                wanted = f' ({least})' if least else ''
+                peers.append(f"{peer} {theirs['cpu_time'] / run['cpu_time']:.2f}{wanted}")
+        print(f"| {path} | {size_of(rest)} | {copies:.2f} ({MOST_COPIES[path]}) | {', '.join(peers)} |")
+
 
 def asked(name):
     if name.partition('/')[0] in BAYER_TIMES:
@@ -50,6 +87,8 @@ def asked(name):
 def main():
     runs = json.load(open(sys.argv[1], encoding='utf-8'))['benchmarks']
     medians = {r['run_name']: r for r in runs if r.get('aggregate_name') == 'median'}
+    if any('/Zerix/' in name for name in medians):
+        return print_peers(medians)
     print('| Benchmark | Median | Throughput against the copy | Asked for |')
     print('|---|---|---|---|')
     for name, run in medians.items():
@@ -72,7 +111,7 @@ def main():
             print(f"| {name} | {run['cpu_time']:.3g} {run['time_unit']} of the processor | | under 200 ms |")
         elif name.startswith('ListOpenClose'):
             print(f'| {name} | {time} | | under 20 ms |')
-    return 0
+    return None
 
 
 sys.exit(main())

@@ -9,6 +9,7 @@ BUILD_PACKAGES=(g++ cmake ninja-build ccache pkg-config googletest libtomlpluspl
 I386_PACKAGES=(g++-multilib)
 CHECK_PACKAGES=(clang-format clang-tidy python3)
 BENCH_PACKAGES=(libbenchmark-dev)
+PEER_PACKAGES=(libopencv-core-dev libopencv-imgproc-dev libdc1394-dev libswscale-dev)
 
 # Installs the Debian packages named that are missing; root, or sudo, is needed only then.
 need() {
