@@ -95,6 +95,12 @@ void EndHangingCalls(ZX::ZCamera &camera)
         hal::BeginClosing(onBus->GetHalCamera());
 }
 
+void EndHangingAccesses(ZX::ZCamera &camera)
+{
+    if (const auto *const onBus = dynamic_cast<ZX::TolvaneFWCamera *>(&camera))
+        hal::CancelHangingAccesses(onBus->GetHalCamera());
+}
+
 void BeginWatching(ZX::ZCamera &camera)
 {
     const kernel::DeviceHandle device = DeviceOf(camera);

@@ -31,6 +31,10 @@ void EndWatching(ZX::ZCamera &camera);
 // further ones.
 void EndHangingCalls(ZX::ZCamera &camera);
 
+// For a call that waits for another one: ends the register accesses that the other one hangs in,
+// and nothing else. Takes half a second at the most.
+void EndHangingAccesses(ZX::ZCamera &camera);
+
 // Puts a camera at the end of the list, as a listing would. The list owns it.
 void AppendCameraForTest(ZX::ZCamera *camera);
 

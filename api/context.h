@@ -114,6 +114,8 @@ public:
     {
         m_semaphore.Wait();
     }
+    // Taken already.
+    SemaphoreHold(ZX::ZSemaphore &semaphore, std::adopt_lock_t) : m_semaphore(semaphore) {}
     ~SemaphoreHold() { m_semaphore.Signal(); }
     SemaphoreHold(const SemaphoreHold &) = delete;
     SemaphoreHold &operator=(const SemaphoreHold &) = delete;

@@ -53,12 +53,14 @@ uint32_t GiveText(ExportedCall &call, ZerixHandle handle, char *text, uint32_t s
 uint32_t Zerix_GetInfo(ZerixHandle camera, uint32_t key, uint32_t *value)
 try {
     ExportedCall call(__func__, Info{key});
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      NotNull(value, ZERIX_ERROR_BAD_PARAMETER), Open(camera),
-                                      Exclusive(camera), HasContext(camera)))
+    if (const auto error =
+            call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
+                       NotNull(value, ZERIX_ERROR_BAD_PARAMETER), Open(camera), Exclusive(camera)))
         return call.End(error);
-    ZX::ZCamera &open = *CameraOf(camera);
-    const uint32_t error = ValueOf({open, *ContextOf(open)}, key, *value);
+    const ContextUse use(*CameraOf(camera));
+    if (use.Get() == nullptr)
+        return call.End(ZERIX_ERROR_DRIVER_FAULT);
+    const uint32_t error = ValueOf({*CameraOf(camera), *use.Get()}, key, *value);
     if (error == ZERIX_SUCCESS)
         diag::ZerixDebugOutputGetInfo(key, *value);
     return call.End(error);

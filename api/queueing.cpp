@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "api/camera_list.h"
 #include "api/context.h"
 #include "api/entry_queue.h"
 #include "api/exported_call.h"
@@ -116,10 +117,20 @@ uint32_t QueueSettings(ExportedCall &call, ZX::ZCamera &camera, ZerixContext &co
     return error;
 }
 
+// Takes a semaphore from a send that may hang in a register access, which is then ended. A callback
+// that is slow is waited for.
+ZX::ZSemaphore &Taken(ZX::ZSemaphore &semaphore, ZX::ZCamera &camera)
+{
+    constexpr uint32_t kBetweenLooksMilliseconds = 100;
+    while (!semaphore.WaitFor(kBetweenLooksMilliseconds))
+        EndHangingAccesses(camera);
+    return semaphore;
+}
+
 void AbortQueue(ZX::ZCamera &camera, ZerixContext &context)
 {
     {
-        const SemaphoreHold queue(*context.queueSemaphore);
+        const SemaphoreHold queue(Taken(*context.queueSemaphore, camera), std::adopt_lock);
         context.isAborted.store(true);
     }
     EmptyQueue(context);
@@ -173,7 +184,7 @@ try {
         return call.End(ZERIX_ERROR_DRIVER_FAULT);
     std::optional<SemaphoreHold> callbacks;
     if (!IsReceivingFor(*use.Get()))
-        callbacks.emplace(*use.Get()->callbackSemaphore);
+        callbacks.emplace(Taken(*use.Get()->callbackSemaphore, *CameraOf(camera)), std::adopt_lock);
     AbortQueue(*CameraOf(camera), *use.Get());
     return call.End(ZERIX_SUCCESS);
 } catch (const std::exception &) {

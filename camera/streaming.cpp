@@ -1,7 +1,5 @@
-// Starting and stopping the stream, taking one image, and what the hardware layer calls on its
-// receive thread. Callbacks of the application run with no lock held.
-#include <cinttypes>
-#include <cstdio>
+// Starting and stopping the stream, and taking one image. On the callers' threads; the callback of
+// the one image comes on the run loop's.
 #include <string>
 
 #include "camera/semaphore_lock.h"
@@ -14,7 +12,6 @@ namespace ZX {
 // Applications of 32 bits know the record by its layout.
 static_assert(sizeof(void *) != 4 || sizeof(ZImageReceivedCallbackStruct) == 12);
 
-using zerix::FrameRecord;
 using zerix::SemaphoreLock;
 
 namespace {
@@ -22,21 +19,10 @@ namespace {
 constexpr uint32_t kStreamingControlOffset = zerix::registers::kBulkDataControlOffset;
 constexpr uint32_t kSoftwareTriggerMode = 5;
 constexpr uint64_t kOneImageReserve = 5'000'000'000; // nanoseconds
-constexpr uint16_t kCameraLost = 0x1A;
 
 bool IsAbortable(uint32_t triggerMode)
 {
     return triggerMode == 0 || triggerMode == 5 || triggerMode == 8;
-}
-
-uint32_t BytesPerSample(uint32_t bitDepth) { return bitDepth / 8 + (bitDepth % 8 != 0 ? 1 : 0); }
-
-template <typename... Arguments>
-std::string Text(const char *format, Arguments... arguments)
-{
-    char text[160];
-    std::snprintf(text, sizeof text, format, arguments...);
-    return text;
 }
 
 } // namespace
@@ -127,13 +113,10 @@ void TolvaneFWCamera::SetReceiver(const StreamReceiver &receiver)
     callbackUserData = receiver.userData;
 }
 
-uint16_t TolvaneFWCamera::AddExternalImageBuffer(void *buffer)
+TolvaneFWCamera::StreamReceiver TolvaneFWCamera::Receiver()
 {
-    if (!DoesSupportExternalBuffers())
-        return 1;
-    const SemaphoreLock lock(externalSemaphore);
-    externalBuffers.push_back(buffer);
-    return kStatusOk;
+    const std::lock_guard lock(callbackMutex);
+    return {streamingCallback, callbackUserData};
 }
 
 uint16_t TolvaneFWCamera::SoftwareTrigger()
@@ -146,36 +129,13 @@ uint16_t TolvaneFWCamera::SoftwareTrigger()
     return WriteQuadlet(commandBlock.address + zerix::registers::kSoftwareTriggerOffset, 1);
 }
 
+// A commit holds the settings over its write.
 uint16_t TolvaneFWCamera::Abort()
 {
-    const SemaphoreLock settings(settingsSemaphore);
+    const SemaphoreLock settings(settingsSemaphore, CameraForThreads());
     const uint32_t error = HAL_ConditionSignal(imageCondition);
     abortPending = IsAbortable(GetTriggerMode());
     return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
-}
-
-// The frames in work ------------------------------------------------------------------------------
-
-uint16_t TolvaneFWCamera::IgnoreNextFrame() { return SetPSN(static_cast<uint8_t>(GetPSN() + 1)); }
-
-// Under frameQueueSemaphore.
-void TolvaneFWCamera::IgnoreFrameInfoVector() { frameInfoQueue.MarkAllStale(); }
-
-// Under frameQueueSemaphore. A frame that is still being assembled, by a receive thread that could
-// not be ended, is nobody's to free.
-void TolvaneFWCamera::ClearFrameInfoVector()
-{
-    while (tStFrameInfo *frame = frameInfoQueue.TakeOldestFinished())
-        frameRecords.Release(*frame);
-}
-
-bool TolvaneFWCamera::IsFrameValid(const tStFrameInfo &frame)
-{
-    if (!frame.valid.load(std::memory_order_relaxed))
-        return false;
-    if (GetImageWidth() * BytesPerSample(GetBitDepth()) * GetImageHeight() != frame.size)
-        return false;
-    return frame.status != kFrameStray || GetTriggerMode() != 0;
 }
 
 // One image --------------------------------------------------------------------------------------
@@ -245,153 +205,8 @@ void TolvaneFWCamera::GetOneImageCallback(ZImageReceivedCallbackStruct *record)
     camera.oneImage = record->image;
     camera.oneImageReady = true;
     if (const uint32_t error = HAL_ConditionSignal(camera.imageCondition))
-        zerix::os::DebugOutput(Text(
-            "GetOneImageCallback error %" PRIu32 " occurred calling HAL_ConditionSignal\n", error));
-}
-
-// On the receive thread ---------------------------------------------------------------------------
-
-tStFrameInfo *TolvaneFWCamera::PrivatePeekNewFrame()
-{
-    if (!streaming || abortPending) {
-        abortPending = false;
-        return nullptr;
-    }
-    if (isExternalBuffered && !HasExternalBuffer())
-        return nullptr;
-    DropNewestIfFull();
-    if (exposeDoneCallback.load() != nullptr)
-        HAL_ConditionSignal(exposeDoneCondition);
-    FrameRecord *record = frameRecords.Acquire();
-    if (record == nullptr)
-        return nullptr;
-    if (!GiveDataTo(*record)) {
-        frameRecords.Release(*record);
-        return nullptr;
-    }
-    FillFrameInfo(*record);
-    const SemaphoreLock queue(frameQueueSemaphore);
-    if (frameInfoQueue.PushFront(*record))
-        return record;
-    frameRecords.Release(*record);
-    return nullptr;
-}
-
-bool TolvaneFWCamera::HasExternalBuffer()
-{
-    const SemaphoreLock lock(externalSemaphore);
-    return !externalBuffers.empty();
-}
-
-// Where the application is too slow it loses the newest frame, not the oldest.
-void TolvaneFWCamera::DropNewestIfFull()
-{
-    const SemaphoreLock queue(frameQueueSemaphore);
-    if (frameInfoQueue.Count() < frameBufferLength)
-        return;
-    if (tStFrameInfo *newest = frameInfoQueue.TakeFrontIfFinished())
-        frameRecords.Release(*newest);
-}
-
-// The geometry is read once, so that size and geometry can't disagree.
-bool TolvaneFWCamera::GiveDataTo(FrameRecord &record)
-{
-    record.width = GetImageWidth();
-    record.height = GetImageHeight();
-    record.bitDepth = GetBitDepth();
-    record.size = record.width * record.height * BytesPerSample(record.bitDepth);
-    record.ownsData = !isExternalBuffered;
-    const SemaphoreLock lock(externalSemaphore);
-    if (record.ownsData) {
-        record.data = ZExImage::AllocateBuffer(record.size);
-    } else if (!externalBuffers.empty()) {
-        record.data = static_cast<uint8_t *>(externalBuffers.front());
-        externalBuffers.pop_front();
-    }
-    if (record.data == nullptr)
-        zerix::os::DebugOutput(Text(
-            "TolvaneFWCamera::PrivatePeekNewFrame - call to malloc with size %" PRIu32 " failed\n",
-            record.size));
-    return record.data != nullptr;
-}
-
-void TolvaneFWCamera::FillFrameInfo(FrameRecord &record)
-{
-    const SemaphoreLock settings(settingsSemaphore);
-    record.interlaced = IsInterlaced();
-    record.expected = record.interlaced ? record.size / 2 : record.size;
-    record.psn = GetPSN();
-    record.lineBytes = static_cast<uint16_t>(BytesPerSample(record.bitDepth) * record.width);
-    record.binning = GetSymmetricalBinningMode();
-    record.exposure = GetExposure();
-    record.normalizedGain = GetNormalizedGain();
-    record.startColour = GetRGBFilterStartColour();
-    record.session = streamSession;
-}
-
-tStFrameInfo *TolvaneFWCamera::PrivateGetNewFrame()
-{
-    const SemaphoreLock queue(frameQueueSemaphore);
-    return frameInfoQueue.Front();
-}
-
-void TolvaneFWCamera::PrivateImageHasArrived()
-{
-    HAL_CameraStopWaitingForFrame(CameraForThreads());
-}
-
-// The device is lost: whoever waits for a frame is told.
-void TolvaneFWCamera::PrivateImageHasTimedOut()
-{
-    const StreamReceiver receiver = Receiver();
-    ZImageReceivedCallbackStruct record{
-        .image = nullptr, .userData = receiver.userData, .error = kCameraLost};
-    if (receiver.callback != nullptr)
-        receiver.callback(&record);
-}
-
-TolvaneFWCamera::StreamReceiver TolvaneFWCamera::Receiver()
-{
-    const std::lock_guard lock(callbackMutex);
-    return {streamingCallback, callbackUserData};
-}
-
-tStFrameInfo *TolvaneFWCamera::PeekNewFrameCallback(void *context)
-{
-    return static_cast<TolvaneFWCamera *>(context)->PrivatePeekNewFrame();
-}
-
-tStFrameInfo *TolvaneFWCamera::GetNewFrameCallback(void *context)
-{
-    return static_cast<TolvaneFWCamera *>(context)->PrivateGetNewFrame();
-}
-
-void TolvaneFWCamera::ImageArrivedCallback(void *context)
-{
-    static_cast<TolvaneFWCamera *>(context)->PrivateImageHasArrived();
-}
-
-void TolvaneFWCamera::OverrunCallback(void *) { zerix::os::DebugOutput("OverrunCB called\n"); }
-
-void TolvaneFWCamera::TimedOutCallback(void *context)
-{
-    static_cast<TolvaneFWCamera *>(context)->PrivateImageHasTimedOut();
-}
-
-// A trace of what the camera wrote to the host, and nothing else.
-void TolvaneFWCamera::CameraAsyncWriteCallback(const uint8_t *data, uint32_t length)
-{
-    std::string text = "CameraAsyncWriteCallback:\n";
-    for (uint32_t i = 0; i < length; ++i) {
-        text += Text("%02x", unsigned{data[i]});
-        if (i % 16 == 15)
-            text += "\n";
-        else if (i % 8 == 7)
-            text += "  ";
-        else if (i % 4 == 3)
-            text += " ";
-    }
-    zerix::os::DebugOutput(text);
+        zerix::os::DebugOutput("GetOneImageCallback error " + std::to_string(error) +
+                               " occurred calling HAL_ConditionSignal\n");
 }
 
 } // namespace ZX

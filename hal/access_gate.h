@@ -4,19 +4,26 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <thread>
 #include <vector>
 
+#include "hal/kernel_driver.h"
+
 namespace zerix::hal {
 
 class AccessGate {
 public:
-    // On the bus for as long as it lives; false for one that is shut out.
+    // On the bus with its request for as long as it lives; false for one that is shut out. The
+    // request outlives it.
     class Pass {
     public:
-        explicit Pass(AccessGate &gate) : m_gate(gate), m_ticket(gate.Enter()) {}
+        Pass(AccessGate &gate, kernel::Overlapped &request)
+            : m_gate(gate), m_ticket(gate.Enter(request))
+        {
+        }
         ~Pass()
         {
             if (m_ticket)
@@ -39,13 +46,24 @@ public:
     // Waits until every access that is on the bus now is over. False if that takes longer.
     bool AwaitPresent(uint32_t timeoutMilliseconds);
 
+    // The same, and then calls `cancel` with the requests of those that are still there.
+    void EndPresent(uint32_t timeoutMilliseconds,
+                    const std::function<void(kernel::Overlapped &)> &cancel);
+
 private:
-    std::optional<uint64_t> Enter();
+    struct Access {
+        uint64_t ticket; // they count up
+        kernel::Overlapped *request;
+    };
+
+    std::optional<uint64_t> Enter(kernel::Overlapped &request);
     void Leave(uint64_t ticket);
+    bool AwaitBefore(uint64_t ticket, uint32_t timeoutMilliseconds,
+                     std::unique_lock<std::mutex> &lock);
 
     mutable std::mutex m_mutex;
     std::condition_variable m_left;
-    std::vector<uint64_t> m_onBus; // tickets, which count up
+    std::vector<Access> m_onBus;
     uint64_t m_nextTicket = 0;
     std::optional<std::thread::id> m_closer;
 };

@@ -105,6 +105,13 @@ void EndClosing(const HALCamera &camera)
         device->gate.EndClosing();
 }
 
+void CancelHangingAccesses(const HALCamera &camera)
+{
+    if (FWCameraDevice *device = LiveDeviceOf(camera))
+        device->gate.EndPresent(kAccessPatienceMilliseconds,
+                                [device](kernel::Overlapped &request) { device->Cancel(request); });
+}
+
 kernel::DeviceHandle OpenDeviceOf(const HALCamera &camera)
 {
     const FWCameraDevice *device = LiveDeviceOf(camera);

@@ -24,4 +24,9 @@ void BeginClosing(const HALCamera &camera);
 // The camera is closed, or stays open after all.
 void EndClosing(const HALCamera &camera);
 
+// For calls that wait for one that is at work with the camera: ends the register accesses that
+// hang, and nothing else, so that a stream goes on. Takes half a second at the most; whoever waits
+// for several accesses calls it again.
+void CancelHangingAccesses(const HALCamera &camera);
+
 } // namespace zerix::hal

@@ -51,6 +51,12 @@ void FWCameraDevice::CancelPending() const
         kernel::Driver().CancelPending(deviceHandle.load(std::memory_order_relaxed));
 }
 
+void FWCameraDevice::Cancel(kernel::Overlapped &request) const
+{
+    if (handleIsOpen.load(std::memory_order_acquire))
+        kernel::Driver().Cancel(deviceHandle.load(std::memory_order_relaxed), &request);
+}
+
 void FWCameraDevice::CloseDevice()
 {
     if (handleIsOpen.exchange(false, std::memory_order_acq_rel))

@@ -66,8 +66,9 @@ public:
         return result.completion == kernel::Completion::kDone;
     }
 
-    // Cancels every request that is pending.
+    // Cancels every request that is pending; this one.
     void CancelPending() const;
+    void Cancel(kernel::Overlapped &request) const;
 
     // Closes the device handle; whatever it held is given back by the driver. The number stays
     // behind, so that what still uses it fails as on any closed handle.

@@ -86,6 +86,10 @@ public:
 
     // True for the virtual bus, on which no thread or process priority is asked for.
     virtual bool IsSimulated() const = 0;
+
+    // Completes this one request with kErrorOperationAborted, if it is pending. Doesn't block. A
+    // driver that can't tell requests apart ends all of the device's.
+    virtual void Cancel(DeviceHandle device, Overlapped *) { CancelPending(device); }
 };
 
 // The driver of this process. Defined by bus/, which makes the choice at the first call; a test

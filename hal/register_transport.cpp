@@ -131,9 +131,9 @@ kernel::ControlResult WaitFor(FWCameraDevice &device, kernel::Overlapped &overla
     return device.Wait(&overlapped);
 }
 
-uint32_t SendWrite(FWCameraDevice &device, const WriteRequest &request, bool waitsForEver)
+uint32_t SendWrite(FWCameraDevice &device, const WriteRequest &request,
+                   kernel::Overlapped &overlapped, bool waitsForEver)
 {
-    kernel::Overlapped overlapped;
     auto result = device.Send(kernel::kControlAsyncWrite, request.Bytes(), request.Size(), nullptr,
                               0, &overlapped);
     const bool wasPending = result.completion == kernel::Completion::kPending;
@@ -154,7 +154,8 @@ uint32_t FWCameraWriteData(FWCameraDevice &device, uint32_t address, const uint3
     if (device.deviceHandle.load(std::memory_order_relaxed) == 0)
         return HAL_ERROR_NOT_CONNECTED;
     const std::lock_guard lock(*device.deviceMutex);
-    const AccessGate::Pass pass(device.gate);
+    kernel::Overlapped overlapped;
+    const AccessGate::Pass pass(device.gate, overlapped);
     if (!pass)
         return FailShutOut(HAL_ERROR_ASYNC_WRITE);
     if (count > kMostQuadlets)
@@ -166,7 +167,7 @@ uint32_t FWCameraWriteData(FWCameraDevice &device, uint32_t address, const uint3
         os::DebugOutput("FWCameraWriteData:NumberOfBytesToWrite is ZERO!");
     if (data == nullptr)
         return HAL_ERROR_NO_BUFFER;
-    return SendWrite(device, request, waitsForEver);
+    return SendWrite(device, request, overlapped, waitsForEver);
 }
 
 // A read that completes at once brings host order; one that pends brings what came over the bus.
@@ -178,11 +179,11 @@ uint32_t FWCameraReadData(FWCameraDevice &device, uint32_t address, uint32_t *da
         return HAL_ERROR_NO_BUFFER;
     if (count > kMostQuadlets)
         return HAL_ERROR_ASYNC_READ;
-    const AccessGate::Pass pass(device.gate);
+    kernel::Overlapped overlapped;
+    const AccessGate::Pass pass(device.gate, overlapped);
     if (!pass)
         return FailShutOut(HAL_ERROR_ASYNC_READ);
     const auto request = RequestFor(address, count);
-    kernel::Overlapped overlapped;
     const auto result = device.Send(kernel::kControlAsyncRead, &request, sizeof request, data,
                                     count * kQuadletBytes, &overlapped);
     if (result.completion == kernel::Completion::kDone)

@@ -1,9 +1,8 @@
 // Counting semaphores of the hardware layer. They have no owner: any thread may wait and signal.
+#include "hal/semaphores.h"
+
 #include <memory>
 #include <new>
-
-#include "platform/os.h"
-#include "zerix/zerix_hal.h"
 
 struct HALSemaphoreRecord {
     std::unique_ptr<zerix::os::Semaphore> semaphore;
@@ -17,6 +16,12 @@ constexpr uint32_t kInitialCount = 1;
 constexpr uint32_t kMaximumCount = 100;
 
 } // namespace
+
+os::WaitResult hal::SemaphoreTimedWait(HAL_Semaphore semaphore, uint32_t timeoutMilliseconds)
+{
+    return semaphore != nullptr ? semaphore->semaphore->Wait(timeoutMilliseconds)
+                                : os::WaitResult::kFailed;
+}
 
 uint32_t HAL_SemaphoreCreate(HAL_Semaphore *semaphore)
 {
@@ -32,9 +37,9 @@ uint32_t HAL_SemaphoreCreate(HAL_Semaphore *semaphore)
 
 uint32_t HAL_SemaphoreWait(HAL_Semaphore semaphore)
 {
-    if (semaphore == nullptr || semaphore->semaphore->Wait() != os::WaitResult::kSignalled)
-        return HAL_ERROR_SEMAPHORE;
-    return HAL_NO_ERROR;
+    return hal::SemaphoreTimedWait(semaphore, os::kWaitForever) == os::WaitResult::kSignalled
+               ? HAL_NO_ERROR
+               : HAL_ERROR_SEMAPHORE;
 }
 
 uint32_t HAL_SemaphoreSignal(HAL_Semaphore semaphore)

@@ -2,6 +2,7 @@
 // output know them so.
 #include "hal/z_semaphore.h"
 
+#include "hal/semaphores.h"
 #include "platform/os.h"
 
 namespace ZX {
@@ -22,6 +23,15 @@ void ZSemaphore::Wait()
 {
     if (HAL_SemaphoreWait(m_semaphore) != HAL_NO_ERROR)
         zerix::os::DebugOutput("ZSemaphore::ZSemaphore() call to HAL_SemaphoreWait failed\n");
+}
+
+bool ZSemaphore::WaitFor(uint32_t timeoutMilliseconds)
+{
+    using zerix::os::WaitResult;
+    const auto result = zerix::hal::SemaphoreTimedWait(m_semaphore, timeoutMilliseconds);
+    if (result == WaitResult::kFailed)
+        zerix::os::DebugOutput("ZSemaphore::ZSemaphore() call to HAL_SemaphoreWait failed\n");
+    return result != WaitResult::kTimedOut;
 }
 
 void ZSemaphore::Signal()

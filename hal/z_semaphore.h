@@ -1,6 +1,8 @@
 // A counting semaphore as an object: initial count 1, maximum 100. Any thread may wait and signal.
 #pragma once
 
+#include <cstdint>
+
 #include "zerix/zerix_export.h"
 #include "zerix/zerix_hal.h"
 
@@ -16,6 +18,9 @@ public:
 
     void Wait();
     void Signal();
+
+    // False if it could not be had in that time.
+    [[nodiscard]] bool WaitFor(uint32_t timeoutMilliseconds);
 
 private:
     HAL_Semaphore m_semaphore = nullptr;

@@ -225,6 +225,25 @@ void BusDevice::EndPending(uint32_t systemError)
     m_pending.clear();
 }
 
+void BusDevice::EndOne(const kernel::Overlapped *request, uint32_t systemError)
+{
+    const ControlResult ended = {Completion::kFailed, systemError, 0};
+    if (!m_queue.empty() && m_queue.front().request == request)
+        m_slotsFilled = 0;
+    std::erase_if(m_queue, [&](const Buffer &buffer) {
+        if (buffer.request != request)
+            return false;
+        m_requests.Finish(*buffer.request, ended);
+        return true;
+    });
+    std::erase_if(m_pending, [&](const Pending &pending) {
+        if (pending.request != request)
+            return false;
+        m_requests.Finish(*pending.request, ended);
+        return true;
+    });
+}
+
 void BusDevice::EndBuffers(uint32_t systemError)
 {
     for (const Buffer &buffer : m_queue)

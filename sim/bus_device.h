@@ -62,6 +62,8 @@ public:
     void EndBusEvents();
     // Ends all pending requests and buffers with an error.
     void EndPending(uint32_t systemError);
+    // Ends this request, if it is one of them.
+    void EndOne(const kernel::Overlapped *request, uint32_t systemError);
 
     [[nodiscard]] uint32_t ChannelCount() const;
     [[nodiscard]] uint32_t BandwidthCount() const

@@ -85,6 +85,13 @@ void BusDriver::CancelPending(DeviceHandle device)
 
 void BusDriver::Close(DeviceHandle device) { Bus().Close(device); }
 
+void BusDriver::Cancel(DeviceHandle device, Overlapped *overlapped)
+{
+    const std::lock_guard lock(Bus().Lock());
+    if (const auto opened = Bus().Device(device))
+        opened->EndOne(overlapped, kErrorOperationAborted);
+}
+
 } // namespace zerix::sim
 
 // The kernel driver that this library stands for. A null rack keeps the one that an application has

@@ -19,6 +19,7 @@ public:
     void CancelPending(kernel::DeviceHandle device) override;
     void Close(kernel::DeviceHandle device) override;
     bool IsSimulated() const override { return true; }
+    void Cancel(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override;
 };
 
 } // namespace zerix::sim

@@ -217,6 +217,34 @@ TEST_F(BusDriver, ARequestThatPendsCannotBeSentAgain)
     EXPECT_EQ(0u, Held().pendingRequests);
 }
 
+// Whether it waits for something or is a buffer; and what is over or was never sent is left alone.
+TEST_F(BusDriver, ARequestIsCancelledAlone)
+{
+    BusClient client;
+    ASSERT_EQ(0u, client.Connect(112));
+    client.QueueAll(2);
+    std::vector<uint8_t> buffer(112 * 30);
+    Overlapped last;
+    SimDriver().Control(client.handle, kControlQueueBuffer, buffer.data(), 3360, buffer.data(),
+                        3360, &last);
+    BusEventRecord record{};
+    Overlapped event;
+    SimDriver().Control(client.handle, kControlBusEventWait, &record, sizeof(record), &record,
+                        sizeof(record), &event);
+    Overlapped unsent;
+    SimDriver().Cancel(client.handle, &unsent);
+    EXPECT_EQ(3u, Held().queuedBuffers);
+    SimDriver().Cancel(client.handle, &last);
+    EXPECT_EQ(2u, Held().queuedBuffers);
+    EXPECT_EQ(995u, SimDriver().Wait(client.handle, &last).systemError);
+    EXPECT_EQ(1u, Held().pendingRequests);
+    SimDriver().Cancel(client.handle, &event);
+    EXPECT_EQ(995u, SimDriver().Wait(client.handle, &event).systemError);
+    EXPECT_EQ(0u, Held().pendingRequests);
+    SimDriver().Cancel(client.handle, &event);
+    EXPECT_EQ(2u, Held().queuedBuffers);
+}
+
 // A waiting thread ends, whichever way the wait is ended.
 TEST_F(BusDriver, CancelCloseAndUnplugEndAWait)
 {

@@ -111,6 +111,10 @@ public:
     void CancelPending(kernel::DeviceHandle device) override { m_bus->CancelPending(device); }
     void Close(kernel::DeviceHandle device) override { m_bus->Close(device); }
     bool IsSimulated() const override { return m_bus->IsSimulated(); }
+    void Cancel(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override
+    {
+        m_bus->Cancel(device, overlapped);
+    }
 
     std::mutex m_mutex;
     std::atomic<Passage::Watch> m_watch{nullptr};
