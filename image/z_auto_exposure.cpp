@@ -9,6 +9,7 @@
 #include "camera/z_camera.h"
 #include "image/image_input.h"
 #include "image/image_statistics.h"
+#include "image/z_bayer_interpolation.h"
 #include "image/z_ex_image.h"
 #include "image/z_image_pipeline.h"
 
@@ -136,6 +137,25 @@ private:
     uint16_t m_startColour = 0;
 };
 
+// The search's mosaics are of bytes. A Bayer filter that makes words of three colours would take
+// every two of them for one, and all of it for clipped; while the search runs it makes bytes.
+class BayerOfBytes {
+public:
+    explicit BayerOfBytes(ZCamera &camera)
+        : m_filter(*camera.GetBayerFilter()), m_format(m_filter.GetOutputFormat())
+    {
+        if (m_format == kFormatRgb48)
+            m_filter.SetOutputFormat(kFormatRgb24);
+    }
+    ~BayerOfBytes() { m_filter.SetOutputFormat(m_format); }
+    BayerOfBytes(const BayerOfBytes &) = delete;
+    BayerOfBytes &operator=(const BayerOfBytes &) = delete;
+
+private:
+    ZBayerInterpolation &m_filter;
+    const uint32_t m_format;
+};
+
 constexpr bool IsPassable(int16_t status)
 {
     return status == kFilterOk || status == kFilterNothingToDo;
@@ -216,6 +236,7 @@ int16_t ZAutoExposure::CalculateExposure(uint32_t x, uint32_t y, uint32_t width,
     camera->SetBitDepth(kSearchDepth);
     camera->UpdateSettingsOnCamera();
     StoppedWheel wheel(*camera);
+    const BayerOfBytes bayer(*camera);
     m_regionX = x;
     m_regionY = y;
     m_regionWidth = width;

@@ -5,6 +5,7 @@
 #include "image/z_auto_white_balance.h"
 #include "image/z_bayer_interpolation.h"
 #include "image/z_benchmate_ratio_correction.h"
+#include "image/z_image_pipeline.h"
 #include "image/z_rgb_filter_wheel.h"
 #include "tests/hal/counting_allocator.h"
 #include "tests/image/filter_camera.h"
@@ -116,6 +117,33 @@ TEST_F(FilterAllocations, RatioCorrection)
                       EXPECT_EQ(filter.Process(&in, &out), 0);
                   }),
                   0u);
+}
+
+// From the frame's buffer, which grows to the picture, to the picture's end; buffers come back.
+TEST_F(FilterAllocations, AChainOnImages)
+{
+    camera.getImageFormat = 2;
+    ZBenchmateRatioCorrection ratio(0);
+    ZBayerInterpolation bayer(4, 12);
+    const auto balance = std::make_unique<ZAutoWhiteBalance>(false);
+    ZImagePipeline pipeline;
+    pipeline.Setup(kWidth, kHeight);
+    for (ZImageFilter *filter :
+         std::initializer_list<ZImageFilter *>{&ratio, &bayer, balance.get()})
+        pipeline.AddFilter(filter);
+    EXPECT_EQ(AllocationsOf([&] {
+                  constexpr uint32_t kSize = kWidth * kHeight;
+                  uint8_t *const buffer = ZExImage::AllocateBuffer(kSize);
+                  std::memset(buffer, 7, kSize);
+                  ZExImage image(buffer, kSize, kWidth, kHeight, uint16_t{8}, 0, 1.0, 4,
+                                 uint16_t{2}, uint16_t{5}, uint16_t{0}, false, uint16_t{8},
+                                 uint16_t{0}, uint16_t{1}, false, uint16_t{0}, uint16_t{0},
+                                 static_cast<ZCamera *>(&camera), true, 0);
+                  bool isDone = false;
+                  EXPECT_EQ(pipeline.ProcessImage(&image, &isDone), 0);
+                  EXPECT_EQ(image.GetImageSize(), 3 * kSize);
+              }),
+              0u);
 }
 
 // On a camera whose setters take nothing themselves: the clamp makes them all the same.

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
+#include "camera/assembler/frame_buffer_pool.h"
 #include "image/z_auto_white_balance.h"
 #include "image/z_bayer_interpolation.h"
 #include "image/z_benchmate_ratio_correction.h"
@@ -206,6 +207,63 @@ TEST_F(Measurement, FailuresAreTold)
         return MakeImage(Bytes(16, 100), 4, 4, 4, 5, static_cast<ZCamera *>(&camera));
     };
     EXPECT_EQ(Measure(), 5); // a planar format
+}
+
+TEST_F(Measurement, EveryImageIsFreedTheLastOneToo)
+{
+    for (const uint8_t green : {uint8_t{100}, uint8_t{20}}) { // one pass, and six
+        zerix::FrameBuffers().Trim();
+        Paint(100, green, 100);
+        EXPECT_EQ(Measure(), 0);
+        EXPECT_EQ(zerix::FrameBuffers().IdleCount(), 1u);
+    }
+    EXPECT_EQ(camera.imagesTaken, 7);
+    camera.getOneImageStatus = 9; // an image all the same
+    EXPECT_EQ(Measure(), 9);
+    EXPECT_EQ(zerix::FrameBuffers().IdleCount(), 1u);
+}
+
+// Nothing is measured there: the means are those that the filter begins with, 128 each.
+TEST_F(Measurement, ARegionOutsideTheImageLeavesTheFirstMeans)
+{
+    Paint(10, 250, 10);
+    EXPECT_EQ(filter->Preprocess(4, 0, 4, 4, &camera), 0);
+    EXPECT_EQ(camera.imagesTaken, 1);
+    EXPECT_EQ(filter->GetRedScale(), 1.0f);
+    EXPECT_EQ(filter->GetGreenScale(), 1.0f);
+    EXPECT_EQ(filter->GetBlueScale(), 1.0f);
+}
+
+// 20 of 100: five times longer in each of the six passes.
+TEST_F(Measurement, AWheelsExposuresMoveInEveryPass)
+{
+    camera.getImageFormat = 3;
+    camera.getRGBFilterRedExposure = 1'000;
+    camera.getExposure = 2'000;
+    camera.getRGBFilterBlueExposure = 64'000'000;
+    Paint(20, 100, 200);
+    EXPECT_EQ(Measure(), 0);
+    EXPECT_EQ(camera.imagesTaken, 6);
+    EXPECT_EQ(camera.getRGBFilterRedExposure, 15'625'000u);
+    EXPECT_EQ(camera.getExposure, 2'000u);
+    EXPECT_EQ(camera.getRGBFilterBlueExposure, 1'000'000u);
+    EXPECT_EQ(camera.calls.size(), 24u);
+}
+
+// The scales that stand move them, in this case twice blue.
+TEST_F(Measurement, AWheelWithoutLightIsMovedByTheScalesThatStand)
+{
+    camera.getImageFormat = 3;
+    camera.getRGBFilterRedExposure = 1'000;
+    camera.getExposure = 2'000;
+    camera.getRGBFilterBlueExposure = 1'000;
+    filter->SetRedScale(1.0f);
+    filter->SetBlueScale(2.0f);
+    Paint(0, 0, 0);
+    EXPECT_EQ(Measure(), 0);
+    EXPECT_EQ(camera.getRGBFilterRedExposure, 1'000u);
+    EXPECT_EQ(camera.getExposure, 2'000u);
+    EXPECT_EQ(camera.getRGBFilterBlueExposure, 64'000u);
 }
 
 } // namespace

@@ -102,6 +102,30 @@ TEST_F(Gains, WhatIsNoColourImageGets31)
     }
 }
 
+// Whether there is colour is asked of the output, where it lies of the input.
+TEST_F(Gains, TheOutputsFormatDecidesAndTheInputsIsTheLayout)
+{
+    const auto run = [this](uint32_t inputFormat, uint32_t outputFormat) {
+        const ExactBuffer image(Bytes{10, 20, 30});
+        ZInImageBufferStruct in{.size = 3,
+                                .width = 1,
+                                .height = 1,
+                                .bitDepth = 8,
+                                .imageFormat = inputFormat,
+                                .camera = &camera};
+        out = {.pBuffer = image.Data(), .imageFormat = outputFormat};
+        const int16_t status = filter->Process(&in, &out);
+        result = image.Bytes();
+        return status;
+    };
+    EXPECT_EQ(run(12, 4), 31);
+    EXPECT_EQ(run(4, 12), 29);
+    EXPECT_EQ(result, (Bytes{10, 20, 30}));
+    EXPECT_EQ(run(8, 12), 0);
+    EXPECT_EQ(result, (Bytes{20, 10, 45})); // blue, green, red
+    EXPECT_EQ(out.imageFormat, 8u);
+}
+
 TEST_F(Gains, AFormatThatDoesNotSuitTheDepthGets29)
 {
     for (const uint32_t format : {7u, 10u})

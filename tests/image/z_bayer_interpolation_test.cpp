@@ -190,6 +190,30 @@ TEST_F(Bayer, AnUnknownPatternIsRedFirst)
     }
 }
 
+// The planes are enlarged one like the other, not each from its own place in the cell: an edge that
+// runs through cells leaves them coloured, here blue, as only their blue lies beyond it.
+TEST_F(Bayer, AnEdgeThroughACellHasFringes)
+{
+    Bytes mosaic; // R G / G B; black, white from the fourth column on
+    for (int row = 0; row < 8; ++row)
+        mosaic.insert(mosaic.end(), {0, 0, 0, 240, 240, 240, 240, 240});
+    EXPECT_EQ(Run(mosaic, 8, 8, 5, 12, 2), 0);
+    const auto rowOf = [this](size_t channel) {
+        Bytes levels;
+        for (size_t column = 0; column < 8; ++column)
+            levels.push_back(result[(3 * 8 + column) * 3 + channel]);
+        return levels;
+    };
+    EXPECT_EQ(rowOf(0), (Bytes{0, 0, 0, 0, 240, 240, 240, 240}));
+    EXPECT_EQ(rowOf(1), (Bytes{0, 0, 120, 120, 240, 240, 240, 240}));
+    EXPECT_EQ(rowOf(2), (Bytes{0, 0, 240, 240, 240, 240, 240, 240}));
+    EXPECT_EQ(Run(mosaic, 8, 8, 5, 12, 1), 0);
+    // Steps of 3/7 cell: 0, 3/7, 6/7, 1 2/7, 1 5/7, 2 1/7, 2 4/7, 3.
+    EXPECT_EQ(rowOf(0), (Bytes{0, 0, 0, 69, 171, 240, 240, 240}));
+    EXPECT_EQ(rowOf(1), (Bytes{0, 51, 103, 154, 206, 240, 240, 240}));
+    EXPECT_EQ(rowOf(2), (Bytes{0, 103, 206, 240, 240, 240, 240, 240}));
+}
+
 class BayerSizes : public Bayer, public testing::WithParamInterface<uint16_t> {
 protected:
     // Through the pipeline's way and through planes of exact size.

@@ -130,8 +130,10 @@ TEST_F(Ratio, AnotherCameraGets31)
 
 TEST_F(Ratio, AWholeFrameGets31)
 {
-    EXPECT_EQ(Run({1, 2, 3, 4}, 4, 1, 8, 1, false), 31);
-    EXPECT_EQ(out.size, 0u);
+    for (const uint32_t binning : {1u, 0u}) {
+        EXPECT_EQ(Run({1, 2, 3, 4}, 4, 1, 8, binning, false), 31);
+        EXPECT_EQ(out.size, 0u);
+    }
 }
 
 TEST_F(Ratio, BinningByTwoKeepsTheOrderOfTheColours)
