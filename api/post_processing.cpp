@@ -99,6 +99,24 @@ void DescribeResult(const Zerix_Frame &in, const ZX::ZOutImageBufferStruct &resu
     out.size = Zerix_CalcImageSize(format, result.width, result.height);
 }
 
+// The stream and other calls share the filters: from the format to the last pixel nobody may set
+// another, whose pixels the frame's buffer has no room for.
+uint32_t RunPipeline(ZerixContext &context, uint32_t format, uint32_t algorithm,
+                     const Zerix_Frame &in, ZX::ZOutImageBufferStruct &output)
+{
+    const std::lock_guard lock(context.processingMutex);
+    const int16_t status = context.postProcessingPipeline->SetOutputFormat(format);
+    if (algorithm == 0)
+        return ZERIX_ERROR_BAD_PARAMETER;
+    static_cast<void>(SelectAlgorithm(*context.bayerFilter, algorithm));
+    if (const uint32_t error = MapCameraStatus(static_cast<uint16_t>(status)))
+        return error;
+    ZX::ZInImageBufferStruct input = InputOf(in);
+    bool isDone = false;
+    context.postProcessingPipeline->ProcessImage(&input, &output, &isDone);
+    return ZERIX_SUCCESS;
+}
+
 // The camera is the one that the frame comes from, whichever the call names.
 uint32_t ProcessFrame(ExportedCall &call, const Zerix_Settings *settings, const Zerix_Frame &in,
                       Zerix_Frame &out)
@@ -113,23 +131,28 @@ uint32_t ProcessFrame(ExportedCall &call, const Zerix_Settings *settings, const 
     const ContextUse use(*CameraOf(in.camera));
     if (use.Get() == nullptr)
         return ZERIX_ERROR_DRIVER_FAULT;
-    ZerixContext &context = *use.Get();
-    ZX::ZInImageBufferStruct input = InputOf(in);
-    ZX::ZOutImageBufferStruct output = OutputOf(out, format);
-    const int16_t status = context.postProcessingPipeline->SetOutputFormat(format);
     uint32_t algorithm = 0;
     Zerix_GetParam(settings, zprmPostProcessBayerAlgorithm, &algorithm);
+    ZX::ZOutImageBufferStruct output = OutputOf(out, format);
+    const uint32_t error = RunPipeline(*use.Get(), format, algorithm, in, output);
     if (algorithm == 0)
-        return ZERIX_ERROR_BAD_PARAMETER;
-    static_cast<void>(SelectAlgorithm(*context.bayerFilter, algorithm));
-    const uint32_t error = MapCameraStatus(static_cast<uint16_t>(status));
-    bool isDone = false;
-    if (error == ZERIX_SUCCESS)
-        context.postProcessingPipeline->ProcessImage(&input, &output, &isDone);
+        return error;
     DescribeResult(in, output, format, out);
     out.format = format;
     diag::ZerixDebugOutputFrame(&out);
     return error;
+}
+
+// Under the same lock. The filter's status; 1 for an algorithm that nobody knows.
+int16_t RunBayerFilter(ZerixContext &context, uint32_t algorithm, const Zerix_Frame &in,
+                       ZX::ZOutImageBufferStruct &output, uint32_t format)
+{
+    const std::lock_guard lock(context.processingMutex);
+    context.bayerFilter->SetOutputFormat(format);
+    if (!SelectAlgorithm(*context.bayerFilter, algorithm))
+        return kBayerNotDone;
+    ZX::ZInImageBufferStruct input = InputOf(in);
+    return context.bayerFilter->Process(&input, &output);
 }
 
 void MakeColour(uint32_t algorithm, const Zerix_Frame &in, Zerix_Frame &out)
@@ -137,13 +160,8 @@ void MakeColour(uint32_t algorithm, const Zerix_Frame &in, Zerix_Frame &out)
     const ContextUse use(*CameraOf(in.camera));
     if (use.Get() == nullptr)
         return;
-    ZerixContext &context = *use.Get();
-    ZX::ZInImageBufferStruct input = InputOf(in);
     ZX::ZOutImageBufferStruct output = OutputOf(out, out.format);
-    context.bayerFilter->SetOutputFormat(out.format);
-    if (!SelectAlgorithm(*context.bayerFilter, algorithm))
-        return;
-    if (context.bayerFilter->Process(&input, &output) != kBayerNotDone)
+    if (RunBayerFilter(*use.Get(), algorithm, in, output, out.format) != kBayerNotDone)
         DescribeResult(in, output, out.format, out);
 }
 

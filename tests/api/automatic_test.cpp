@@ -126,6 +126,37 @@ TEST_F(Automatic, ExposureStoresWhatTheCameraHas)
                "Zerix_AutoExpose - New blue exposure: 30000 ns", EndLine("Zerix_AutoExpose")}));
 }
 
+// Green's decides; of the others nobody asks.
+TEST_F(Automatic, AnExposureOutsideTheLimitsEndsTheCallUnsent)
+{
+    camera->getOneImageStatus = 21;
+    camera->getRGBFilterRedExposure = 999;
+    camera->getRGBFilterBlueExposure = 1'000'000'001;
+    EXPECT_EQ(Zerix_AutoExpose(&current, 0, 0, 100, 100), 0u);
+    for (const uint64_t exposure : {uint64_t{999}, uint64_t{1'000'000'001}}) {
+        camera->getExposure = exposure;
+        camera->calls.clear();
+        Take();
+        EXPECT_EQ(Zerix_AutoExpose(&current, 0, 0, 100, 100), 2u);
+        EXPECT_EQ(camera->calls,
+                  (std::vector<std::string>{"SetBitDepth 8", "UpdateSettingsOnCamera"}));
+        EXPECT_EQ(Take().back(),
+                  EndingLine("Zerix_AutoExpose", "one of the parameters used is not valid.", 2));
+    }
+}
+
+// The search comes first, the send last.
+TEST_F(Automatic, ExposureIsSearchedThenSentAndAFailedSendIsNotTold)
+{
+    camera->getOneImageStatus = 21;
+    camera->statusOf["SetExposure"] = 9;
+    EXPECT_EQ(Zerix_AutoExpose(&current, 0, 0, 100, 100), 0u);
+    ASSERT_GT(camera->calls.size(), 2u);
+    EXPECT_EQ(camera->calls[0], "SetBitDepth 8");
+    EXPECT_EQ(camera->calls[1], "UpdateSettingsOnCamera");
+    EXPECT_EQ(std::count(camera->calls.begin(), camera->calls.end(), "SetExposure 123456000"), 1);
+}
+
 TEST_F(Automatic, BalanceOfAPictureWithoutColourDoesNothing)
 {
     for (const uint32_t format : {0u, 1u, 2u, 3u, 13u, 14u}) {
@@ -183,6 +214,38 @@ TEST_F(Automatic, BalanceStoresAWheelsExposures)
     EXPECT_NE(std::find(lines.begin(), lines.end(),
                         "Zerix_WhiteBalance - New green exposure: 123456000 ns"),
               lines.end());
+}
+
+// Red, green, blue: the first that can't be stored ends the call, before anything is sent.
+TEST_F(Automatic, BalanceEndsWithAWheelsExposureOutsideTheLimits)
+{
+    tables::SetSlot32(&current, zprmPostProcessImageFormat, zfmtRgb24);
+    uint64_t *const exposures[] = {&camera->getRGBFilterRedExposure, &camera->getExposure,
+                                   &camera->getRGBFilterBlueExposure};
+    for (uint64_t *const exposure : exposures) {
+        const uint64_t before = *exposure;
+        *exposure = 999;
+        GiveImage(80, 120, 160);
+        camera->calls.clear();
+        Take();
+        EXPECT_EQ(Balance(), 2u);
+        EXPECT_TRUE(camera->calls.empty());
+        const Lines lines = Take();
+        EXPECT_EQ(lines.back(),
+                  EndingLine("Zerix_WhiteBalance", "one of the parameters used is not valid.", 2));
+        EXPECT_NE(std::find(lines.begin(), lines.end(), "Zerix_WhiteBalance - New blue gain: 750"),
+                  lines.end());
+        *exposure = before;
+    }
+}
+
+TEST_F(Automatic, BalanceDoesNotTellOfAFailedSend)
+{
+    tables::SetSlot32(&current, zprmPostProcessImageFormat, zfmtRgb24);
+    GiveImage(80, 120, 160);
+    camera->statusOf["SetExposure"] = 9;
+    EXPECT_EQ(Balance(), 0u);
+    EXPECT_EQ(std::count(camera->calls.begin(), camera->calls.end(), "SetExposure 123456000"), 1);
 }
 
 TEST_F(Automatic, BalanceTellsOfAFailedMeasurement)

@@ -1,9 +1,14 @@
 // Frames that the application kept, processed by exported calls.
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <future>
 #include <memory>
+#include <thread>
 
 #include "image/z_bayer_interpolation.h"
+#include "image/z_ex_image.h"
+#include "image/z_image_pipeline.h"
 #include "tests/api/settings_fixture.h"
 
 namespace zerix::api {
@@ -133,6 +138,111 @@ TEST_F(PostProcessing, AMosaicBecomesColour)
     EXPECT_EQ(Pixels(5), (Bytes{40, 25, 20, 255, 40}));
     EXPECT_EQ(out.size, 16u);
     EXPECT_EQ(out.format, 11u);
+}
+
+// The ratio first, then the mosaic, then the gains: 8 columns binned by 2 are two cells.
+TEST_F(PostProcessing, TheFiltersRunInTheirOrder)
+{
+    camera->getModel = 8;
+    ContextOf(*camera)->whiteBalance->SetRedScale(2.0f);
+    mosaic = {10, 20, 20, 40, 60, 20, 61, 41,  // R G R G ...
+              30, 50, 50, 70, 31, 90, 30, 91}; // G B G B ...
+    in.pBuffer = mosaic.data();
+    in.size = 16;
+    in.width = 8;
+    in.binning = 2;
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(out.width, 4u);
+    EXPECT_EQ(out.height, 2u);
+    EXPECT_EQ(out.size, 24u);
+    // Rows of 15 30 60 30 and 40 60 30 90; red 15 and 60 twice over, green 15 + 20 and 15 + 15.
+    const Bytes row{30, 35, 60, 30, 35, 60, 120, 30, 90, 120, 30, 90};
+    Bytes expected = row;
+    expected.insert(expected.end(), row.begin(), row.end());
+    EXPECT_EQ(Pixels(24), expected);
+}
+
+// Frames pass the camera's own pipeline as they arrive: a mosaic stays one there.
+TEST_F(PostProcessing, TheCamerasOwnPipelineHoldsTheWheelAlone)
+{
+    camera->getModel = 8;
+    uint8_t *const buffer = ZX::ZExImage::AllocateBuffer(16);
+    for (uint8_t pixel = 0; pixel < 16; ++pixel)
+        buffer[pixel] = pixel;
+    ZX::ZExImage image(buffer, 16, 4, 4, uint16_t{8}, 0, 1.0, zfmtBayer8, uint16_t{2}, uint16_t{5},
+                       uint16_t{0}, false, uint16_t{0}, uint16_t{0}, uint16_t{2}, false,
+                       uint16_t{0}, uint16_t{0}, static_cast<ZX::ZCamera *>(camera), true, 0);
+    ZX::ZImagePipeline &pipeline = *camera->GetImagePipeline();
+    pipeline.Setup(4, 4);
+    bool isDone = false;
+    EXPECT_EQ(pipeline.ProcessImage(&image, &isDone), 31);
+    EXPECT_EQ(image.GetImageSize(), 16u);
+    EXPECT_EQ(image.GetImageData()[15], 15);
+    EXPECT_TRUE(pipeline.RemoveFilter(ContextOf(*camera)->filterWheel.get()));
+    EXPECT_EQ(pipeline.ProcessImage(&image, &isDone), 30);
+}
+
+// Runs something in the middle of a chain.
+class Interruption : public ZX::ZImageFilter {
+public:
+    explicit Interruption(std::function<void()> work) : m_work(std::move(work)) {}
+    int16_t Process(ZX::ZInImageBufferStruct *, ZX::ZOutImageBufferStruct *) override
+    {
+        m_work();
+        return 31;
+    }
+    int16_t Init(uint32_t, uint32_t) override { return 0; }
+    int16_t SetOutputFormat(uint32_t) override { return 0; }
+
+private:
+    std::function<void()> m_work;
+};
+
+// A frame's buffer has room for the format that its call asked for: settings that another thread
+// sends meanwhile wait for the last pixel.
+TEST_F(PostProcessing, AnotherFormatIsNotTakenWhileAFrameIsProcessed)
+{
+    ZerixContext &context = *ContextOf(*camera);
+    Zerix_Settings other = {};
+    Zerix_CreateCameraSettingsStruct(&other);
+    ASSERT_EQ(Zerix_ReadDefaultSettings(HandleOf(*camera), &other), 0u);
+    tables::SetSlot32(&other, zprmPostProcessImageFormat, zfmtRgb48);
+    std::promise<uint32_t> sent;
+    std::future<uint32_t> result = sent.get_future();
+    std::thread sender;
+    Interruption interruption([&] {
+        sender = std::thread(
+            [&] { sent.set_value(Zerix_SendSettingsToCam(HandleOf(*camera), &other)); });
+        EXPECT_EQ(result.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    });
+    context.postProcessingPipeline->RemoveFilter(context.bayerFilter);
+    context.postProcessingPipeline->AddFilter(&interruption);
+    context.postProcessingPipeline->AddFilter(context.bayerFilter);
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(Pixels(13), (Bytes{10, 25, 40, 10, 25, 40, 10, 25, 40, 10, 25, 40, 0xEE}));
+    sender.join();
+    EXPECT_EQ(result.get(), 0u);
+    EXPECT_EQ(context.bayerFilter->GetOutputFormat(), 10u);
+    context.postProcessingPipeline->RemoveFilter(&interruption);
+    Zerix_ReleaseCameraSettingsStruct(&other);
+}
+
+TEST_F(PostProcessing, TheResultIsLoggedAsAFrame)
+{
+    Configure("outputEnabled = 1\noutputFrame = 1\n");
+    diag::ZLogOpen();
+    EXPECT_EQ(Process(), 0u);
+    const Lines lines = Take();
+    const auto at = std::find(lines.begin(), lines.end(), "Zerix_Frame structure:");
+    ASSERT_EQ(lines.end() - at, 13);
+    EXPECT_EQ(Lines(at + 2, lines.end()),
+              (Lines{"Buffer size: 64", "Format: 12", "Width: 2", "Height: 2", "Size: 12",
+                     "Bit Depth: 8", "Frame Number: 0", "Bayer Pattern: 0", "Error Code: 0",
+                     "Time Stamp: 0", EndLine("Zerix_PostProcessSingleFrame")}));
+    in.format = zfmtMono8; // a copy isn't
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(Take(), (Lines{"Zerix_PostProcessSingleFrame start",
+                             EndLine("Zerix_PostProcessSingleFrame")}));
 }
 
 TEST_F(PostProcessing, PatternsCountFrom0)
