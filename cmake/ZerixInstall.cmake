@@ -72,13 +72,15 @@ foreach(name IN ITEMS zerix zerix-sim)
 endforeach()
 
 # ---- The tool. In /usr the loader finds the library by itself.
-if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-  set_target_properties(zerix_tool PROPERTIES INSTALL_RPATH "")
-else()
-  file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-  set_target_properties(zerix_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
+if(TARGET zerix_tool)
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set_target_properties(zerix_tool PROPERTIES INSTALL_RPATH "")
+  else()
+    file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+    set_target_properties(zerix_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
+  endif()
+  install(TARGETS zerix_tool RUNTIME COMPONENT tools)
 endif()
-install(TARGETS zerix_tool RUNTIME COMPONENT tools)
 file(GLOB racks CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/racks/*.toml)
 install(FILES ${racks} DESTINATION ${ZERIX_DATA_FOLDER}/racks COMPONENT tools)
 
@@ -113,3 +115,8 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOC
         FILES_MATCHING PATTERN "*.c" PATTERN "*.h" PATTERN "*.cpp" PATTERN "*.conf")
 install(FILES ${zerix_packaging}/examples.cmake RENAME CMakeLists.txt
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
+
+# ---- The notices of what others wrote. Each Debian package has them in its own place.
+install(FILES ${zerix_packaging}/debian/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT notices)
+
+include(ZerixPackage)
