@@ -117,11 +117,11 @@ std::string ErrorText(uint32_t systemError);
 
 // One line of the hardware layer's running commentary. Goes where the configuration value
 // DebugOutput says: off (the default away from Windows), stderr, syslog, or the path of a file that
-// is appended to; on Windows to the debugger.
+// is appended to. On Windows the default is the debugger, and syslog is, too.
 void DebugOutput(const std::string &text);
 
 // Tests listen in here; an empty function takes the listener away. While there is one, nothing goes
-// to the configured place.
+// to the configured place, and the failure box comes here as the line that it is elsewhere.
 void SetDebugOutputForTest(std::function<void(const std::string &)> listener);
 
 // A modal box with one button on Windows; elsewhere one line of debug output, "title: text".

@@ -1,0 +1,178 @@
+// Sending, awaiting and giving up the requests of one open device.
+#include "bus/windows/pending_requests.h"
+
+#include <new>
+
+namespace zerix::bus {
+
+using namespace kernel;
+
+namespace {
+
+// How long a close waits for cancelled requests, before and after the handle is closed.
+constexpr uint32_t kPatienceMilliseconds = 1000;
+
+// A device that is gone answers with one of several errors, as the system happens to notice it.
+uint32_t PortError(uint32_t systemError)
+{
+    switch (systemError) {
+    case kErrorDeviceNotExist:
+    case kErrorNoSuchDevice:
+    case kErrorDeviceRemoved:
+        return kErrorDeviceNotConnected;
+    default:
+        return systemError;
+    }
+}
+
+constexpr ControlResult kPendingResult = {Completion::kPending, 0, 0};
+
+ControlResult Done(uint32_t bytes) { return {Completion::kDone, 0, bytes}; }
+
+ControlResult Failed(uint32_t systemError)
+{
+    return {Completion::kFailed, PortError(systemError), 0};
+}
+
+// What the caller's block holds: the request while it is pending, its result afterwards.
+enum Word { kRequestWord, kCompletionWord, kErrorWord, kBytesWord };
+
+void Store(Overlapped &overlapped, const ControlResult &result)
+{
+    overlapped.driverWords[kCompletionWord] = static_cast<uintptr_t>(result.completion);
+    overlapped.driverWords[kErrorWord] = result.systemError;
+    overlapped.driverWords[kBytesWord] = result.bytesReturned;
+}
+
+ControlResult Stored(const Overlapped &overlapped)
+{
+    return {static_cast<Completion>(overlapped.driverWords[kCompletionWord]),
+            static_cast<uint32_t>(overlapped.driverWords[kErrorWord]),
+            static_cast<uint32_t>(overlapped.driverWords[kBytesWord])};
+}
+
+} // namespace
+
+// Nobody is inside any more, but there may be requests that nobody waited for. One that even the
+// closed handle doesn't end keeps its block and its event for ever: the system may yet write there.
+PendingRequests::~PendingRequests()
+{
+    CancelAll();
+    AwaitAll();
+    m_system.CloseHandle(m_device);
+    if (!AwaitAll()) {
+        static_cast<void>(new (std::nothrow) std::list<Request>(std::move(m_requests)));
+        return;
+    }
+    for (const Request &request : m_requests)
+        m_system.CloseHandle(request.block.event);
+}
+
+ControlResult PendingRequests::Send(uint32_t code, const Buffers &buffers, Overlapped *overlapped)
+{
+    Request *const request = Take();
+    if (request == nullptr)
+        return Failed(kErrorNotEnoughMemory);
+    uint32_t bytes = 0;
+    if (m_system.DeviceIoControl(m_device, code, buffers.in, buffers.inBytes, buffers.out,
+                                 buffers.outBytes, &bytes, &request->block)) {
+        GiveBack(*request);
+        return Done(bytes);
+    }
+    if (const uint32_t error = m_system.LastError(); error != kErrorIoPending) {
+        GiveBack(*request);
+        return Failed(error);
+    }
+    CancelIfClosed();
+    if (overlapped == nullptr)
+        return ResultOf(*request, nullptr);
+    const std::lock_guard lock(m_mutex);
+    overlapped->driverWords[kRequestWord] = reinterpret_cast<uintptr_t>(request);
+    return kPendingResult;
+}
+
+ControlResult PendingRequests::Wait(Overlapped &overlapped)
+{
+    if (Request *const request = RequestIn(overlapped))
+        Store(overlapped, ResultOf(*request, &overlapped));
+    return Stored(overlapped);
+}
+
+// Under the lock, so that the request can't be over and on its way for somebody else by then.
+void PendingRequests::Cancel(Overlapped &overlapped)
+{
+    const std::lock_guard lock(m_mutex);
+    if (auto *const request = reinterpret_cast<Request *>(overlapped.driverWords[kRequestWord]))
+        m_system.CancelIo(m_device, &request->block);
+}
+
+void PendingRequests::Close()
+{
+    m_isClosed.store(true);
+    CancelAll();
+}
+
+PendingRequests::Request *PendingRequests::Take()
+{
+    const std::lock_guard lock(m_mutex);
+    for (Request &request : m_requests)
+        if (!request.isInUse) {
+            request.isInUse = true;
+            return &request;
+        }
+    try {
+        Request &request = m_requests.emplace_back();
+        request.block.event = m_system.CreateEvent();
+        request.isInUse = request.block.event != 0;
+        if (request.isInUse)
+            return &request;
+        m_requests.pop_back();
+    } catch (const std::bad_alloc &) {
+    }
+    return nullptr;
+}
+
+void PendingRequests::GiveBack(Request &request, Overlapped *holder)
+{
+    const std::lock_guard lock(m_mutex);
+    request.isInUse = false;
+    if (holder != nullptr)
+        holder->driverWords[kRequestWord] = 0;
+}
+
+PendingRequests::Request *PendingRequests::RequestIn(const Overlapped &overlapped)
+{
+    const std::lock_guard lock(m_mutex);
+    return reinterpret_cast<Request *>(overlapped.driverWords[kRequestWord]);
+}
+
+// Waits without limit, and gives the request back.
+ControlResult PendingRequests::ResultOf(Request &request, Overlapped *holder)
+{
+    uint32_t bytes = 0;
+    const bool isDone = m_system.GetOverlappedResult(m_device, &request.block, &bytes, true);
+    const ControlResult result = isDone ? Done(bytes) : Failed(m_system.LastError());
+    GiveBack(request, holder);
+    return result;
+}
+
+// A close that came while the request was on its way cancelled too early for it.
+void PendingRequests::CancelIfClosed()
+{
+    if (m_isClosed.load())
+        CancelAll();
+}
+
+// False if one is not over in time.
+bool PendingRequests::AwaitAll()
+{
+    bool areOver = true;
+    for (Request &request : m_requests) {
+        if (request.isInUse)
+            request.isInUse = !m_system.WaitForEvent(request.block.event, kPatienceMilliseconds);
+        areOver = areOver && !request.isInUse;
+    }
+    return areOver;
+}
+
+} // namespace zerix::bus

@@ -1,0 +1,64 @@
+// The requests of one open device. Blocks and events are the driver's own, and used again: the
+// system may write to a block until its request is over, whatever the caller does with his. Any
+// thread.
+#pragma once
+
+#include <atomic>
+#include <list>
+#include <mutex>
+
+#include "bus/windows/system_calls.h"
+#include "hal/kernel_driver.h"
+
+namespace zerix::bus {
+
+class PendingRequests {
+public:
+    PendingRequests(SystemCalls &system, SystemHandle device) : m_system(system), m_device(device)
+    {
+    }
+    ~PendingRequests();
+    PendingRequests(const PendingRequests &) = delete;
+    PendingRequests &operator=(const PendingRequests &) = delete;
+
+    struct Buffers {
+        const void *in;
+        uint32_t inBytes;
+        void *out;
+        uint32_t outBytes;
+    };
+
+    // As KernelDriver::Control.
+    kernel::ControlResult Send(uint32_t code, const Buffers &buffers,
+                               kernel::Overlapped *overlapped);
+    // As KernelDriver::Wait.
+    kernel::ControlResult Wait(kernel::Overlapped &overlapped);
+    void CancelAll() { m_system.CancelIo(m_device, nullptr); }
+    // As KernelDriver::Cancel.
+    void Cancel(kernel::Overlapped &overlapped);
+    // Cancels, now and whatever is still being sent. The device closes with the object, when no
+    // thread is inside any more.
+    void Close();
+
+private:
+    struct Request {
+        SystemOverlapped block{};
+        bool isInUse = false; // under the mutex
+    };
+
+    Request *Take();
+    // The block of the request's sender, if it has one, holds nothing from then on.
+    void GiveBack(Request &request, kernel::Overlapped *holder = nullptr);
+    kernel::ControlResult ResultOf(Request &request, kernel::Overlapped *holder);
+    Request *RequestIn(const kernel::Overlapped &overlapped);
+    void CancelIfClosed();
+    bool AwaitAll();
+
+    SystemCalls &m_system;
+    const SystemHandle m_device;
+    std::atomic<bool> m_isClosed{false};
+    std::mutex m_mutex;
+    std::list<Request> m_requests; // under the mutex; grows to the most that ever pended
+};
+
+} // namespace zerix::bus
