@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "hal/kernel_requests.h"
-#include "tests/api/virtual_bus_session.h"
+#include "tests/api/virtual_params_session.h"
 
 namespace zerix::api {
 namespace {
@@ -21,83 +21,7 @@ const std::set<uint32_t> kByListWith2 = {6, 7, 9, 12, 20, 24, 32, 33, 34, 35, 36
 // Limits that nobody checks.
 const std::set<uint32_t> kUnchecked = {8, 22, 26, 28, 29, 30, 31};
 
-class VirtualParams : public VirtualBusSession {
-protected:
-    ~VirtualParams() override { Zerix_ReleaseCameraSettingsStruct(&settings); }
-
-    // A record of defaults of a listed camera.
-    void OpenWithDefaults(uint32_t id)
-    {
-        handle = OpenListed(id);
-        Zerix_ReleaseCameraSettingsStruct(&settings);
-        Zerix_CreateCameraSettingsStruct(&settings);
-        ASSERT_EQ(Zerix_ReadDefaultSettings(handle, &settings), 0u);
-    }
-
-    // Calls the check for each camera of a built-in rack.
-    template <typename Check>
-    void OnEachCamera(const char *rack, Check check)
-    {
-        ASSERT_EQ(ZerixSim_ChooseRack(rack), 0u) << ZerixSim_LastErrorText();
-        Configure("");
-        Load();
-        const uint32_t count = List();
-        ASSERT_GT(count, 0u);
-        for (uint32_t id = 0; id < count; ++id) {
-            OpenWithDefaults(id);
-            char name[64] = {};
-            Zerix_GetSerialString(handle, name, sizeof(name));
-            SCOPED_TRACE(std::string(rack) + ' ' + name);
-            for (uint32_t key = 0; key < 53; ++key) {
-                if (Zerix_IsParamSupported(handle, key) != 0)
-                    continue;
-                SCOPED_TRACE(key);
-                check(key);
-            }
-            ASSERT_EQ(Zerix_CloseCamera(handle), 0u);
-        }
-        Zerix_ReleaseDriver();
-    }
-    template <typename Check>
-    void OnEachCameraOfTheFamily(Check check)
-    {
-        for (const char *const rack : {"default", "family-1", "family-2", "family-3"})
-            OnEachCamera(rack, check);
-    }
-
-    uint32_t Value(uint32_t key)
-    {
-        uint32_t value = 0;
-        EXPECT_EQ(Zerix_GetParam(&settings, key, &value), 0u);
-        return value;
-    }
-
-    std::vector<uint32_t> ListOf(uint32_t key)
-    {
-        std::vector<uint32_t> entries(100);
-        int32_t size = 100;
-        EXPECT_EQ(Zerix_GetParamSparseTable(&settings, key, entries.data(), &size), 0u);
-        entries.resize(static_cast<std::size_t>(size));
-        return entries;
-    }
-
-    // A refused value leaves what was there.
-    void ExpectRefused(uint32_t key, uint32_t value, uint32_t code)
-    {
-        const uint32_t before = Value(key);
-        EXPECT_EQ(Zerix_SetParam(&settings, key, value), code) << value;
-        EXPECT_EQ(Value(key), before) << value;
-    }
-
-    void ExpectAccepted(uint32_t key, uint32_t value)
-    {
-        EXPECT_EQ(Zerix_SetParam(&settings, key, value), 0u) << value;
-        EXPECT_EQ(Value(key), value);
-    }
-
-    ZerixHandle handle = nullptr;
-    Zerix_Settings settings = {};
-};
+class VirtualParams : public VirtualParamsSession {};
 
 // What a camera has beyond the keys of every camera follows from its sensor, its registers'
 // versions and its model.
@@ -199,7 +123,7 @@ TEST_F(VirtualParams, OfACameraThatBinsEachAxisOnItsOwn)
 
 TEST_F(VirtualParams, HaveTheirDefaultsWithinTheirLimits)
 {
-    OnEachCameraOfTheFamily([&](uint32_t key) {
+    OnEachKeyOfTheFamily([&](uint32_t key) {
         uint32_t minimum = 0;
         uint32_t maximum = 0;
         if (key == zprmIntensifierGain || Zerix_GetParamMin(&settings, key, &minimum) != 0 ||
@@ -212,7 +136,7 @@ TEST_F(VirtualParams, HaveTheirDefaultsWithinTheirLimits)
 
 TEST_F(VirtualParams, AcceptEveryListedValueAndNoOther)
 {
-    OnEachCameraOfTheFamily([&](uint32_t key) {
+    OnEachKeyOfTheFamily([&](uint32_t key) {
         if (Zerix_IsSparseTable(&settings, key) != 0)
             return;
         const std::vector<uint32_t> list = ListOf(key);
@@ -231,7 +155,7 @@ TEST_F(VirtualParams, AcceptEveryListedValueAndNoOther)
 
 TEST_F(VirtualParams, AcceptTheLimitsOfARangeAndRefuseTheValuesNextToThem)
 {
-    OnEachCameraOfTheFamily([&](uint32_t key) {
+    OnEachKeyOfTheFamily([&](uint32_t key) {
         uint32_t minimum = 0;
         uint32_t maximum = 0;
         if (kByRange.count(key) == 0)
@@ -252,7 +176,7 @@ TEST_F(VirtualParams, AcceptTheLimitsOfARangeAndRefuseTheValuesNextToThem)
 // An exposure next to the limits is told and kept.
 TEST_F(VirtualParams, TellOfExposuresNextToTheLimits)
 {
-    OnEachCameraOfTheFamily([&](uint32_t key) {
+    OnEachKeyOfTheFamily([&](uint32_t key) {
         if (key != zprmExposure && key != zprmExposureRed && key != zprmExposureBlue)
             return;
         const uint32_t key64 = key == zprmExposure ? 0 : key - 9;
@@ -278,7 +202,7 @@ TEST_F(VirtualParams, TellOfExposuresNextToTheLimits)
 // Every view of the gain ends between the limits of the signed one; an offset comes back as it was.
 TEST_F(VirtualParams, StoreGainsWithinTheSignedLimits)
 {
-    OnEachCameraOfTheFamily([&](uint32_t key) {
+    OnEachKeyOfTheFamily([&](uint32_t key) {
         if (key != zprmGain && key != zprmOffset && key != zprmNormalizedGain)
             return;
         uint32_t minimum = 0;
@@ -304,7 +228,7 @@ TEST_F(VirtualParams, StoreGainsWithinTheSignedLimits)
 
 TEST_F(VirtualParams, RefuseTemperaturesNextToTheLimits)
 {
-    OnEachCameraOfTheFamily([&](uint32_t key) {
+    OnEachKeyOfTheFamily([&](uint32_t key) {
         int32_t lowest = 0;
         int32_t highest = 0;
         if (key != zprmCoolerActive || Zerix_GetParamS32Min(&settings, 2, &lowest) != 0)
