@@ -35,7 +35,8 @@ public:
     void Reset() override;
 
     // 0 with the image, 6 while exposures are missing, 31 for a camera without a wheel, 5 for an
-    // output format that has no layout (what was stored stays) or without memory.
+    // output format that has no layout (what was stored stays) or without memory. Exposures without
+    // a camera are taken as kept from a wheel that began with red.
     int16_t Process(ZInImageBufferStruct *in, ZOutImageBufferStruct *out) override;
 
     // One plane behind the other, each as long as the last frame was.

@@ -23,6 +23,18 @@ int16_t ReportLockError(uint32_t error)
     return static_cast<int16_t>(HAL_TranslateError(error));
 }
 
+// An exposure without a camera was kept by an application, from a wheel. Such a cycle begins with
+// red.
+bool IsOfWheel(const ZInImageBufferStruct &in)
+{
+    return in.camera == nullptr || in.camera->GetImageFormat() == kCameraImageWheel;
+}
+
+uint16_t StartColourOf(const ZInImageBufferStruct &in)
+{
+    return in.camera == nullptr ? uint16_t{kWheelRed} : in.camera->GetRGBFilterStartColour();
+}
+
 uint64_t PixelsOf(const ZInImageBufferStruct &in) { return uint64_t{in.width} * in.height; }
 
 uint32_t BytesOfDepth(uint32_t bitDepth) { return (bitDepth + 7) / 8; }
@@ -52,7 +64,7 @@ int16_t ZRGBFilterWheel::Process(ZInImageBufferStruct *in, ZOutImageBufferStruct
 
 int16_t ZRGBFilterWheel::ProcessLocked(const ZInImageBufferStruct &in, ZOutImageBufferStruct &out)
 {
-    if (in.camera == nullptr || in.camera->GetImageFormat() != kCameraImageWheel)
+    if (!IsOfWheel(in))
         return kFilterNothingToDo;
     if (!IsInTurn(in))
         return kFilterIncomplete;
@@ -76,7 +88,7 @@ int16_t ZRGBFilterWheel::ProcessLocked(const ZInImageBufferStruct &in, ZOutImage
 bool ZRGBFilterWheel::IsInTurn(const ZInImageBufferStruct &in)
 {
     if (!m_started) {
-        const uint16_t startColour = in.camera->GetRGBFilterStartColour();
+        const uint16_t startColour = StartColourOf(in);
         if (in.filterColour != startColour)
             return false;
         m_expectedColour = startColour;

@@ -149,8 +149,30 @@ TEST_F(Wheel, AnotherCameraGets31AndKeepsItsImage)
         EXPECT_EQ(Run(0, {1, 2}), 31);
         EXPECT_EQ(out.size, 0u);
     }
-    in.camera = nullptr;
-    EXPECT_EQ(filter.Process(&in, &out), 31);
+}
+
+// Exposures that an application kept: whichever camera they are from, red comes first.
+TEST_F(Wheel, ExposuresWithoutACameraAreKeptOnesFromRedOn)
+{
+    filter.SetOutputFormat(12);
+    const auto run = [this](uint32_t colour, Bytes pixels) {
+        in = {.pBuffer = pixels.data(),
+              .size = 2,
+              .width = 2,
+              .height = 1,
+              .bitDepth = 8,
+              .colourPattern = colour,
+              .filterColour = colour};
+        result.assign(6, 0xEE);
+        out = {.pBuffer = result.data()};
+        return filter.Process(&in, &out);
+    };
+    EXPECT_EQ(run(1, {9, 9}), 6);
+    EXPECT_EQ(run(3, {9, 9}), 6);
+    EXPECT_EQ(run(0, {1, 2}), 6);
+    EXPECT_EQ(run(1, {3, 4}), 6);
+    EXPECT_EQ(run(3, {5, 6}), 0);
+    EXPECT_EQ(result, (Bytes{1, 3, 5, 2, 4, 6}));
 }
 
 TEST_F(Wheel, BeginsWithTheStartColour)
