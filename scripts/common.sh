@@ -29,6 +29,8 @@ need() {
 
 # Without these the compiler cache would leave everything alone that uses a precompiled header.
 export CCACHE_SLOPPINESS=pch_defines,time_macros
+# What one checkout compiled serves every other.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
 # Configures and builds one preset; the remaining arguments name targets.
 build() {

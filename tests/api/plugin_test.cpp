@@ -10,6 +10,7 @@
 #include "api/monitor.h"
 #include "platform/os.h"
 #include "tests/api/virtual_bus_session.h"
+#include "tests/support/places.h"
 
 namespace zerix::api {
 namespace {
@@ -24,8 +25,8 @@ protected:
     // driver's alone.
     void LoadWithPlugin()
     {
-        auto library = os::DynamicLibrary::Load(ZERIX_PLUGIN_PATH);
-        ASSERT_NE(library, nullptr) << ZERIX_PLUGIN_PATH;
+        auto library = os::DynamicLibrary::Load(test::PluginPath());
+        ASSERT_NE(library, nullptr) << test::PluginPath();
         take = reinterpret_cast<decltype(take)>(library->Symbol("ZerixTestPlugin_Take"));
         ASSERT_NE(take, nullptr);
         Load();

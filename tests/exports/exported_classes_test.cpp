@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/os.h"
+#include "tests/support/places.h"
 
 namespace zerix {
 namespace {
@@ -22,7 +23,7 @@ std::string Mangled(const std::string &name) { return "N2ZX" + std::to_string(na
 
 TEST(ExportedClasses, AreAllThereByTheirNames)
 {
-    const auto library = os::DynamicLibrary::Load(ZERIX_LIBRARY_PATH);
+    const auto library = os::DynamicLibrary::Load(test::LibraryPath());
     ASSERT_NE(library, nullptr) << os::ErrorText(os::LastError());
     for (const std::string name : kClasses) {
         const std::string constructor = "_Z" + Mangled(name) + "C1E9HALCamera";

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "api/context.h"
+#include "tests/support/places.h"
 
 namespace zerix::family {
 namespace {
@@ -27,7 +28,7 @@ bool FitsSlowBus(bool isInBytes, uint32_t binning, float megahertz)
 
 void FamilySession::UseFamilyRack(const std::string &name) const
 {
-    const std::string path = std::string(ZERIX_SOURCE_FOLDER) + "/racks/" + name + ".toml";
+    const std::string path = test::SourceFolder() + "/racks/" + name + ".toml";
     ASSERT_EQ(ZerixSim_ChooseRack(path.c_str()), 0u) << ZerixSim_LastErrorText();
 }
 

@@ -12,10 +12,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/places.h"
+
 namespace zerix {
 namespace {
 
-const std::string kTree = ZERIX_SOURCE_FOLDER;
+const std::string kTree = test::SourceFolder();
 
 std::string Contents(const std::string &path)
 {

@@ -11,6 +11,7 @@
 #include "sim/rack.h"
 #include "sim/register_map.h"
 #include "sim/sensor.h"
+#include "tests/support/places.h"
 
 namespace zerix::sim {
 namespace {
@@ -136,7 +137,7 @@ Lines RowsOf(const std::string &name)
 
 TEST(CameraDocument, HasEveryCameraOfTheFamilyAndNoOther)
 {
-    std::ifstream document(ZERIX_SOURCE_FOLDER "/docs/cameras.md");
+    std::ifstream document(test::SourceFolder() + "/docs/cameras.md");
     Lines expected;
     for (const char *const name : {"family-1", "family-2", "family-3"})
         expected.merge(RowsOf(std::string(name)));

@@ -13,6 +13,7 @@
 #include "sim/rack_file.h"
 #include "sim/register_map.h"
 #include "sim/sensor.h"
+#include "tests/support/places.h"
 
 namespace zerix::sim {
 namespace {
@@ -79,7 +80,7 @@ TEST(Rack, TheBuiltInOnesAreTheFiles)
         Rack file;
         Rack builtIn;
         std::string error;
-        ASSERT_TRUE(LoadRack(ZERIX_SOURCE_FOLDER "/racks/" + name + ".toml", &file, &error))
+        ASSERT_TRUE(LoadRack(test::SourceFolder() + "/racks/" + name + ".toml", &file, &error))
             << error;
         ASSERT_TRUE(LoadRack(name, &builtIn, &error)) << error;
         EXPECT_EQ(builtIn.name, name);

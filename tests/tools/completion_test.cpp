@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/places.h"
 #include "tests/tools/tool_fixture.h"
 
 namespace {
@@ -17,8 +18,8 @@ protected:
     // What bash offers behind `line`, whose last word is the one to complete.
     Words Offered(const std::string &line)
     {
-        const std::string command = "cd '" + m_folder.Path() +
-                                    "' && bash -c 'source \"" ZERIX_SOURCE_FOLDER
+        const std::string command = "cd '" + m_folder.Path() + "' && bash -c 'source \"" +
+                                    zerix::test::SourceFolder() +
                                     "/tools/completion/zerix.bash\"; "
                                     "COMP_WORDS=(" +
                                     line +

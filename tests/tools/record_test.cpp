@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/places.h"
 #include "tests/tools/sequence_readers.h"
 #include "tests/tools/tool_fixture.h"
 
@@ -205,7 +206,8 @@ TEST_F(Record, HelpTellsTheBoundOfItsMemory)
 TEST_F(Record, ShowsItsProgressOnATerminal)
 {
     Rack("");
-    Write("run.sh", "exec '" ZERIX_TOOL_PATH "' --rack small.toml record -n 30 -o a.ser\n");
+    Write("run.sh",
+          "exec '" + zerix::test::ToolPath() + "' --rack small.toml record -n 30 -o a.ser\n");
     const std::string command = "cd '" + Path("") +
                                 "' && timeout 60 script -qec 'sh run.sh' shown "
                                 ">/dev/null 2>&1 </dev/null";

@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/places.h"
 #include "tests/tools/tool_fixture.h"
 
 namespace {
@@ -30,7 +31,8 @@ using Keys = std::set<std::tuple<std::string, uint32_t, std::string>>;
 
 Keys KeysOfTheHeader()
 {
-    const std::string header = Contents(ZERIX_SOURCE_FOLDER "/include/zerix/zerix_keys.h");
+    const std::string header =
+        Contents(zerix::test::SourceFolder() + "/include/zerix/zerix_keys.h");
     const std::map<std::string, std::string> kFamilies = {
         {"ZerixParam", "unsigned"}, {"ZerixParamS32", "signed"}, {"ZerixParam64", "unsigned64"}};
     const std::regex pattern(R"(enum (\w+) \{|(zprm\w+) = (\d+))");

@@ -9,6 +9,7 @@
 #include <string>
 #include <sys/wait.h>
 
+#include "tests/support/places.h"
 #include "tests/support/temporary_folder.h"
 
 namespace zerix::test {
@@ -36,7 +37,7 @@ protected:
     {
         const std::string command = "cd '" + m_folder.Path() +
                                     "' && env -u ZERIX_BUS ZERIX_CONFIG=/nowhere/zerix.conf " +
-                                    environment + " " + runner + " '" ZERIX_TOOL_PATH "' " +
+                                    environment + " " + runner + " '" + ToolPath() + "' " +
                                     arguments + " >out.txt 2>err.txt </dev/null";
         const int status = std::system(command.c_str());
         return {WEXITSTATUS(status), Contents(Path("out.txt")), Contents(Path("err.txt"))};
