@@ -1,6 +1,5 @@
-// Every exported function in the states that need no camera: its code, and its lines in pairs.
+// Every exported function in every state that can stop it: its code, and its lines in pairs.
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <regex>
 #include <set>
@@ -8,105 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/api/api_fixture.h"
+#include "tests/api/exported_function_table.h"
+#include "tests/api/param_fixture.h"
+#include "tests/support/places.h"
 
 namespace zerix::api {
 namespace {
-
-constexpr uint32_t kNoResult = 0xFFFFFFFFu;
-
-struct ExportedFunction {
-    const char *name;
-    const char *key; // shown in the start line; null: none
-    uint32_t ifNotLoaded;
-    uint32_t ifNull; // loaded, and every pointer and handle null
-    std::function<uint32_t()> call;
-};
-
-// Functions that need no loaded library answer what they always do.
-const ExportedFunction kFunctions[] = {
-    {"Zerix_LibVersion", nullptr, 8, 2, [] { return Zerix_LibVersion(nullptr, nullptr, nullptr); }},
-    {"Zerix_Version", nullptr, 8, 2, [] { return Zerix_Version(nullptr, nullptr); }},
-    {"Zerix_ListCameras", nullptr, 8, 2, [] { return Zerix_ListCameras(nullptr, nullptr); }},
-    {"Zerix_OpenCamera", nullptr, 8, 2, [] { return Zerix_OpenCamera(0, nullptr); }},
-    {"Zerix_CloseCamera", nullptr, 8, 9, [] { return Zerix_CloseCamera(nullptr); }},
-    {"Zerix_RegisterUnpluggedCallback", nullptr, 8, 0,
-     [] { return Zerix_RegisterUnpluggedCallback(nullptr, nullptr, nullptr); }},
-    {"_Zerix_factory_reserved0", nullptr, 8, 9,
-     [] { return _Zerix_factory_reserved0(nullptr, 0, 0, 0, 0); }},
-    {"Zerix_ReadDefaultSettings", nullptr, 8, 9,
-     [] { return Zerix_ReadDefaultSettings(nullptr, nullptr); }},
-    {"Zerix_ReadSettingsFromCam", nullptr, 8, 9,
-     [] { return Zerix_ReadSettingsFromCam(nullptr, nullptr); }},
-    {"Zerix_TranslateSettings", nullptr, 8, 1,
-     [] { return Zerix_TranslateSettings(nullptr, nullptr); }},
-    {"Zerix_GrabFrame", nullptr, 8, 9, [] { return Zerix_GrabFrame(nullptr, nullptr); }},
-    {"Zerix_GrabFrameNow", nullptr, 8, 1, [] { return Zerix_GrabFrameNow(nullptr, nullptr); }},
-    {"Zerix_GrabRawNow", nullptr, 8, 1, [] { return Zerix_GrabRawNow(nullptr, nullptr); }},
-    {"Zerix_ProcessRaw", nullptr, 8, 1, [] { return Zerix_ProcessRaw(nullptr, nullptr); }},
-    {"Zerix_SetFrameBuffers", nullptr, 8, 1,
-     [] { return Zerix_SetFrameBuffers(nullptr, nullptr, 0); }},
-    {"Zerix_GetInfo", "zinfCcd", 8, 9, [] { return Zerix_GetInfo(nullptr, 4, nullptr); }},
-    {"Zerix_GetSerialString", nullptr, 8, 9,
-     [] { return Zerix_GetSerialString(nullptr, nullptr, 0); }},
-    {"Zerix_GetCameraModelString", nullptr, 8, 9,
-     [] { return Zerix_GetCameraModelString(nullptr, nullptr, 0); }},
-    {"Zerix_GetParam", "zprmGain", 8, 2, [] { return Zerix_GetParam(nullptr, 0, nullptr); }},
-    {"Zerix_SetParam", "zprmGain", 8, 2, [] { return Zerix_SetParam(nullptr, 0, 0); }},
-    {"Zerix_GetParamS32", "zprmS32NormalizedGaindB", 8, 2,
-     [] { return Zerix_GetParamS32(nullptr, 0, nullptr); }},
-    {"Zerix_SetParamS32", "zprmS32NormalizedGaindB", 8, 2,
-     [] { return Zerix_SetParamS32(nullptr, 0, 0); }},
-    {"Zerix_GetParam64", "zprm64Exposure", 8, 2,
-     [] { return Zerix_GetParam64(nullptr, 0, nullptr); }},
-    {"Zerix_SetParam64", "zprm64Exposure", 8, 2, [] { return Zerix_SetParam64(nullptr, 0, 0); }},
-    {"Zerix_GetParamMin", "zprmGain", 8, 2, [] { return Zerix_GetParamMin(nullptr, 0, nullptr); }},
-    {"Zerix_GetParamMax", "zprmGain", 8, 2, [] { return Zerix_GetParamMax(nullptr, 0, nullptr); }},
-    {"Zerix_GetParamS32Min", "zprmS32NormalizedGaindB", 8, 2,
-     [] { return Zerix_GetParamS32Min(nullptr, 0, nullptr); }},
-    {"Zerix_GetParamS32Max", "zprmS32NormalizedGaindB", 8, 2,
-     [] { return Zerix_GetParamS32Max(nullptr, 0, nullptr); }},
-    {"Zerix_GetParam64Min", "zprm64Exposure", 8, 2,
-     [] { return Zerix_GetParam64Min(nullptr, 0, nullptr); }},
-    {"Zerix_GetParam64Max", "zprm64Exposure", 8, 2,
-     [] { return Zerix_GetParam64Max(nullptr, 0, nullptr); }},
-    {"Zerix_IsParamSupported", "zprmGain", 8, 9, [] { return Zerix_IsParamSupported(nullptr, 0); }},
-    {"Zerix_IsParamS32Supported", "zprmS32NormalizedGaindB", 8, 9,
-     [] { return Zerix_IsParamS32Supported(nullptr, 0); }},
-    {"Zerix_IsParam64Supported", "zprm64Exposure", 8, 9,
-     [] { return Zerix_IsParam64Supported(nullptr, 0); }},
-    {"Zerix_IsRangeTable", "zprmGain", 8, 2, [] { return Zerix_IsRangeTable(nullptr, 0); }},
-    {"Zerix_IsRangeTableS32", "zprmS32NormalizedGaindB", 8, 2,
-     [] { return Zerix_IsRangeTableS32(nullptr, 0); }},
-    {"Zerix_IsRangeTable64", "zprm64Exposure", 8, 2,
-     [] { return Zerix_IsRangeTable64(nullptr, 0); }},
-    {"Zerix_IsSparseTable", "zprmGain", 8, 2, [] { return Zerix_IsSparseTable(nullptr, 0); }},
-    {"Zerix_IsSparseTableS32", "zprmS32NormalizedGaindB", 8, 1,
-     [] { return Zerix_IsSparseTableS32(nullptr, 0); }},
-    {"Zerix_IsSparseTable64", "zprm64Exposure", 8, 1,
-     [] { return Zerix_IsSparseTable64(nullptr, 0); }},
-    {"Zerix_GetParamSparseTable", "zprmGain", 8, 2,
-     [] { return Zerix_GetParamSparseTable(nullptr, 0, nullptr, nullptr); }},
-    {"Zerix_GetParamSparseTableS32", "zprmS32NormalizedGaindB", 8, 1,
-     [] { return Zerix_GetParamSparseTableS32(nullptr, 0, nullptr, nullptr); }},
-    {"Zerix_GetParamSparseTable64", "zprm64Exposure", 8, 1,
-     [] { return Zerix_GetParamSparseTable64(nullptr, 0, nullptr, nullptr); }},
-    {"Zerix_PreflightSettings", nullptr, 8, 9,
-     [] { return Zerix_PreflightSettings(nullptr, nullptr); }},
-    {"Zerix_SendSettingsToCam", nullptr, 8, 9,
-     [] { return Zerix_SendSettingsToCam(nullptr, nullptr); }},
-    {"Zerix_QueueSettings", nullptr, 8, 9,
-     [] { return Zerix_QueueSettings(nullptr, nullptr, nullptr, 0, nullptr, 0); }},
-    {"Zerix_Abort", nullptr, 8, 9, [] { return Zerix_Abort(nullptr); }},
-    {"Zerix_SetStreaming", nullptr, 8, 9, [] { return Zerix_SetStreaming(nullptr, 0); }},
-    {"Zerix_Trigger", nullptr, 8, 9, [] { return Zerix_Trigger(nullptr); }},
-    {"Zerix_AutoExpose", nullptr, 8, kNoResult,
-     [] { return Zerix_AutoExpose(nullptr, 0, 0, 0, 0); }},
-    {"Zerix_WhiteBalance", nullptr, 8, kNoResult,
-     [] { return Zerix_WhiteBalance(nullptr, 0, 0, 0, 0); }},
-    {"Zerix_PostProcessSingleFrame", nullptr, 8, kNoResult,
-     [] { return Zerix_PostProcessSingleFrame(nullptr, nullptr, nullptr, nullptr); }},
-};
 
 // What has tests of its own instead of a row.
 const char *const kElsewhere[] = {
@@ -115,7 +21,6 @@ const char *const kElsewhere[] = {
     "Zerix_CreateCameraSettingsStruct",
     "Zerix_InitializeCameraSettings",
     "Zerix_ReleaseCameraSettingsStruct",
-    "Zerix_QueueFrame",
     "Zerix_BayerToRgb",
     "Zerix_BayerZoomVert",
     "Zerix_is16bit",
@@ -129,7 +34,7 @@ const char *const kElsewhere[] = {
 // The names that the header declares.
 std::multiset<std::string> DeclaredFunctions()
 {
-    std::ifstream stream(ZERIX_SOURCE_FOLDER "/include/zerix/zerix.h");
+    std::ifstream stream(test::SourceFolder() + "/include/zerix/zerix.h");
     const std::string text{std::istreambuf_iterator<char>(stream), {}};
     const std::regex pattern("ZERIX_API (?:uint32_t|void) (\\w+)\\(");
     std::multiset<std::string> names;
@@ -138,17 +43,21 @@ std::multiset<std::string> DeclaredFunctions()
     return names;
 }
 
-std::string StartLine(const ExportedFunction &function)
-{
-    std::string line = std::string(function.name) + " start";
-    if (function.key != nullptr)
-        line += std::string(" (") + function.key + ")";
-    return line;
-}
-
+const char *const kHeld = " - Another process has this camera open.";
 const char *const kNotLoaded = "Zerix has not been loaded. Call Zerix_LoadDriver().";
 
-class ExportedFunctions : public ApiTest {};
+// With its own lines, and with those of queueing a frame.
+const char *const kTraced = "outputEnabled = 1\noutputFrame = 1\n";
+
+Given Nulls(const ExportedFunction &function)
+{
+    return {.key = function.Key(), .nullPointer = kAllNull};
+}
+
+class ExportedFunctions : public ApiTest {
+protected:
+    ExportedFunctions() { Configure(kTraced); }
+};
 
 // Some calls tell what they were given before their first check.
 Lines WithoutRemarks(Lines lines)
@@ -161,7 +70,7 @@ Lines WithoutRemarks(Lines lines)
 TEST_F(ExportedFunctions, AreAllTried)
 {
     std::multiset<std::string> tried(std::begin(kElsewhere), std::end(kElsewhere));
-    for (const ExportedFunction &function : kFunctions)
+    for (const ExportedFunction &function : ExportedFunctionTable())
         tried.insert(function.name);
     EXPECT_EQ(tried, DeclaredFunctions());
 }
@@ -169,11 +78,11 @@ TEST_F(ExportedFunctions, AreAllTried)
 TEST_F(ExportedFunctions, AnswerNotLoadedInAPairOfLines)
 {
     diag::ZLogOpen();
-    for (const ExportedFunction &function : kFunctions) {
+    for (const ExportedFunction &function : ExportedFunctionTable()) {
         SCOPED_TRACE(function.name);
-        EXPECT_EQ(function.call(), function.ifNotLoaded);
-        EXPECT_EQ(WithoutRemarks(Take()),
-                  (Lines{StartLine(function), EndingLine(function.name, kNotLoaded, 8)}));
+        EXPECT_EQ(function.call(Nulls(function)), 8u);
+        EXPECT_EQ(WithoutRemarks(Take()), (Lines{StartLineOf(function, function.KeyName()),
+                                                 EndingLine(function.name, kNotLoaded, 8)}));
         EXPECT_EQ(diag::ZLogDepth(), 0);
     }
 }
@@ -183,35 +92,16 @@ TEST_F(ExportedFunctions, AnswerNotLoadedAgainAfterARelease)
     Load();
     Zerix_ReleaseDriver();
     Take();
-    for (const ExportedFunction &function : kFunctions)
-        EXPECT_EQ(function.call(), function.ifNotLoaded) << function.name;
-}
-
-TEST_F(ExportedFunctions, TellTheFirstNullInAPairOfLines)
-{
-    Load();
-    for (const ExportedFunction &function : kFunctions) {
-        if (function.ifNull == kNoResult)
-            continue;
-        SCOPED_TRACE(function.name);
-        EXPECT_EQ(function.call(), function.ifNull);
-        const Lines lines = Take();
-        ASSERT_EQ(lines.size(), 2u);
-        EXPECT_EQ(lines[0], StartLine(function));
-        const std::string end = function.ifNull == 0
-                                    ? EndLine(function.name)
-                                    : std::string(function.name) + " ending because ";
-        EXPECT_EQ(lines[1].rfind(end, 0), 0u) << lines[1];
-        EXPECT_EQ(diag::ZLogDepth(), 0);
-    }
+    for (const ExportedFunction &function : ExportedFunctionTable())
+        EXPECT_EQ(function.call(Nulls(function)), 8u) << function.name;
 }
 
 TEST_F(ExportedFunctions, WriteNothingWhileTheLogIsOff)
 {
     Configure("");
     diag::ZLogOpen();
-    for (const ExportedFunction &function : kFunctions)
-        EXPECT_EQ(function.call(), function.ifNotLoaded) << function.name;
+    for (const ExportedFunction &function : ExportedFunctionTable())
+        EXPECT_EQ(function.call(Nulls(function)), 8u) << function.name;
     EXPECT_EQ(Take(), Lines{});
     EXPECT_EQ(diag::ZLogDepth(), 0);
 }
@@ -220,10 +110,11 @@ TEST_F(ExportedFunctions, WriteNothingWhileTheLogIsOff)
 TEST_F(ExportedFunctions, QueueFrameShowsItsStartOnlyWithTheFrames)
 {
     const auto queue = [] { return Zerix_QueueFrame(nullptr, nullptr, nullptr, 0, nullptr, 0); };
+    Configure("outputEnabled = 1\n");
     diag::ZLogOpen();
     EXPECT_EQ(queue(), 8u);
     EXPECT_EQ(Take(), Lines{EndingLine("Zerix_QueueFrame", kNotLoaded, 8)});
-    Configure("outputEnabled = 1\noutputFrame = 1\n");
+    Configure(kTraced);
     diag::ZLogOpen();
     EXPECT_EQ(queue(), 8u);
     EXPECT_EQ(Take(),
@@ -250,9 +141,169 @@ TEST_F(ExportedFunctions, OfTheSettingsRecordNeedNoLoadedLibraryAndWriteNothing)
     Zerix_Settings settings = {};
     EXPECT_EQ(Zerix_CreateCameraSettingsStruct(&settings), 0u);
     EXPECT_EQ(Zerix_ReleaseCameraSettingsStruct(&settings), 0u);
+    EXPECT_EQ(Zerix_CreateCameraSettingsStruct(nullptr), 2u);
+    EXPECT_EQ(Zerix_ReleaseCameraSettingsStruct(nullptr), 0u);
     EXPECT_EQ(Zerix_InitializeCameraSettings(nullptr, nullptr), 3u);
     EXPECT_EQ(Take(), Lines{});
     EXPECT_EQ(diag::ZLogDepth(), 0);
+}
+
+// The same with an open camera that has everything, and a filled record of each layout.
+class ExportedStates : public ParamTest {
+protected:
+    ExportedStates() { Configure(kTraced); }
+
+    // A camera of its own for each call, as some end what the next would need.
+    void Renew()
+    {
+        camera = &AddOpenCamera();
+        SetEveryCapability(*camera, true);
+        camera->getMaxExposure = 1'000'000;
+        camera->isCameraStreaming = true;
+        camera->getTriggerMode = 5;
+        FillBoth(Zerix_ReadDefaultSettings);
+        Take();
+    }
+
+    Given GivenBy(Zerix_Settings *settings, uint32_t key = 0)
+    {
+        return {.camera = HandleOf(*camera), .settings = settings, .key = key};
+    }
+
+    // The code; a start line, an end line under that name, and nothing between but remarks.
+    void Expect(const ExportedFunction &function, const Given &given, const char *keyName,
+                uint32_t code, const std::string &endName)
+    {
+        EXPECT_EQ(function.call(given), code);
+        const Lines lines = Take();
+        ASSERT_GE(lines.size(), 2u);
+        EXPECT_EQ(lines.front(), StartLineOf(function, keyName));
+        if (code == 0) {
+            EXPECT_EQ(lines.back(), EndLine(endName));
+        } else {
+            EXPECT_EQ(lines.back().rfind(endName + " ending because ", 0), 0u) << lines.back();
+            EXPECT_NE(lines.back().find(" (error " + std::to_string(code) + ")\n\n"),
+                      std::string::npos)
+                << lines.back();
+        }
+        remarks.assign(lines.begin() + 1, lines.end() - 1);
+        EXPECT_EQ(WithoutRemarks(remarks), Lines{});
+        EXPECT_EQ(diag::ZLogDepth(), 0);
+    }
+    void Expect(const ExportedFunction &function, const Given &given, const char *keyName,
+                uint32_t code)
+    {
+        Expect(function, given, keyName, code, function.name);
+    }
+
+    // Every function for which the test holds, on a camera of its own, with each record in turn.
+    template <typename Test, typename Check>
+    void WithEach(Test test, Check check)
+    {
+        for (const ExportedFunction &function : ExportedFunctionTable()) {
+            if (!test(function))
+                continue;
+            SCOPED_TRACE(function.name);
+            for (const bool isCurrent : {true, false}) {
+                Renew();
+                check(function, isCurrent ? &current : Legacy());
+            }
+        }
+    }
+
+    Lines remarks; // of the last call
+};
+
+bool Any(const ExportedFunction &) { return true; }
+bool HasKeys(const ExportedFunction &function) { return function.keys != nullptr; }
+bool TakesCamera(const ExportedFunction &function) { return function.TakesCamera(); }
+bool TakesRecord(const ExportedFunction &function) { return function.badRecord != kNotDriven; }
+
+TEST_F(ExportedStates, WithEverythingInOrder)
+{
+    WithEach(Any, [&](const ExportedFunction &function, Zerix_Settings *settings) {
+        Expect(function, GivenBy(settings, function.Key()), function.KeyName(),
+               function.inOrder.known);
+    });
+}
+
+TEST_F(ExportedStates, WithEachPointerNull)
+{
+    WithEach(Any, [&](const ExportedFunction &function, Zerix_Settings *settings) {
+        for (uint32_t index = 0; index < function.nulls.size(); ++index) {
+            SCOPED_TRACE(index);
+            Given given = GivenBy(settings, function.Key());
+            given.nullPointer = index;
+            Expect(function, given, function.KeyName(), function.nulls[index]);
+        }
+        Expect(function, Nulls(function), function.KeyName(), function.nulls.front());
+    });
+}
+
+// Without access of its own a closed camera looks to some as if another process had it.
+TEST_F(ExportedStates, OnAClosedCamera)
+{
+    WithEach(TakesCamera, [&](const ExportedFunction &function, Zerix_Settings *settings) {
+        ASSERT_EQ(Zerix_CloseCamera(HandleOf(*camera)), 0u);
+        Take();
+        const auto before = BytesOf(settings);
+        Expect(function, GivenBy(settings, function.Key()), function.KeyName(),
+               function.closed.known);
+        EXPECT_EQ(remarks.size() == 1 && remarks[0] == std::string(function.name) + kHeld,
+                  function.asksForExclusiveFirst);
+        if (function.keys != nullptr)
+            Expect(function, GivenBy(settings, function.keys->beyond), function.keys->beyondName,
+                   function.closed.beyond);
+        EXPECT_EQ(BytesOf(settings), before);
+    });
+}
+
+TEST_F(ExportedStates, OfACameraThatAnotherProcessHolds)
+{
+    WithEach(TakesCamera, [&](const ExportedFunction &function, Zerix_Settings *settings) {
+        camera->LoseExclusiveAccess();
+        Expect(function, GivenBy(settings, function.Key()), function.KeyName(),
+               function.held.known);
+        if (function.held.known == 9) {
+            EXPECT_EQ(remarks, Lines{std::string(function.name) + kHeld});
+        }
+        if (function.keys != nullptr)
+            Expect(function, GivenBy(settings, function.keys->beyond), function.keys->beyondName,
+                   function.held.beyond);
+    });
+}
+
+// The check of a current record may end the call in its own name.
+TEST_F(ExportedStates, WithABadRecordOfEitherLayout)
+{
+    WithEach(TakesRecord, [&](const ExportedFunction &function, Zerix_Settings *settings) {
+        Put<uint32_t>(settings, 252, 264, 0xDEADBEEE);
+        const bool isCheck = function.endsAsRecordCheck && IsCurrent(settings);
+        const std::string endName = isCheck ? "CheckForBadSettingsEx" : function.name;
+        const auto before = BytesOf(settings);
+        Expect(function, GivenBy(settings, function.Key()), function.KeyName(), function.badRecord,
+               endName);
+        if (function.keys != nullptr)
+            Expect(function, GivenBy(settings, function.keys->beyond), function.keys->beyondName,
+                   function.badRecord, endName);
+        if (function.badRecord != 0) {
+            EXPECT_EQ(BytesOf(settings), before);
+        }
+    });
+}
+
+TEST_F(ExportedStates, WithAKeyThatTheCameraLacksOrNobodyHas)
+{
+    WithEach(HasKeys, [&](const ExportedFunction &function, Zerix_Settings *settings) {
+        SetEveryCapability(*camera, false);
+        const auto before = BytesOf(settings);
+        const KeyFamily &keys = *function.keys;
+        Expect(function, GivenBy(settings, keys.unsupportedKey), keys.unsupportedName,
+               function.unsupported);
+        Expect(function, GivenBy(settings, keys.beyond), keys.beyondName, function.inOrder.beyond);
+        EXPECT_EQ(remarks, Lines{});
+        EXPECT_EQ(BytesOf(settings), before);
+    });
 }
 
 } // namespace

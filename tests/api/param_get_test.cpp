@@ -210,6 +210,15 @@ TEST_F(ParamGet, NestsItsQuestionsInTheLog)
     EXPECT_EQ(Take(), (Lines{"Zerix_GetParamS32 start (InternalParamS32KeyAsString() - Unknown "
                              "parameter)",
                              EndingLine("Zerix_GetParamS32", kNotSupportedPhrase, 1)}));
+    // The others ask for support first.
+    Zerix_GetParam(&current, 53, &value);
+    EXPECT_EQ(Take(),
+              (Lines{"Zerix_GetParam start (InternalParam32KeyAsString() - Unknown parameter)",
+                     "Zerix_IsParamSupported start (InternalParam32KeyAsString() - Unknown "
+                     "parameter)",
+                     "Zerix_IsParamSupported ending because the function is not supported for "
+                     "this device. (error 1)",
+                     EndingLine("Zerix_GetParam", kNotSupportedPhrase, 1)}));
     uint64_t value64 = 0;
     Zerix_GetParam64(&current, 4, &value64);
     EXPECT_EQ(Take(),

@@ -1,5 +1,6 @@
 // The smallest and the largest value of every parameter key.
 #include <cstdint>
+#include <numeric>
 
 #include "tests/api/param_fixture.h"
 
@@ -205,6 +206,21 @@ TEST_F(ParamLimits, OfAListAreItsEnds)
         EXPECT_EQ(value, 3u);
         EXPECT_EQ(Zerix_GetParamMax(&current, zprmImageFormat, &value), 0u);
         EXPECT_EQ(value, 5u);
+    });
+}
+
+// As far as there is room for 100 entries.
+TEST_F(ParamLimits, OfALongListEndAtItsHundredthEntry)
+{
+    TracedAndNot([&] {
+        camera->getSymmetricalBinningModes.resize(101);
+        std::iota(camera->getSymmetricalBinningModes.begin(),
+                  camera->getSymmetricalBinningModes.end(), uint16_t{1});
+        uint32_t value = 0;
+        EXPECT_EQ(Zerix_GetParamMax(&current, zprmBinning, &value), 0u);
+        EXPECT_EQ(value, 100u);
+        EXPECT_EQ(Zerix_GetParamMin(&current, zprmBinning, &value), 0u);
+        EXPECT_EQ(value, 1u);
     });
 }
 

@@ -1,5 +1,6 @@
 // Writing single values of a settings record: what each key is checked against, what is stored, and
 // what the log shows, in both layouts.
+#include <numeric>
 #include <set>
 
 #include "api/table_checks.h"
@@ -353,6 +354,38 @@ TEST_F(ParamSet, NestsItsChecksInTheLog)
             "Zerix_SetParamS32 end (error code 0)\n", EndLine("Zerix_SetParam")});
     EXPECT_EQ(Take(), expected);
     EXPECT_EQ(diag::ZLogDepth(), 0);
+}
+
+TEST_F(ParamSet, LooksAtTheKeyBeforeItAsksForSupport)
+{
+    ShowNestedCalls();
+    Zerix_SetParam(&current, 53, 1);
+    EXPECT_EQ(Take(),
+              (Lines{"Zerix_SetParam start (InternalParam32KeyAsString() - Unknown parameter)",
+                     EndingLine("Zerix_SetParam", kNotSupportedPhrase, 1)}));
+    Zerix_SetParamS32(&current, 3, 1);
+    EXPECT_EQ(Take(),
+              (Lines{"Zerix_SetParamS32 start (InternalParamS32KeyAsString() - Unknown parameter)",
+                     EndingLine("Zerix_SetParamS32", kNotSupportedPhrase, 1)}));
+    Zerix_SetParam64(&current, 4, 1);
+    EXPECT_EQ(Take(),
+              (Lines{"Zerix_SetParam64 start (InternalParam64KeyAsString() - Unknown parameter)",
+                     EndingLine("Zerix_SetParam64", kNotSupportedPhrase, 1)}));
+}
+
+// Lists are compared as far as there is room for 30 entries; the camera's own lists of binnings and
+// triggers are compared whole.
+TEST_F(ParamSet, ComparesThirtyEntriesOfAList)
+{
+    TracedAndNot([&] {
+        camera->getSyncBModes.resize(31);
+        std::iota(camera->getSyncBModes.begin(), camera->getSyncBModes.end(), 100);
+        camera->getTriggerModes = camera->getSyncBModes;
+        EXPECT_EQ(Try(&current, zprmSyncb, 129), 0u);
+        EXPECT_EQ(Try(&current, zprmSyncb, 130), 2u);
+        EXPECT_EQ(Try(&current, zprmTriggerType, 130), 0u);
+        EXPECT_EQ(Try(&current, zprmTriggerType, 131), 2u);
+    });
 }
 
 // The checks tell a failure of what they ask under their own names, beside the call's own lines.

@@ -1,6 +1,7 @@
 // What a fill writes into a settings record, key by key and in both layouts, and what it leaves
 // alone.
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -254,20 +255,37 @@ TEST_F(SettingsFill, RefreshesOnlyTheFrontOfTheCachedCopy)
 {
     GiveEveryGetterAValue(*camera);
     void *const cached = ContextOf(*camera)->cachedSettings.privateBlock;
-    const auto copied = [&](Zerix_Settings *settings) {
-        std::memset(cached, 0x5A, 276);
-        Zerix_ReadDefaultSettings(HandleOf(*camera), settings);
-        const auto *bytes = static_cast<const uint8_t *>(cached);
-        return std::vector<uint8_t>(bytes, bytes + 276);
-    };
-    const std::vector<uint8_t> fromCurrent = copied(&current);
-    std::vector<uint8_t> expected(276, 0x5A);
-    std::memcpy(expected.data(), current.privateBlock, 68);
-    EXPECT_EQ(fromCurrent, expected);
-    const std::vector<uint8_t> fromLegacy = copied(Legacy());
-    expected.assign(276, 0x5A);
-    std::memcpy(expected.data(), legacy.data() + 4, 63);
-    EXPECT_EQ(fromLegacy, expected);
+    for (const auto fill : {Zerix_ReadDefaultSettings, Zerix_ReadSettingsFromCam}) {
+        const auto copied = [&](Zerix_Settings *settings) {
+            std::memset(cached, 0x5A, 276);
+            fill(HandleOf(*camera), settings);
+            const auto *bytes = static_cast<const uint8_t *>(cached);
+            return std::vector<uint8_t>(bytes, bytes + 276);
+        };
+        const std::vector<uint8_t> fromCurrent = copied(&current);
+        std::vector<uint8_t> expected(276, 0x5A);
+        std::memcpy(expected.data(), current.privateBlock, 68);
+        EXPECT_EQ(fromCurrent, expected);
+        const std::vector<uint8_t> fromLegacy = copied(Legacy());
+        expected.assign(276, 0x5A);
+        std::memcpy(expected.data(), legacy.data() + 4, 63);
+        EXPECT_EQ(fromLegacy, expected);
+    }
+}
+
+// The two keys of post-processing that go by the sensor.
+TEST_F(SettingsFill, LeavesTheMosaicsKeysOfAnUnknownSensor)
+{
+    for (const auto &[kind, algorithm, format] : {std::tuple{1u, 1u, 2u},
+                                                  {2u, 4u, 12u},
+                                                  {0u, kUntouched, kUntouched},
+                                                  {3u, kUntouched, kUntouched}}) {
+        camera->getCCDImageFormat = static_cast<uint16_t>(kind);
+        std::memset(current.privateBlock, 0xA5, 276);
+        EXPECT_EQ(Zerix_ReadDefaultSettings(HandleOf(*camera), &current), 0u);
+        EXPECT_EQ(PrivateAt<uint32_t>(4 * 31), algorithm) << kind;
+        EXPECT_EQ(PrivateAt<uint32_t>(4 * 32), format) << kind;
+    }
 }
 
 } // namespace

@@ -27,6 +27,17 @@ TEST_F(SettingsRecord, IsMadeWithItsSizeItsIdentifierAndAClearedBlock)
     EXPECT_EQ(Zerix_ReleaseCameraSettingsStruct(&made), 0u);
 }
 
+TEST_F(SettingsRecord, OfTheLegacyLayoutIsNotReleased)
+{
+    const std::vector<uint8_t> before = legacy;
+    EXPECT_EQ(Zerix_ReleaseCameraSettingsStruct(Legacy()), 0u);
+    EXPECT_EQ(legacy, before);
+    FillBoth(Zerix_ReadDefaultSettings);
+    const std::vector<uint8_t> filled = legacy;
+    EXPECT_EQ(Zerix_ReleaseCameraSettingsStruct(Legacy()), 0u);
+    EXPECT_EQ(legacy, filled);
+}
+
 TEST_F(SettingsRecord, GetsItsCameraItsMagicAndALegacyOneItsSize)
 {
     FillBoth(Zerix_ReadDefaultSettings);
@@ -68,6 +79,9 @@ TEST_F(SettingsRecord, ChecksInItsOrderAndLeavesTheRecordAlone)
         EXPECT_EQ(fill(HandleOf(closed), Legacy()), 9u);
         EXPECT_NE(Take()[1].find("Another process has this camera open."), std::string::npos);
         EXPECT_EQ(legacy, std::vector<uint8_t>(260, 0xA5));
+        EXPECT_EQ(fill(HandleOf(closed), &current), 9u);
+        EXPECT_EQ(std::memcmp(current.privateBlock, legacy.data(), 260), 0);
+        EXPECT_EQ(current.size, 276u);
     }
 }
 

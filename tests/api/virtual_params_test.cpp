@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hal/kernel_requests.h"
+#include "tables/settings_accessors.h"
 #include "tests/api/virtual_params_session.h"
 
 namespace zerix::api {
@@ -21,7 +22,18 @@ const std::set<uint32_t> kByListWith2 = {6, 7, 9, 12, 20, 24, 32, 33, 34, 35, 36
 // Limits that nobody checks.
 const std::set<uint32_t> kUnchecked = {8, 22, 26, 28, 29, 30, 31};
 
-class VirtualParams : public VirtualParamsSession {};
+class VirtualParams : public VirtualParamsSession {
+protected:
+    std::set<uint32_t> Supported(uint32_t (*isSupported)(ZerixHandle, uint32_t)) const
+    {
+        std::set<uint32_t> keys;
+        for (uint32_t key = 0; key < 60; ++key) {
+            if (isSupported(handle, key) == 0)
+                keys.insert(key);
+        }
+        return keys;
+    }
+};
 
 // What a camera has beyond the keys of every camera follows from its sensor, its registers'
 // versions and its model.
@@ -30,6 +42,8 @@ struct KnownCamera {
     uint32_t id;
     uint32_t model;
     std::set<uint32_t> keys;
+    std::set<uint32_t> keysS32;
+    std::set<uint32_t> keys64;
     std::vector<uint32_t> binnings; // empty: of each axis, below
     std::vector<uint32_t> readouts;
     std::vector<uint32_t> triggers;
@@ -40,6 +54,8 @@ const KnownCamera kKnownCameras[] = {
      0,
      18,
      {3, 8, 9, 10, 11, 19, 20, 33, 34, 35, 45, 46},
+     {0, 1, 2},
+     {0, 1, 2},
      {1, 2, 4, 8},
      {0, 1, 2},
      {0, 1, 2, 3, 4, 5, 6, 7}},
@@ -48,17 +64,29 @@ const KnownCamera kKnownCameras[] = {
      1,
      19,
      {3, 9, 19, 20, 33, 34, 35, 45, 46},
+     {0, 1, 2},
+     {0},
      {1, 2, 4, 8},
      {0, 1, 2},
      {0, 1, 2, 3, 4, 5, 6, 7}},
     // Old, without a cooler.
-    {"default", 2, 12, {3, 8, 10, 11, 19, 20}, {1, 2, 4, 8}, {0, 1}, {0, 1, 2, 3, 4, 5}},
+    {"default",
+     2,
+     12,
+     {3, 8, 10, 11, 19, 20},
+     {0, 1},
+     {0, 1, 2},
+     {1, 2, 4, 8},
+     {0, 1},
+     {0, 1, 2, 3, 4, 5}},
     // Bins lines alone, and has a live mode.
-    {"family-1", 4, 8, {5, 24}, {1, 2, 3, 4}, {0, 1, 2, 3}, {0, 5}},
+    {"family-1", 4, 8, {5, 24}, {0, 1}, {0}, {1, 2, 3, 4}, {0, 1, 2, 3}, {0, 5}},
     {"family-1",
      6,
      9,
      {3, 8, 9, 10, 11, 19, 20, 22, 23, 26},
+     {0, 1},
+     {0, 1, 2, 3},
      {1, 2, 4, 8},
      {0, 1, 2, 3},
      {0, 1, 2, 3, 4, 5}},
@@ -67,11 +95,21 @@ const KnownCamera kKnownCameras[] = {
      0,
      25,
      {3, 8, 9, 10, 11, 19, 20, 33, 34, 35, 37, 39, 42, 43, 44, 45, 46, 47, 48, 49, 50, 51},
+     {0, 1, 2},
+     {0, 1, 2},
      {1, 2, 4, 8},
      {0, 1, 7},
      {0, 1, 2, 3, 4, 5, 6, 7}},
     // Bins both axes on their own, and has a shutter delay.
-    {"family-3", 8, 1002, {4, 5, 8, 9, 10, 11, 20, 21}, {}, {2}, {0, 1, 2, 3, 4, 5}},
+    {"family-3",
+     8,
+     1002,
+     {4, 5, 8, 9, 10, 11, 20, 21},
+     {0, 1},
+     {0, 1, 2},
+     {},
+     {2},
+     {0, 1, 2, 3, 4, 5}},
 };
 
 TEST_F(VirtualParams, OfKnownCameras)
@@ -87,12 +125,9 @@ TEST_F(VirtualParams, OfKnownCameras)
         EXPECT_EQ(model, row.model);
         std::set<uint32_t> expected = row.keys;
         expected.insert({0, 1, 2, 6, 7, 12, 13, 14, 15, 16, 25, 27, 28, 29, 30, 31, 32, 52});
-        std::set<uint32_t> supported;
-        for (uint32_t key = 0; key < 53; ++key) {
-            if (Zerix_IsParamSupported(handle, key) == 0)
-                supported.insert(key);
-        }
-        EXPECT_EQ(supported, expected);
+        EXPECT_EQ(Supported(Zerix_IsParamSupported), expected);
+        EXPECT_EQ(Supported(Zerix_IsParamS32Supported), row.keysS32);
+        EXPECT_EQ(Supported(Zerix_IsParam64Supported), row.keys64);
         if (!row.binnings.empty()) {
             EXPECT_EQ(ListOf(row.keys.count(zprmBinning) != 0 ? zprmBinning : zprmVerticalBinning),
                       row.binnings);
@@ -129,8 +164,48 @@ TEST_F(VirtualParams, HaveTheirDefaultsWithinTheirLimits)
         if (key == zprmIntensifierGain || Zerix_GetParamMin(&settings, key, &minimum) != 0 ||
             Zerix_GetParamMax(&settings, key, &maximum) != 0)
             return; // nothing is written to the intensifier's slot by default
-        EXPECT_LE(minimum, Value(key));
-        EXPECT_LE(Value(key), maximum);
+        for (const uint32_t value : {Value(key), tables::GetSlot32(&settings, key, true)}) {
+            EXPECT_LE(minimum, value);
+            EXPECT_LE(value, maximum);
+        }
+    });
+}
+
+// Signed and 64-bit. The slot's own value: reading a gain limits it.
+template <typename T, typename Support, typename Slot, typename Get>
+void ExpectDefaultsWithinLimits(ZerixHandle handle, const Zerix_Settings &settings,
+                                Support isSupported, Slot slot, Get getMinimum, Get getMaximum)
+{
+    uint32_t count = 0;
+    for (uint32_t key = 0; key < 4; ++key) {
+        if (isSupported(handle, key) != 0)
+            continue;
+        ++count;
+        SCOPED_TRACE(key);
+        T minimum = 1;
+        T maximum = 0;
+        EXPECT_EQ(getMinimum(&settings, key, &minimum), 0u);
+        EXPECT_EQ(getMaximum(&settings, key, &maximum), 0u);
+        EXPECT_LE(minimum, slot(&settings, key, true));
+        EXPECT_LE(slot(&settings, key, true), maximum);
+        EXPECT_LT(minimum, maximum);
+    }
+    EXPECT_GE(count, 1u);
+}
+
+TEST_F(VirtualParams, HaveTheirWiderDefaultsWithinTheirLimits)
+{
+    const auto slotS32 = [](const Zerix_Settings *record, uint32_t key, bool isCurrent) {
+        return tables::GetSlotS32(record, key, isCurrent);
+    };
+    const auto slot64 = [](const Zerix_Settings *record, uint32_t key, bool isCurrent) {
+        return tables::GetSlot64(record, key, isCurrent);
+    };
+    OnEachCameraOfTheFamily([&] {
+        ExpectDefaultsWithinLimits<int32_t>(handle, settings, Zerix_IsParamS32Supported, slotS32,
+                                            Zerix_GetParamS32Min, Zerix_GetParamS32Max);
+        ExpectDefaultsWithinLimits<uint64_t>(handle, settings, Zerix_IsParam64Supported, slot64,
+                                             Zerix_GetParam64Min, Zerix_GetParam64Max);
     });
 }
 
@@ -191,11 +266,15 @@ TEST_F(VirtualParams, TellOfExposuresNextToTheLimits)
             EXPECT_EQ(Zerix_GetParam64(&settings, key64, &stored), 0u);
             EXPECT_EQ(stored, value);
         }
-        const uint64_t above = maximum / 1000 + 1;
-        if (above > 0xFFFFFFFFu)
-            return;
-        EXPECT_EQ(Zerix_SetParam(&settings, key, static_cast<uint32_t>(above)), 2u);
-        EXPECT_EQ(Value(key), above);
+        // In whole microseconds: the limits, and what lies next to them.
+        ASSERT_LT(maximum / 1000, 0xFFFFFFFFu);
+        const auto last = static_cast<uint32_t>(maximum / 1000);
+        const auto first = static_cast<uint32_t>((minimum + 999) / 1000);
+        for (const auto &[value, code] :
+             {std::pair{first, 0u}, {last, 0u}, {first - 1, 2u}, {last + 1, 2u}}) {
+            EXPECT_EQ(Zerix_SetParam(&settings, key, value), code) << value;
+            EXPECT_EQ(Value(key), value);
+        }
     });
 }
 

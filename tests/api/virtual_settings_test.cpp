@@ -160,6 +160,85 @@ TEST_F(VirtualSettings, OfAMultiplyingCamera)
     ExpectFill(Zerix_ReadDefaultSettings, handle, defaults);
 }
 
+// An intensifier begins at its least gain, 47.4-fold, which is no count of its register. The
+// read-back converts that register by the curve of the camera's own gain: no count is -5.00 dB
+// there, and the factor of three figures above it is 0.563, which is 2 counts.
+TEST_F(VirtualSettings, OfAnIntensifiedCamera)
+{
+    ASSERT_EQ(ZerixSim_ChooseRack("family-1"), 0u) << ZerixSim_LastErrorText();
+    const ZerixHandle handle = LoadAndOpen(6);
+    Expected defaults = kMonochromeDefaults;
+    defaults.values[zprmNormIntensGaindB] = 0;
+    defaults.valuesS32[zprmS32RegulatedCoolingTemp] = 0;
+    defaults.values64[zprm64NormIntensGain] = 47'400'000;
+    ExpectFill(Zerix_ReadDefaultSettings, handle, defaults);
+    Expected readBack = kMonochromeReadBack;
+    readBack.values[zprmIntensifierGain] = 2;
+    readBack.values[zprmNormIntensGaindB] = 33'509'263;
+    readBack.valuesS32[zprmS32RegulatedCoolingTemp] = 0;
+    readBack.values64[zprm64NormIntensGain] = 563'000;
+    ExpectFill(Zerix_ReadSettingsFromCam, handle, readBack);
+}
+
+// Words always, at 5 MHz, exposed for a tenth of a second.
+TEST_F(VirtualSettings, OfACameraThatBinsEachAxisOnItsOwn)
+{
+    ASSERT_EQ(ZerixSim_ChooseRack("family-3"), 0u) << ZerixSim_LastErrorText();
+    const ZerixHandle handle = LoadAndOpen(8);
+    const auto change = [](Expected expected) {
+        expected.values[zprmExposure] = 100'000;
+        expected.values64[zprm64Exposure] = 100'000'000;
+        expected.values[zprmReadoutSpeed] = 2;
+        expected.values[zprmImageFormat] = 3;
+        expected.values[zprmRoiWidth] = 1024;
+        expected.values[zprmRoiHeight] = 58;
+        expected.valuesS32[zprmS32RegulatedCoolingTemp] = 0;
+        return expected;
+    };
+    ExpectFill(Zerix_ReadDefaultSettings, handle, change(kMonochromeDefaults));
+    ExpectFill(Zerix_ReadSettingsFromCam, handle, change(kMonochromeReadBack));
+    ZX::ZCamera &camera = *CameraOf(handle);
+    ASSERT_EQ(camera.SetHorizontalBinning(2), 0u);
+    ASSERT_EQ(camera.SetVerticalBinning(7), 0u);
+    ASSERT_EQ(camera.SetMetrolShutterDelay(1), 0u);
+    Expected readBack = change(kMonochromeReadBack);
+    readBack.values[zprmHorizontalBinning] = 2;
+    readBack.values[zprmVerticalBinning] = 7;
+    readBack.values[zprmMetrolShutterDelay] = 50;
+    ExpectFill(Zerix_ReadSettingsFromCam, handle, readBack);
+    ExpectFill(Zerix_ReadDefaultSettings, handle, change(kMonochromeDefaults));
+}
+
+// A mosaic with a live mode, without a cooler and without the synchronisation output.
+TEST_F(VirtualSettings, OfACameraWithALiveMode)
+{
+    ASSERT_EQ(ZerixSim_ChooseRack("family-1"), 0u) << ZerixSim_LastErrorText();
+    const ZerixHandle handle = LoadAndOpen(4);
+    const auto change = [](Expected expected) {
+        expected.values[zprmExposure] = 100'000;
+        expected.values64[zprm64Exposure] = 100'000'000;
+        expected.values[zprmImageFormat] = 4;
+        expected.values[zprmCoolerActive] = 0;
+        expected.values[zprmRoiWidth] = 2048;
+        expected.values[zprmRoiHeight] = 1536;
+        expected.valuesS32[zprmS32RegulatedCoolingTemp] = 0;
+        return expected;
+    };
+    Expected defaults = change(kMonochromeDefaults);
+    defaults.values[zprmPostProcessBayerAlgorithm] = 4;
+    defaults.values[zprmPostProcessImageFormat] = 12;
+    ExpectFill(Zerix_ReadDefaultSettings, handle, defaults);
+    Expected readBack = change(kMonochromeReadBack);
+    readBack.values[zprmSyncb] = 0;
+    ExpectFill(Zerix_ReadSettingsFromCam, handle, readBack);
+    // One line of six is read; the columns stay.
+    ASSERT_EQ(CameraOf(handle)->SetLVWMode(true), 0u);
+    readBack.values[zprmCameraMode] = 1;
+    readBack.values[zprmRoiHeight] = 256;
+    ExpectFill(Zerix_ReadSettingsFromCam, handle, readBack);
+    ExpectFill(Zerix_ReadDefaultSettings, handle, defaults);
+}
+
 // The camera's state shows in a read-back and not in the defaults.
 TEST_F(VirtualSettings, ReadBackWhatTheCameraHolds)
 {
