@@ -38,8 +38,12 @@ public:
         std::ostringstream text;
         text << name;
         ((text << ' ' << +values), ...);
-        const std::lock_guard lock(callsMutex);
-        calls.push_back(text.str());
+        {
+            const std::lock_guard lock(callsMutex);
+            calls.push_back(text.str());
+        }
+        if (inCall)
+            inCall(name);
         const auto status = statusOf.find(name);
         return status != statusOf.end() ? status->second : uint16_t{0};
     }
@@ -271,12 +275,14 @@ public:
     uint32_t GetShutterCloseDelayDefault() override { return getShutterCloseDelayDefault; }
     uint32_t GetShutterCloseDelayMin() override { return getShutterCloseDelayMin; }
     uint32_t GetShutterCloseDelayMax() override { return getShutterCloseDelayMax; }
-    uint32_t GetROIMaxWidthForBinningMode(uint16_t) override
+    uint32_t GetROIMaxWidthForBinningMode(uint16_t mode) override
     {
+        widthAskedFor = mode;
         return getROIMaxWidthForBinningMode;
     }
-    uint32_t GetROIMaxHeightForBinningMode(uint16_t) override
+    uint32_t GetROIMaxHeightForBinningMode(uint16_t mode) override
     {
+        heightAskedFor = mode;
         return getROIMaxHeightForBinningMode;
     }
     uint32_t GetROIMaxWidthForLVWMode() override { return getROIMaxWidthForLVWMode; }

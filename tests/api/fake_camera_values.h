@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -200,6 +201,9 @@ struct FakeCameraValues {
     uint32_t closes = 0;
     std::mutex callsMutex;
     std::vector<std::string> calls;
+    std::function<void(const std::string &name)> inCall; // of a setter or command
+    uint16_t widthAskedFor = 0;                          // the binning mode
+    uint16_t heightAskedFor = 0;
     std::map<std::string, uint16_t> statusOf;
     ZX::ZImageReceivedCallback imageReceived = nullptr;
     ZX::ZExposeDoneCallback exposeDone = nullptr;

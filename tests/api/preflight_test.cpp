@@ -136,6 +136,63 @@ TEST_F(Preflight, AsksForTheLimitsOfTheModeThatTheRecordLeadsTo)
     EXPECT_EQ(camera->calls, std::vector<std::string>{});
 }
 
+// Each axis goes by its own binning where the camera has one, by the symmetrical one otherwise.
+TEST_F(Preflight, AsksForTheLimitsOfTheBinningOfEachAxis)
+{
+    constexpr struct {
+        bool hasVertical;
+        bool hasHorizontal;
+        uint16_t heightMode;
+        uint16_t widthMode;
+    } kRows[] = {
+        {false, false, 2, 2}, {true, false, 4, 2}, {false, true, 2, 3}, {true, true, 4, 3}};
+    for (Zerix_Settings *settings : {&current, Legacy()}) {
+        Set(settings, zprmBinning, 2);
+        Set(settings, zprmHorizontalBinning, 3);
+        Set(settings, zprmVerticalBinning, 4);
+        for (const auto &row : kRows) {
+            camera->isVerticalBinningSupported = row.hasVertical;
+            camera->isHorizontalBinningSupported = row.hasHorizontal;
+            EXPECT_EQ(RunPreflight(settings), 0u);
+            EXPECT_EQ(camera->heightAskedFor, row.heightMode);
+            EXPECT_EQ(camera->widthAskedFor, row.widthMode);
+        }
+    }
+    // Live mode has no binning, and that is settled before.
+    Set(&current, zprmCameraMode, 1);
+    EXPECT_EQ(RunPreflight(&current), 0u);
+    EXPECT_EQ(camera->heightAskedFor, 1);
+    EXPECT_EQ(camera->widthAskedFor, 1);
+}
+
+// A repair is told under its own name, whoever asked for it, and used.
+TEST_F(Preflight, IsSeenInTheLogOfASend)
+{
+    camera->getStreamingVersion = 0;
+    camera->getReadoutFrequency = 10.0f;
+    Set(&current, zprmImageFormat, 3);
+    EXPECT_EQ(Send(&current), 0u);
+    EXPECT_EQ(Take(), (Lines{"Zerix_SendSettingsToCam start",
+                             "Zerix_PreflightSettings - Readout speed is now 10MHz",
+                             EndLine("Zerix_SendSettingsToCam")}));
+    EXPECT_TRUE(WasCalled("SetReadoutFrequency 10"));
+    EXPECT_EQ(Get(&current, zprmReadoutSpeed), 1u);
+}
+
+// What the repair itself answers is nobody's concern: the exposure is sent as it came.
+TEST_F(Preflight, MayFailWithinASend)
+{
+    // Another camera's record, of which the limits can't be asked once that camera is closed.
+    FakeCamera &other = AddOpenCamera();
+    tables::SetCamera(&current, HandleOf(other));
+    other.CloseCamera();
+    tables::SetSlot64(&current, zprm64Exposure, 1);
+    Forget();
+    EXPECT_EQ(RunPreflight(&current), 3u);
+    EXPECT_EQ(Send(&current), 0u);
+    EXPECT_TRUE(WasCalled("SetExposure 1"));
+}
+
 TEST_F(Preflight, CutsTheRegionToTheSensor)
 {
     constexpr struct {

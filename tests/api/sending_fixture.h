@@ -68,6 +68,22 @@ protected:
         return std::find(camera->calls.begin(), camera->calls.end(), call) != camera->calls.end();
     }
 
+    // As if the cache had been told all of the record, and the camera had its geometry.
+    void MakeCacheEqual(const Zerix_Settings *settings)
+    {
+        Zerix_Settings *const cached = &ContextOf(*camera)->cachedSettings;
+        for (uint32_t key = 0; key < 53; ++key)
+            Set(cached, key, Get(settings, key));
+        for (uint32_t key = 0; key < 3; ++key)
+            tables::SetSlotS32(cached, key, tables::GetSlotS32(settings, key));
+        for (uint32_t key = 0; key < 4; ++key)
+            tables::SetSlot64(cached, key, tables::GetSlot64(settings, key));
+        camera->getROIWidth = Get(settings, zprmRoiWidth);
+        camera->getROIHeight = Get(settings, zprmRoiHeight);
+        camera->getSymmetricalBinningMode = camera->getVerticalBinningMode =
+            camera->getHorizontalBinningMode = 1;
+    }
+
     // The remarks of one function, without its name.
     Lines Remarks(const std::string &name)
     {

@@ -408,19 +408,7 @@ TEST_F(Sending, CommitsWhenAKeyThatCountsDiffersFromTheCache)
         return WasCalled("UpdateSettingsOnCamera");
     };
     ZerixContext &context = *ContextOf(*camera);
-    // What is written back comes from the camera.
-    camera->getROIWidth = 1000;
-    camera->getROIHeight = 800;
-    camera->getSymmetricalBinningMode = camera->getVerticalBinningMode =
-        camera->getHorizontalBinningMode = 1;
-    const auto equal = [&] {
-        for (uint32_t key = 0; key < 53; ++key)
-            Set(&context.cachedSettings, key, Get(&current, key));
-        for (uint32_t key = 0; key < 3; ++key)
-            tables::SetSlotS32(&context.cachedSettings, key, tables::GetSlotS32(&current, key));
-        for (uint32_t key = 0; key < 4; ++key)
-            tables::SetSlot64(&context.cachedSettings, key, tables::GetSlot64(&current, key));
-    };
+    const auto equal = [&] { MakeCacheEqual(&current); };
     Set(&current, zprmKeelEmMode, 0);
     EXPECT_TRUE(commits());
     equal();

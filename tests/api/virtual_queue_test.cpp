@@ -211,6 +211,41 @@ TEST_F(VirtualQueue, WaitsForASlowCallbackWhenItCloses)
     EXPECT_EQ(TakeTold(), (std::vector<Told>{{1, 0, 1}}));
 }
 
+// After an abort the frames are the application's again, so it waits for the one that is being
+// given; the others are never told of.
+TEST_F(VirtualQueue, WaitsForASlowCallbackWhenItIsAborted)
+{
+    Configure("outputEnabled = 1\noutputNestedCalls = 1\n"); // the abort's first line is waited for
+    OpenQuick();
+    Moment isInside;
+    Moment mayLeave;
+    inCallBack = [&](const Told &) {
+        isInside.Come();
+        EXPECT_TRUE(mayLeave.Await());
+    };
+    for (uint32_t number = 1; number <= 3; ++number)
+        ASSERT_EQ(QueueFrame(NewSlot(), number), 0u);
+    ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
+    ZerixSim_GiveCredit(0, ZERIX_SIM_UNLIMITED);
+    ASSERT_TRUE(isInside.Await());
+    std::size_t toldBefore = 0;
+    std::thread aborter([&] {
+        EXPECT_EQ(Zerix_Abort(handle), 0u);
+        toldBefore = TakeTold().size();
+    });
+    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+    while (capture.Text().find("Zerix_Abort start") == std::string::npos &&
+           std::chrono::steady_clock::now() < deadline)
+        std::this_thread::yield();
+    mayLeave.Come();
+    aborter.join();
+    EXPECT_GE(toldBefore, 1u);
+    EXPECT_EQ(ContextOf(*CameraOf(handle))->queueCount.load(), 0u);
+    EXPECT_TRUE(CameraOf(handle)->IsCameraStreaming());
+    EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
+    EXPECT_EQ(WhatIsHeld(), std::vector<uint32_t>(7));
+}
+
 TEST_F(VirtualQueue, TellsAQueuedFrameOfALostCamera)
 {
     OpenQuick();
