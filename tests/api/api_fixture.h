@@ -11,8 +11,8 @@
 #include "diag/trace_log.h"
 #include "platform/os.h"
 #include "tests/api/fake_camera.h"
+#include "tests/support/configuration_values.h"
 #include "tests/support/debug_output_capture.h"
-#include "tests/support/environment_variable.h"
 #include "tests/support/temporary_folder.h"
 #include "zerix/zerix.h"
 
@@ -36,7 +36,7 @@ protected:
         os::SetWallClockForTest({});
     }
 
-    void Configure(const std::string &text) const { folder.Write("zerix.conf", text); }
+    void Configure(const std::string &text) const { configuration.Put(text); }
 
     // Loads the library and forgets the lines of that.
     void Load()
@@ -80,7 +80,7 @@ protected:
     }
 
     test::TemporaryFolder folder;
-    test::EnvironmentVariable configuration{"ZERIX_CONFIG", folder.Path() + "/zerix.conf"};
+    test::ConfigurationValues configuration;
     test::DebugOutputCapture capture;
 };
 

@@ -96,7 +96,7 @@ TEST_F(VirtualSession, IsInTheLogFile)
     for (const std::string &line : kSession)
         expected += "00:00.000 " + line + '\0';
     expected += std::string("\n------------------------------------------------\n\n") + '\0';
-    EXPECT_EQ(folder.Read("log"), expected);
+    EXPECT_EQ(folder.ReadText("log"), expected);
     EXPECT_EQ(Take(), Lines{});
 }
 

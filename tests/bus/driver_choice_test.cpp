@@ -5,8 +5,8 @@
 
 #include "bus/no_bus_driver.h"
 #include "bus/platform_names.h"
+#include "tests/support/configuration_values.h"
 #include "tests/support/environment_variable.h"
-#include "tests/support/temporary_folder.h"
 
 using namespace zerix;
 using namespace zerix::bus;
@@ -244,11 +244,9 @@ TEST(DriverOfTheProcess, IsMadeOnce) { EXPECT_EQ(&kernel::Driver(), &kernel::Dri
 
 TEST(DriverOfTheProcess, ReadsEnvironmentAndConfiguration)
 {
-    const test::TemporaryFolder folder;
-    const std::string file = folder.Write("zerix.conf", "Bus = simulated\n"
-                                                        "SimulatedBus = lab.toml\n"
-                                                        "SimulatorLibrary = /a/sim.so\n");
-    const test::EnvironmentVariable configuration("ZERIX_CONFIG", file);
+    const test::ConfigurationValues configuration("Bus = simulated\n"
+                                                  "SimulatedBus = lab.toml\n"
+                                                  "SimulatorLibrary = /a/sim.so\n");
     const test::EnvironmentVariable bus("ZERIX_BUS", "kernel");
     const BusSettings settings = SettingsOfThisProcess();
     EXPECT_EQ(settings.environment, "kernel");
@@ -259,8 +257,7 @@ TEST(DriverOfTheProcess, ReadsEnvironmentAndConfiguration)
 
 TEST(DriverOfTheProcess, HasNoSettingsWhereThereAreNone)
 {
-    const test::TemporaryFolder folder;
-    const test::EnvironmentVariable configuration("ZERIX_CONFIG", folder.Write("zerix.conf", ""));
+    const test::ConfigurationValues configuration("");
     const test::EnvironmentVariable bus("ZERIX_BUS", {});
     const BusSettings settings = SettingsOfThisProcess();
     EXPECT_EQ(settings.environment, std::nullopt);

@@ -10,8 +10,8 @@
 
 #include "diag/trace_log.h"
 #include "platform/os.h"
+#include "tests/support/configuration_values.h"
 #include "tests/support/debug_output_capture.h"
-#include "tests/support/environment_variable.h"
 #include "tests/support/temporary_folder.h"
 
 namespace zerix::diag {
@@ -34,7 +34,7 @@ protected:
         os::SetWallClockForTest({});
     }
 
-    void Configure(const std::string &text) const { folder.Write("zerix.conf", text); }
+    void Configure(const std::string &text) const { configuration.Put(text); }
 
     // Opens the log with these switches on.
     void OpenWith(const Lines &switches) const
@@ -68,7 +68,7 @@ protected:
 
     os::WallTime now = {1'700'000'000, 250'000};
     test::TemporaryFolder folder;
-    test::EnvironmentVariable configuration{"ZERIX_CONFIG", folder.Path() + "/zerix.conf"};
+    test::ConfigurationValues configuration;
     test::DebugOutputCapture capture;
 };
 

@@ -201,10 +201,10 @@ TEST_F(TraceLog, WritesEachMessageToTheFileWithANulByteBehindIt)
     expected += '\0';
     expected += kAtStart + "Zerix_Trigger end (error code 0)\n\n";
     expected += '\0';
-    EXPECT_EQ(folder.Read("trace.log"), expected);
+    EXPECT_EQ(folder.ReadText("trace.log"), expected);
     ZLogClose();
     expected += kSeparator + '\0';
-    EXPECT_EQ(folder.Read("trace.log"), expected);
+    EXPECT_EQ(folder.ReadText("trace.log"), expected);
     EXPECT_EQ(Take(), Lines{});
 }
 
@@ -216,7 +216,7 @@ TEST_F(TraceLog, AppendsToTheFile)
     OpenWithFile(path);
     ZLogClose();
     std::string expected = kSeparator + '\0' + kSeparator + '\0';
-    EXPECT_EQ(folder.Read("trace.log"), expected);
+    EXPECT_EQ(folder.ReadText("trace.log"), expected);
 }
 
 TEST_F(TraceLog, DropsWhatComesAfterTheCloseOfTheFile)
@@ -224,10 +224,10 @@ TEST_F(TraceLog, DropsWhatComesAfterTheCloseOfTheFile)
     const std::string path = folder.Path() + "/trace.log";
     OpenWithFile(path);
     ZLogClose();
-    const std::string closed = folder.Read("trace.log");
+    const std::string closed = folder.ReadText("trace.log");
     ZLogPrintf("late");
     ZLogClose();
-    EXPECT_EQ(folder.Read("trace.log"), closed);
+    EXPECT_EQ(folder.ReadText("trace.log"), closed);
     EXPECT_EQ(Take(), Lines{});
 }
 
@@ -251,7 +251,7 @@ TEST_F(TraceLog, OpensNoFileWhileItIsOff)
     ZLogOpen();
     ZLogPrintf("nowhere");
     ZLogClose();
-    EXPECT_EQ(folder.Read("trace.log"), "");
+    EXPECT_EQ(folder.ReadText("trace.log"), "");
     EXPECT_EQ(Take(), Lines{});
 }
 
@@ -273,7 +273,7 @@ TEST_F(TraceLog, KeepsMessagesWholeAndTheDepthRightAcrossThreads)
     for (std::thread &thread : threads)
         thread.join();
     EXPECT_EQ(ZLogDepth(), 0);
-    const std::string text = folder.Read("trace.log");
+    const std::string text = folder.ReadText("trace.log");
     const std::string remark = kAtStart + "outer - one whole remark" + '\0';
     std::size_t count = 0;
     for (auto at = text.find(remark); at != std::string::npos; at = text.find(remark, at + 1))

@@ -9,6 +9,17 @@
 
 namespace zerix::test {
 
+namespace {
+
+std::string Contents(const std::ifstream &file)
+{
+    std::ostringstream contents;
+    contents << file.rdbuf();
+    return contents.str();
+}
+
+} // namespace
+
 TemporaryFolder::TemporaryFolder()
 {
     std::random_device random;
@@ -34,10 +45,12 @@ std::string TemporaryFolder::Write(const std::string &name, const std::string &c
 
 std::string TemporaryFolder::Read(const std::string &name) const
 {
-    const std::ifstream file(m_path + "/" + name, std::ios::binary);
-    std::ostringstream contents;
-    contents << file.rdbuf();
-    return contents.str();
+    return Contents(std::ifstream(m_path + "/" + name, std::ios::binary));
+}
+
+std::string TemporaryFolder::ReadText(const std::string &name) const
+{
+    return Contents(std::ifstream(m_path + "/" + name));
 }
 
 } // namespace zerix::test

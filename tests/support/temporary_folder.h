@@ -18,6 +18,8 @@ public:
     std::string Write(const std::string &name, const std::string &contents) const;
     // The contents of a file of the folder; empty if there is none.
     [[nodiscard]] std::string Read(const std::string &name) const;
+    // The same of a file that was written as text: with line ends as in memory.
+    [[nodiscard]] std::string ReadText(const std::string &name) const;
 
 private:
     std::string m_path;

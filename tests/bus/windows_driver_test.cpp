@@ -1,0 +1,314 @@
+// The bus on Windows over scripted system calls: what it tells them, and what it makes of every
+// answer.
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "bus/windows/windows_driver.h"
+#include "hal/kernel_requests.h"
+#include "tests/bus/scripted_system.h"
+
+namespace zerix::bus {
+namespace {
+
+using namespace kernel;
+using Lines = std::vector<std::string>;
+
+class WindowsEnumeration : public testing::Test {
+protected:
+    Lines Paths(uint32_t maximumCount)
+    {
+        std::vector<DevicePath> found(maximumCount + 1);
+        std::memset(found.back().text, 'x', sizeof found.back().text);
+        count = 99;
+        error = driver.Enumerate(found.data(), maximumCount, &count);
+        EXPECT_EQ(found.back().text[0], 'x');
+        EXPECT_EQ(system.openLists, 0);
+        Lines paths;
+        for (uint32_t i = 0; count != 99 && i < count; ++i)
+            paths.emplace_back(found[i].text);
+        return paths;
+    }
+
+    ScriptedSystem system;
+    WindowsDriver driver{system};
+    uint32_t count = 99;
+    uint32_t error = 0;
+};
+
+TEST_F(WindowsEnumeration, GivesThePathsInTheSystemsOrder)
+{
+    system.paths = {"\\\\?\\b", "\\\\?\\a#second", ""};
+    EXPECT_EQ(Paths(10), system.paths);
+    EXPECT_EQ(error, 0u);
+    EXPECT_EQ(system.detailSizes[0], 10u); // five bytes and the path
+}
+
+TEST_F(WindowsEnumeration, OfNothingIsNoError)
+{
+    EXPECT_EQ(Paths(10), Lines{});
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(error, 0u);
+}
+
+TEST_F(WindowsEnumeration, GivesNoMoreThanThereIsRoomFor)
+{
+    system.paths = {"a", "b", "c"};
+    EXPECT_EQ(Paths(2), (Lines{"a", "b"}));
+    EXPECT_EQ(Paths(3), (Lines{"a", "b", "c"}));
+    EXPECT_EQ(Paths(0), Lines{});
+    EXPECT_EQ(count, 0u);
+}
+
+TEST_F(WindowsEnumeration, LeavesTheCountAloneWithoutAList)
+{
+    system.listError = 13;
+    Paths(10);
+    EXPECT_EQ(error, 13u);
+    EXPECT_EQ(count, 99u);
+}
+
+TEST_F(WindowsEnumeration, ThatBreaksOffFindsNothing)
+{
+    system.paths = {"a", "b"};
+    system.walkError = 1450;
+    EXPECT_EQ(Paths(10), Lines{});
+    EXPECT_EQ(error, 1450u);
+    EXPECT_EQ(count, 0u);
+}
+
+TEST_F(WindowsEnumeration, EndsAtADeviceWithoutAPath)
+{
+    system.paths = {"a", "b"};
+    system.sizeError = 13; // anything but the buffer that is too small
+    EXPECT_EQ(Paths(10), Lines{});
+    EXPECT_EQ(error, 0u);
+    EXPECT_EQ(count, 0u);
+    system.sizeError = kErrorInsufficientBuffer;
+    system.givesDetails = false;
+    EXPECT_EQ(Paths(10), Lines{});
+    EXPECT_EQ(error, 0u);
+}
+
+// The hardware layer ends its list at a path of more than 255 characters.
+TEST_F(WindowsEnumeration, GivesLongPathsInFullUpTo1023Characters)
+{
+    system.paths = {std::string(255, 'p'), std::string(256, 'q'), std::string(2000, 'r')};
+    EXPECT_EQ(Paths(10),
+              (Lines{std::string(255, 'p'), std::string(256, 'q'), std::string(1023, 'r')}));
+    EXPECT_EQ(system.detailSizes, (std::vector<uint32_t>{260, 261, 2005}));
+}
+
+class WindowsRequests : public testing::Test {
+protected:
+    WindowsRequests() { EXPECT_EQ(driver.Open("\\\\?\\camera", &device), 0u); }
+    ~WindowsRequests() override
+    {
+        driver.Close(device);
+        EXPECT_EQ(system.openEvents, abandonedEvents);
+        EXPECT_EQ(std::count(system.log.begin(), system.log.end(), "close"), 1);
+    }
+
+    ControlResult Send(uint32_t code, Overlapped *block)
+    {
+        return driver.Control(device, code, &word, sizeof word, &word, sizeof word, block);
+    }
+
+    static void Expect(const ControlResult &result, Completion completion, uint32_t systemError,
+                       uint32_t bytes)
+    {
+        EXPECT_EQ(result.completion, completion);
+        EXPECT_EQ(result.systemError, systemError);
+        EXPECT_EQ(result.bytesReturned, bytes);
+    }
+
+    ScriptedSystem system;
+    WindowsDriver driver{system};
+    DeviceHandle device = 0;
+    uint32_t word = 0;
+    Overlapped overlapped;
+    int abandonedEvents = 0;
+};
+
+TEST_F(WindowsRequests, OpenTheDeviceForThisProcessAlone)
+{
+    EXPECT_EQ(system.opened, Lines{"\\\\?\\camera"});
+    EXPECT_FALSE(driver.IsSimulated());
+}
+
+TEST_F(WindowsRequests, ThatAreDoneAtOnceTellTheirBytes)
+{
+    system.Expect({.code = 0x22207A, .error = 0, .bytes = 4});
+    Expect(Send(kControlAsyncRead, &overlapped), Completion::kDone, 0, 4);
+    system.Expect({.code = 0x222096, .error = 0, .bytes = 3});
+    Expect(Send(kControlIsOpen, nullptr), Completion::kDone, 0, 3);
+    EXPECT_EQ(system.createdEvents, 1); // used again
+}
+
+TEST_F(WindowsRequests, ThatFailTellTheSystemsError)
+{
+    for (const uint32_t error : {5u, 6u, 31u, 87u, 170u, 995u, 1450u}) {
+        system.Expect({.code = 0x22A07C, .error = error, .bytes = 9});
+        Expect(Send(kControlAsyncWrite, &overlapped), Completion::kFailed, error, 0);
+    }
+}
+
+// The errors with which the system may notice that a device is gone.
+TEST_F(WindowsRequests, OfALostDeviceAllSayNotConnected)
+{
+    for (const uint32_t error : {55u, 433u, 1167u, 1617u}) {
+        system.Expect({.code = 0x22A0BA, .error = error});
+        Expect(Send(kControlQueueBuffer, &overlapped), Completion::kFailed, 1167, 0);
+        system.Expect({.code = 0x22A0BA, .error = kErrorIoPending, .laterError = error});
+        Expect(Send(kControlQueueBuffer, &overlapped), Completion::kPending, 0, 0);
+        Expect(driver.Wait(device, &overlapped), Completion::kFailed, 1167, 0);
+    }
+}
+
+TEST_F(WindowsRequests, ThatPendAreWaitedFor)
+{
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending, .laterBytes = 3360});
+    Expect(Send(kControlQueueBuffer, &overlapped), Completion::kPending, 0, 0);
+    Expect(driver.Wait(device, &overlapped), Completion::kDone, 0, 3360);
+    // Again, now that it is over.
+    Expect(driver.Wait(device, &overlapped), Completion::kDone, 0, 3360);
+}
+
+TEST_F(WindowsRequests, ThatPendMayFailInTheEnd)
+{
+    system.Expect({.code = 0x22207A, .error = kErrorIoPending, .laterError = 31});
+    Expect(Send(kControlAsyncRead, &overlapped), Completion::kPending, 0, 0);
+    Expect(driver.Wait(device, &overlapped), Completion::kFailed, 31, 0);
+    Expect(driver.Wait(device, &overlapped), Completion::kFailed, 31, 0);
+}
+
+TEST_F(WindowsRequests, WithoutABlockAreWaitedForAtOnce)
+{
+    system.Expect({.code = 0x22A0A0, .error = kErrorIoPending, .laterBytes = 20});
+    Expect(Send(kControlAllocateBandwidth, nullptr), Completion::kDone, 0, 20);
+    system.Expect({.code = 0x22A0A0, .error = kErrorIoPending, .laterError = 1450});
+    Expect(Send(kControlAllocateBandwidth, nullptr), Completion::kFailed, 1450, 0);
+}
+
+TEST_F(WindowsRequests, HaveAnEventEachAndUseItAgain)
+{
+    Overlapped blocks[3];
+    for (Overlapped &block : blocks) {
+        system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+        Expect(Send(kControlQueueBuffer, &block), Completion::kPending, 0, 0);
+    }
+    EXPECT_EQ(system.createdEvents, 3);
+    EXPECT_NE(system.blocks[0]->event, system.blocks[1]->event);
+    EXPECT_NE(system.blocks[1]->event, system.blocks[2]->event);
+    Expect(driver.Wait(device, &blocks[1]), Completion::kDone, 0, 0);
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+    Expect(Send(kControlQueueBuffer, &blocks[1]), Completion::kPending, 0, 0);
+    EXPECT_EQ(system.blocks[3], system.blocks[1]);
+    EXPECT_EQ(system.createdEvents, 3);
+    for (Overlapped &block : blocks)
+        Expect(driver.Wait(device, &block), Completion::kDone, 0, 0);
+}
+
+TEST_F(WindowsRequests, WithoutAnEventAreNotSent)
+{
+    system.hasEvents = false;
+    Expect(Send(kControlAsyncRead, &overlapped), Completion::kFailed, 8, 0);
+    Expect(driver.Wait(device, &overlapped), Completion::kDone, 0, 0); // nothing pends
+}
+
+TEST_F(WindowsRequests, AreCancelledTogether)
+{
+    Overlapped other;
+    for (Overlapped *block : {&overlapped, &other}) {
+        system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+        Send(kControlQueueBuffer, block);
+    }
+    driver.CancelPending(device);
+    EXPECT_EQ(system.log, Lines{"cancel all"});
+    Expect(driver.Wait(device, &overlapped), Completion::kFailed, 995, 0);
+    Expect(driver.Wait(device, &other), Completion::kFailed, 995, 0);
+}
+
+TEST_F(WindowsRequests, AreCancelledOneByOne)
+{
+    Overlapped other;
+    for (Overlapped *block : {&overlapped, &other}) {
+        system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+        Send(kControlQueueBuffer, block);
+    }
+    driver.Cancel(device, &other);
+    EXPECT_EQ(system.log, Lines{"cancel one"});
+    Expect(driver.Wait(device, &other), Completion::kFailed, 995, 0);
+    Expect(driver.Wait(device, &overlapped), Completion::kDone, 0, 0);
+    // What isn't pending needs no cancel.
+    driver.Cancel(device, &other);
+    EXPECT_EQ(system.log, Lines{"cancel one"});
+}
+
+TEST_F(WindowsRequests, AreCancelledAndAwaitedByTheClose)
+{
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+    Send(kControlQueueBuffer, &overlapped);
+    driver.Close(device);
+    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "wait", "close"}));
+    EXPECT_EQ(system.openEvents, 0);
+}
+
+TEST_F(WindowsRequests, ThatOnlyTheClosedHandleEndsAreAwaitedBehindIt)
+{
+    system.endsWhenCancelled = false;
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+    Send(kControlQueueBuffer, &overlapped);
+    driver.Close(device);
+    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "wait", "close", "wait"}));
+    EXPECT_EQ(system.openEvents, 0);
+}
+
+// The system may yet write to such a request's block.
+TEST_F(WindowsRequests, ThatNothingEndsKeepTheirBlockAndEvent)
+{
+    system.endsWhenCancelled = false;
+    system.endsWhenClosed = false;
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+    Send(kControlQueueBuffer, &overlapped);
+    driver.Close(device);
+    EXPECT_EQ(system.openEvents, 1);
+    abandonedEvents = 1;
+    EXPECT_EQ(system.blocks[0]->event, 1001u);
+}
+
+TEST_F(WindowsRequests, OnTheirWayWhenTheDeviceClosesAreCancelledToo)
+{
+    system.duringControl = [this] { driver.Close(device); };
+    system.Expect({.code = 0x22A0A0, .error = kErrorIoPending});
+    // The close's own cancel came before the request pended, the second one ends it.
+    Expect(Send(kControlAllocateBandwidth, nullptr), Completion::kFailed, 995, 0);
+    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "cancel all", "close"}));
+}
+
+TEST_F(WindowsRequests, ToAClosedDeviceFail)
+{
+    driver.Close(device);
+    Expect(Send(kControlIsOpen, nullptr), Completion::kFailed, 6, 0);
+    Expect(driver.Wait(device, &overlapped), Completion::kFailed, 6, 0);
+    driver.CancelPending(device);
+    driver.Cancel(device, &overlapped);
+    driver.Close(device);
+    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "close"}));
+}
+
+TEST(WindowsOpen, ThatFailsLeavesTheHandleAlone)
+{
+    ScriptedSystem system;
+    WindowsDriver driver(system);
+    for (const uint32_t error : {2u, 5u, 32u}) {
+        system.openError = error;
+        DeviceHandle device = 7;
+        EXPECT_EQ(driver.Open("nowhere", &device), error);
+        EXPECT_EQ(device, 7u);
+    }
+    EXPECT_EQ(system.log, Lines{});
+}
+
+} // namespace
+} // namespace zerix::bus
