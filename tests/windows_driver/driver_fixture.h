@@ -10,6 +10,12 @@
 
 namespace zerix::test {
 
+// The devices as the system names them.
+inline constexpr const char *kFirst =
+    "\\\\?\\root#zerixtest#0000#{e262a0c7-fd57-44a1-a9d3-8806349a39da}";
+inline constexpr const char *kSecond =
+    "\\\\?\\root#zerixtest#0001#{e262a0c7-fd57-44a1-a9d3-8806349a39da}";
+
 // Path of the file that describes the driver to the system, from the environment.
 inline const char *DriverDescription()
 {

@@ -17,9 +17,6 @@ constexpr uint32_t kQueueBuffer = 0x22A0BA;
 constexpr uint32_t kDetachBuffers = 0x22A0BC;
 constexpr uint32_t kListen = 0x22A0C0;
 
-constexpr const char *kFirst = "\\\\?\\root#zerixtest#0000#{e262a0c7-fd57-44a1-a9d3-8806349a39da}";
-constexpr const char *kSecond = "\\\\?\\root#zerixtest#0001#{e262a0c7-fd57-44a1-a9d3-8806349a39da}";
-
 using TestDriver = DriverTest;
 
 TEST_F(TestDriver, HasTwoDevicesInOrder)
