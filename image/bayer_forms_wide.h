@@ -21,6 +21,12 @@ auto HalvesOf(Byte *row, size_t cells)
     return BayerHalves<Value>{even, even + HalfLength(cells)};
 }
 
+// The cells from whose places on outputs are made, and up to which. The first is a whole step's.
+struct Range {
+    size_t begin;
+    size_t end;
+};
+
 // How the weights of an output's own two cells read if they belong to the neighbours of its place.
 // At the edges an output reads the pair beside its place, with all the weight on one of them.
 template <typename Weight>
@@ -33,7 +39,7 @@ Weight AtPlace(const ResizeAxis::LinearTap &tap, uint32_t output, Weight weight,
 
 struct Linear8 : plain::Bytes {
     static constexpr uint32_t kId = 13;
-
+    using Value = int16_t;
     static constexpr int16_t kWhole = 16384;
     static void Prepare(const ResizeAxis &axis, uint32_t count, const SweepColumns &columns)
     {
@@ -44,13 +50,17 @@ struct Linear8 : plain::Bytes {
                 AtPlace<int16_t>(tap, i, LinearWeightOf(tap.fraction).second, kWhole, 0);
         }
     }
-    static void Along(const uint8_t *cells, size_t, const SweepColumns &columns, uint8_t *out,
-                      size_t count)
+    static void Along(const uint8_t *cells, size_t count, const SweepColumns &columns, uint8_t *out,
+                      const Range &range)
     {
-        LinearAlongBytesAvx2(cells,
-                             {reinterpret_cast<const int16_t *>(columns.even[0]),
-                              reinterpret_cast<const int16_t *>(columns.odd[0])},
-                             HalvesOf<int16_t>(out, count / 2), count / 2);
+        const auto halves = HalvesOf<int16_t>(out, count);
+        if (range.begin == 0)
+            halves.even[0] = static_cast<int16_t>(cells[0] * 64 + 32);
+        LinearAlongBytesAvx2(cells + range.begin,
+                             {reinterpret_cast<const int16_t *>(columns.even[0]) + range.begin,
+                              reinterpret_cast<const int16_t *>(columns.odd[0]) + range.begin},
+                             {halves.even + range.begin, halves.odd + range.begin},
+                             range.end - range.begin);
     }
     // The whole way is no fraction: the row there is then taken as where it begins, too.
     struct Rows {
@@ -64,21 +74,21 @@ struct Linear8 : plain::Bytes {
         uint32_t first = 0;
         int16_t fraction = 0;
     };
-    static void Across(const Rows &one, const Rows &two, const uint8_t *const *rows,
+    static void Across(const Rows &one, const Rows &two, BayerValues<Value> values,
                        const BayerTwoRows &out, size_t count)
     {
         const bool isWhole = one.fraction == kWhole;
-        const BayerHalves<const int16_t> from[] = {
-            HalvesOf<const int16_t>(rows[isWhole ? 1 : 0], count / 2),
-            HalvesOf<const int16_t>(rows[1], count / 2)};
+        if (isWhole)
+            values.rows[0] = values.rows[1];
         const int16_t fractions[] = {isWhole ? int16_t{0} : one.fraction,
                                      isWhole ? int16_t{0} : two.fraction};
-        LinearAcrossBytesAvx2(from, fractions, out, count / 2);
+        LinearAcrossBytesAvx2(values, fractions, out, count);
     }
 };
 
 struct Linear16 : plain::Words {
     static constexpr uint32_t kId = 14;
+    using Value = float;
 
     static void Prepare(const ResizeAxis &axis, uint32_t count, const SweepColumns &columns)
     {
@@ -89,13 +99,17 @@ struct Linear16 : plain::Words {
                 AtPlace(tap, i, static_cast<float>(tap.fraction), 1.0f, 0.0f);
         }
     }
-    static void Along(const uint8_t *cells, size_t, const SweepColumns &columns, uint8_t *out,
-                      size_t count)
+    static void Along(const uint8_t *cells, size_t count, const SweepColumns &columns, uint8_t *out,
+                      const Range &range)
     {
-        LinearAlongWordsAvx2(cells,
-                             {reinterpret_cast<const float *>(columns.even[0]),
-                              reinterpret_cast<const float *>(columns.odd[0])},
-                             HalvesOf<float>(out, count / 2), count / 2);
+        const auto halves = HalvesOf<float>(out, count);
+        if (range.begin == 0)
+            halves.even[0] = static_cast<float>(cells[0] | cells[1] << 8);
+        LinearAlongWordsAvx2(cells + 2 * range.begin,
+                             {reinterpret_cast<const float *>(columns.even[0]) + range.begin,
+                              reinterpret_cast<const float *>(columns.odd[0]) + range.begin},
+                             {halves.even + range.begin, halves.odd + range.begin},
+                             range.end - range.begin);
     }
     struct Rows {
         static constexpr uint32_t kCount = 2;
@@ -108,19 +122,18 @@ struct Linear16 : plain::Words {
         uint32_t first = 0;
         float fraction = 0;
     };
-    static void Across(const Rows &one, const Rows &two, const uint8_t *const *rows,
+    static void Across(const Rows &one, const Rows &two, const BayerValues<Value> &values,
                        const BayerTwoRows &out, size_t count)
     {
-        const BayerHalves<const float> from[] = {HalvesOf<const float>(rows[0], count / 2),
-                                                 HalvesOf<const float>(rows[1], count / 2)};
         const float fractions[] = {one.fraction, two.fraction};
-        LinearAcrossWordsAvx2(from, fractions, out, count / 2);
+        LinearAcrossWordsAvx2(values, fractions, out, count);
     }
 };
 
 template <typename Size, uint32_t id>
 struct Cubic : Size {
     static constexpr uint32_t kId = id;
+    using Value = float;
     static constexpr bool kIsBytes = sizeof(typename Size::Pixel) == 1;
 
     static void Prepare(const ResizeAxis &axis, uint32_t count, const SweepColumns &columns)
@@ -133,25 +146,40 @@ struct Cubic : Size {
                     reinterpret_cast<const float *>(columns.weights[weight])[i];
             }
     }
-    static void Along(const uint8_t *cells, size_t readable, const SweepColumns &columns,
-                      uint8_t *out, size_t count)
+    static void Along(const uint8_t *cells, size_t count, const SweepColumns &columns, uint8_t *out,
+                      const Range &range)
     {
-        const auto floats = [](const uint8_t *row) { return reinterpret_cast<const float *>(row); };
+        const auto floats = [&range](const uint8_t *row) {
+            return reinterpret_cast<const float *>(row) + range.begin;
+        };
         const BayerCubic weights = {
             {floats(columns.even[0]), floats(columns.even[1]), floats(columns.even[2])},
             {floats(columns.odd[0]), floats(columns.odd[1]), floats(columns.odd[2])}};
-        const auto halves = HalvesOf<float>(out, count / 2);
+        const auto halves = HalvesOf<float>(out, count);
+        (kIsBytes ? CubicAlongBytesAvx2 : CubicAlongWordsAvx2)(
+            cells + range.begin * sizeof(typename Size::Pixel), weights,
+            {halves.even + range.begin, halves.odd + range.begin}, range.end - range.begin);
+        if (range.begin == 0)
+            PutThree(cells, columns, halves, 0);
+        if (range.end == count)
+            PutThree(cells, columns, halves, 2 * count - 3);
+    }
+    // Three outputs at either end read cells that lie aside of their places.
+    static void PutThree(const uint8_t *cells, const SweepColumns &columns,
+                         const BayerHalves<float> &halves, size_t first)
+    {
+        const auto floats = [first](const uint8_t *row) {
+            return reinterpret_cast<const float *>(row) + first;
+        };
+        const CubicTaps taps = {columns.first + first, floats(columns.weights[0]),
+                                floats(columns.weights[1]), floats(columns.weights[2])};
+        float three[3];
         if constexpr (kIsBytes)
-            CubicAlongBytesAvx2(cells, weights, halves, count / 2);
+            kScalarKernels.bytes.cubicRow(cells, 0, taps, three, 3);
         else
-            CubicAlongWordsAvx2(cells, weights, halves, count / 2);
-        // Three outputs at either end read cells that lie aside of their places.
-        for (const size_t i : {size_t{0}, size_t{1}, size_t{2}, count - 3, count - 2, count - 1}) {
-            const CubicTaps taps = {columns.first + i, floats(columns.weights[0]) + i,
-                                    floats(columns.weights[1]) + i, floats(columns.weights[2]) + i};
-            float *const half = i % 2 == 0 ? halves.even : halves.odd;
-            Size::Table().cubicRow(cells, readable, taps, half + i / 2, 1);
-        }
+            kScalarKernels.words.cubicRow(cells, 0, taps, three, 3);
+        for (size_t i = first; i < first + 3; ++i)
+            (i % 2 == 0 ? halves.even : halves.odd)[i / 2] = three[i - first];
     }
     struct Rows {
         static constexpr uint32_t kCount = 4;
@@ -167,17 +195,14 @@ struct Cubic : Size {
         uint32_t first = 0;
         float weights[3] = {};
     };
-    static void Across(const Rows &one, const Rows &two, const uint8_t *const *rows,
+    static void Across(const Rows &one, const Rows &two, const BayerValues<Value> &values,
                        const BayerTwoRows &out, size_t count)
     {
-        BayerHalves<const float> from[4];
-        for (size_t row = 0; row < 4; ++row)
-            from[row] = HalvesOf<const float>(rows[row], count / 2);
         const float *const weights[] = {one.weights, two.weights};
         if constexpr (kIsBytes)
-            CubicAcrossBytesAvx2(from, weights, out, count / 2);
+            CubicAcrossBytesAvx2(values, weights, out, count);
         else
-            CubicAcrossWordsAvx2(from, weights, out, count / 2);
+            CubicAcrossWordsAvx2(values, weights, out, count);
     }
 };
 

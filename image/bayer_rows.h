@@ -5,7 +5,7 @@
 //
 // This header stays without inline functions and other headers: it is compiled with wide
 // instructions. Counts are cells. Rows of cells have readable bytes before and behind them, and all
-// rows that are written have room for steps of 32 cells.
+// rows that are written have room for steps of 32 cells, except those of pixels: of 16.
 #pragma once
 
 #include <cstddef>
@@ -45,17 +45,6 @@ size_t SplitBytesAvx2(const uint8_t *upper, const uint8_t *lower, uint32_t order
 size_t SplitWordsAvx2(const uint8_t *upper, const uint8_t *lower, uint32_t order,
                       uint8_t *const *cells, size_t count);
 
-// Each cell twice.
-void DoubleBytesAvx2(const uint8_t *cells, uint8_t *out, size_t count);
-void DoubleWordsAvx2(const uint8_t *cells, uint8_t *out, size_t count);
-
-// Each cell twice, three colours interleaved, in two rows that are the same. They do whole steps
-// only and return how many cells. Streamed rows go past the caches and are aligned to 32 bytes.
-size_t NearestRowsOfBytesAvx2(const uint8_t *const *cells, uint8_t *upper, uint8_t *lower,
-                              size_t count, bool isStreamed);
-size_t NearestRowsOfWordsAvx2(const uint8_t *const *cells, uint8_t *upper, uint8_t *lower,
-                              size_t count, bool isStreamed);
-
 // Along x. The linear values of bytes are 64 times the pixel and 32 more, which rounds them across.
 // In the tables of the even outputs number k + 1 belongs to the cells k and k + 1.
 void LinearAlongBytesAvx2(const uint8_t *cells, const BayerLinear8 &weights,
@@ -68,22 +57,34 @@ void CubicAlongBytesAvx2(const uint8_t *cells, const BayerCubic &weights,
 void CubicAlongWordsAvx2(const uint8_t *cells, const BayerCubic &weights,
                          const BayerHalves<float> &out, size_t count);
 
-// Across: two or four rows to two of pixels, even and odd columns in their order. Both are mixed
-// from the same rows; where one is enough, give it twice.
+// Across, and to pixels: one, two or four rows to two. Both are mixed from the same rows; where one
+// is enough, both are written to the same place.
+enum class BayerPixel { kThreeColours, kAlphaLast, kAlphaFirst }; // alpha is 255
 struct BayerTwoRows {
     uint8_t *first;
     uint8_t *second;
+    BayerPixel pixel;
+    bool isStreamed; // past the caches: both are aligned to 32 bytes
+};
+// One row holds the values of all three colours.
+template <typename Value>
+struct BayerValues {
+    const Value *rows[4];
+    size_t colours[3]; // where the even outputs of a pixel's first, second, third colour begin
+    size_t half;       // from them to the odd ones
 };
 
+void NearestBytesAvx2(const uint8_t *const *cells, const BayerTwoRows &out, size_t count);
+void NearestWordsAvx2(const uint8_t *const *cells, const BayerTwoRows &out, size_t count);
 // Fractions of 16384, below it.
-void LinearAcrossBytesAvx2(const BayerHalves<const int16_t> *rows, const int16_t *fractions,
+void LinearAcrossBytesAvx2(const BayerValues<int16_t> &values, const int16_t *fractions,
                            const BayerTwoRows &out, size_t count);
-void LinearAcrossWordsAvx2(const BayerHalves<const float> *rows, const float *fractions,
+void LinearAcrossWordsAvx2(const BayerValues<float> &values, const float *fractions,
                            const BayerTwoRows &out, size_t count);
 // Three weights for each.
-void CubicAcrossBytesAvx2(const BayerHalves<const float> *rows, const float *const *weights,
+void CubicAcrossBytesAvx2(const BayerValues<float> &values, const float *const *weights,
                           const BayerTwoRows &out, size_t count);
-void CubicAcrossWordsAvx2(const BayerHalves<const float> *rows, const float *const *weights,
+void CubicAcrossWordsAvx2(const BayerValues<float> &values, const float *const *weights,
                           const BayerTwoRows &out, size_t count);
 
 } // namespace zerix

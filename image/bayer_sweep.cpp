@@ -15,6 +15,10 @@ namespace {
 
 constexpr size_t kAlignment = 64; // bytes
 constexpr size_t kOverrun = 512;  // that wide steps and a second half may add to a row
+constexpr size_t kStep = 16;      // cells that wide rows of pixels are made of at a time
+// Cells that are enlarged and written in turn: they stay in the nearest cache. Whole steps.
+constexpr size_t kPiece = 256;
+constexpr size_t kMostPixelBytes = 6;
 constexpr uint8_t kOpaque = 255;
 constexpr double kEnlargement = 2.0;
 
@@ -75,6 +79,26 @@ void PackBytes(uint32_t format, uint8_t *const *colours, const uint8_t *alpha, u
     }
 }
 
+// What the wide rows make of a format: the pixel, and its colours' order.
+BayerPixel PixelOf(uint32_t format)
+{
+    switch (format) {
+    case ZX::kFormatBgrx32:
+    case ZX::kFormatRgbx32:
+        return BayerPixel::kAlphaLast;
+    case ZX::kFormatXrgb32:
+        return BayerPixel::kAlphaFirst;
+    default:
+        return BayerPixel::kThreeColours;
+    }
+}
+
+std::array<uint32_t, 3> ColoursOf(uint32_t format)
+{
+    const bool isBlueFirst = format == ZX::kFormatBgr24 || format == ZX::kFormatBgrx32;
+    return isBlueFirst ? std::array<uint32_t, 3>{2, 1, 0} : std::array<uint32_t, 3>{0, 1, 2};
+}
+
 bool AreAligned(const uint8_t *upper, const uint8_t *lower)
 {
     constexpr uintptr_t kStreamed = 32;
@@ -110,10 +134,10 @@ bool BayerSweep::Reserve(uint32_t width)
         const size_t bytes = width * bytesOfPixel + kOverrun;
         return (bytes + kAlignment - 1) / kAlignment * kAlignment;
     };
-    constexpr size_t kWordRows = 2 + kColours + 2 * kColours; // mosaic, cells, two rows of output
+    constexpr size_t kWordRows = 2 + 2 * kColours;                 // mosaic, cells, a row of output
     constexpr size_t kLongRows = kRing * kColours + 1 + 3 + 3 + 3; // values, tables
     const size_t total =
-        rowOf(2) * kWordRows + rowOf(4) * kLongRows + rowOf(6) + rowOf(1) + 2 * kAlignment;
+        rowOf(2) * kWordRows + rowOf(4) * kLongRows + 2 * rowOf(6) + rowOf(1) + 2 * kAlignment;
     std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[total]());
     if (!block)
         return false;
@@ -128,13 +152,14 @@ bool BayerSweep::Reserve(uint32_t width)
         row = take(rowOf(2));
     for (uint8_t *&row : m_cells)
         row = take(rowOf(2));
-    for (auto &row : m_colours)
-        for (uint8_t *&colour : row)
-            colour = take(rowOf(2));
+    for (uint8_t *&row : m_colours)
+        row = take(rowOf(2));
     for (auto &slot : m_ring)
         for (uint8_t *&row : slot)
             row = take(rowOf(4));
-    m_packed = take(rowOf(6));
+    m_ringStep = rowOf(4);
+    for (uint8_t *&row : m_packed)
+        row = take(rowOf(6));
     m_alpha = take(rowOf(1));
     std::fill_n(m_alpha, width, kOpaque);
     m_columns.first = reinterpret_cast<uint32_t *>(take(rowOf(4)));
@@ -154,7 +179,9 @@ void BayerSweep::Run(const BayerJob &job)
         return PaintBlack(job);
     const int32_t method = MethodFor(job.method, smaller);
     const size_t rowBytes = job.width * PixelBytesOf(job.format);
-    m_isStreamed = m_isWide && rowBytes * job.height >= m_streamedFrom;
+    // Words of a cubic come slowly enough for the caches to keep up with them.
+    const bool isSlow = method == kResizeCubic && SampleBytesOf(job.format) == 2;
+    m_isStreamed = m_isWide && !isSlow && rowBytes * job.height >= m_streamedFrom;
     if (m_isWide)
         RunWide(job, method);
     else
@@ -196,44 +223,18 @@ void BayerSweep::RunWide(const BayerJob &job, int32_t method)
 template <typename Pixel>
 void BayerSweep::RunNearest(const BayerJob &job)
 {
-    const size_t cells = job.width / 2;
-    const size_t pixelBytes = PixelBytesOf(job.format);
-    const size_t rowBytes = job.width * pixelBytes;
+    const auto order = ColoursOf(job.format);
+    const uint8_t *const colours[] = {m_cells[order[0]], m_cells[order[1]], m_cells[order[2]]};
     for (uint32_t cellRow = 0; cellRow < job.height / 2; ++cellRow) {
         SplitRow<Pixel>(job, cellRow);
-        uint8_t *const upper = job.output + 2 * cellRow * rowBytes;
-        uint8_t *const lower = upper + rowBytes;
-        if (NearestRows<Pixel>(job, upper, lower) == cells && job.width % 2 == 0)
-            continue;
-        for (uint32_t colour = 0; colour < kColours; ++colour)
-            if constexpr (sizeof(Pixel) == 1)
-                DoubleBytesAvx2(m_cells[colour], m_colours[0][colour], cells);
-            else
-                DoubleWordsAvx2(m_cells[colour], m_colours[0][colour], cells);
-        Emit<Pixel>(job, 2 * cellRow, m_colours[0]);
-        Emit<Pixel>(job, 2 * cellRow + 1, m_colours[0]);
+        PutRows(job, 2 * cellRow, true, [&](const BayerTwoRows &out, size_t cell, size_t end) {
+            Prefetch(job, cellRow + 1, cell, end);
+            const uint8_t *const cells[] = {colours[0] + cell * sizeof(Pixel),
+                                            colours[1] + cell * sizeof(Pixel),
+                                            colours[2] + cell * sizeof(Pixel)};
+            (sizeof(Pixel) == 1 ? NearestBytesAvx2 : NearestWordsAvx2)(cells, out, end - cell);
+        });
     }
-}
-
-// Both rows at once, for three channels; how many cells were done. Only aligned rows can be
-// streamed as they are made.
-template <typename Pixel>
-size_t BayerSweep::NearestRows(const BayerJob &job, uint8_t *upper, uint8_t *lower) const
-{
-    const size_t cells = job.width / 2;
-    if (PixelBytesOf(job.format) == 4)
-        return 0;
-    const uint8_t *const rgb[] = {m_cells[0], m_cells[1], m_cells[2]};
-    const uint8_t *const bgr[] = {m_cells[2], m_cells[1], m_cells[0]};
-    const uint8_t *const *const colours = job.format == ZX::kFormatBgr24 ? bgr : rgb;
-    const auto make = sizeof(Pixel) == 1 ? NearestRowsOfBytesAvx2 : NearestRowsOfWordsAvx2;
-    if (!m_isStreamed || AreAligned(upper, lower))
-        return make(colours, upper, lower, cells, m_isStreamed);
-    const size_t done = make(colours, m_packed, m_packed, cells, false);
-    const size_t bytes = done * 2 * PixelBytesOf(job.format);
-    StreamRowAvx2(m_packed, upper, bytes);
-    StreamRowAvx2(m_packed, lower, bytes);
-    return done;
 }
 
 template <typename Form>
@@ -252,9 +253,9 @@ void BayerSweep::RunForm(const BayerJob &job)
         for (uint32_t colour = 0; colour < kColours; ++colour) {
             const uint8_t *const values[] = {m_ring[slots[0]][colour], m_ring[slots[1]][colour],
                                              m_ring[slots[2]][colour], m_ring[slots[3]][colour]};
-            from.Across(values, m_colours[0][colour], columns);
+            from.Across(values, m_colours[colour], columns);
         }
-        Emit<typename Form::Pixel>(job, row, m_colours[0]);
+        Emit<typename Form::Pixel>(job, row, m_colours);
     }
 }
 
@@ -263,29 +264,92 @@ void BayerSweep::RunForm(const BayerJob &job)
 template <typename Form>
 void BayerSweep::RunPairs(const BayerJob &job)
 {
-    const uint32_t columns = job.width - job.width % 2;
+    using Value = typename Form::Value;
+    const uint32_t cells = job.width / 2;
     const uint32_t rows = job.height - job.height % 2;
-    PrepareColumns<Form>(columns / 2);
+    PrepareColumns<Form>(cells);
     m_present.fill(kNone);
     const ResizeAxis axis = AxisOf(rows / 2);
+    const auto order = ColoursOf(job.format);
     for (uint32_t row = 0; row < rows;) {
         const typename Form::Rows one(axis, row);
         const typename Form::Rows two(axis, std::min(row + 1, rows - 1));
         const bool isPair = row + 1 < rows && row != 0 && one.first == two.first && row + 2 < rows;
-        const uint8_t *values[kColours][kRing] = {};
+        BayerValues<Value> values{.rows = {}, .colours = {}, .half = wide::HalfLength(cells)};
+        size_t done = cells; // of the last row
         for (uint32_t index = 0; index < Form::Rows::kCount; ++index) {
-            const uint32_t slot = RingRow<Form>(job, one.first + index);
-            for (uint32_t colour = 0; colour < kColours; ++colour)
-                values[colour][index] = m_ring[slot][colour];
+            const uint32_t cellRow = one.first + index;
+            const uint32_t slot = cellRow % kRing;
+            values.rows[index] = reinterpret_cast<const Value *>(m_ring[slot][0]);
+            if (m_present[slot] == cellRow)
+                continue;
+            SplitRow<typename Form::Pixel>(job, cellRow);
+            m_present[slot] = cellRow;
+            if (index + 1 == Form::Rows::kCount)
+                done = 0;
+            else
+                Enlarge<Form>(cells, slot, {0, cells});
         }
-        for (uint32_t colour = 0; colour < kColours; ++colour)
-            Form::Across(one, isPair ? two : one, values[colour],
-                         {m_colours[0][colour], m_colours[1][colour]}, columns);
-        Emit<typename Form::Pixel>(job, row, m_colours[0]);
-        if (isPair)
-            Emit<typename Form::Pixel>(job, row + 1, m_colours[1]);
+        PutRows(job, row, isPair, [&](const BayerTwoRows &out, size_t cell, size_t end) {
+            if (done < end) {
+                const size_t next = cells - end < kStep ? cells : end;
+                Enlarge<Form>(cells, (one.first + Form::Rows::kCount - 1) % kRing, {done, next});
+                done = next;
+            }
+            Prefetch(job, one.first + Form::Rows::kCount, cell, end);
+            for (size_t colour = 0; colour < kColours; ++colour)
+                values.colours[colour] = order[colour] * (m_ringStep / sizeof(Value)) + cell;
+            Form::Across(one, isPair ? two : one, values, out, end - cell);
+        });
         row += isPair ? 2 : 1;
     }
+}
+
+// One or two rows of pixels, in pieces. `make` is told where to write one, and its cells; it does
+// whole steps, so that the last cells go by way of a step's room.
+template <typename Make>
+void BayerSweep::PutRows(const BayerJob &job, uint32_t row, bool isPair, Make make)
+{
+    const size_t pixelBytes = PixelBytesOf(job.format);
+    const size_t rowBytes = job.width * pixelBytes;
+    uint8_t *const upper = job.output + row * rowBytes;
+    uint8_t *const lower = isPair ? upper + rowBytes : upper;
+    const bool isDirect = !m_isStreamed || AreAligned(upper, lower);
+    BayerTwoRows out = {isDirect ? upper : m_packed[0],
+                        isDirect ? lower
+                        : isPair ? m_packed[1]
+                                 : m_packed[0],
+                        PixelOf(job.format), m_isStreamed && isDirect};
+    const size_t cells = job.width / 2;
+    const size_t whole = cells - cells % kStep;
+    for (size_t cell = 0; cell < whole; cell += kPiece) {
+        const size_t done = cell * 2 * pixelBytes;
+        make({out.first + done, out.second + done, out.pixel, out.isStreamed}, cell,
+             std::min(cell + kPiece, whole));
+    }
+    if (whole < cells) {
+        uint8_t rest[2][kStep * 2 * kMostPixelBytes];
+        make({rest[0], rest[1], out.pixel, false}, whole, cells);
+        const size_t done = whole * 2 * pixelBytes;
+        std::memcpy(out.first + done, rest[0], (cells - whole) * 2 * pixelBytes);
+        std::memcpy(out.second + done, rest[1], (cells - whole) * 2 * pixelBytes);
+    }
+    for (uint8_t *const begin : {out.first, out.second})
+        if (job.width % 2 != 0)
+            std::memcpy(begin + rowBytes - pixelBytes, begin + rowBytes - 2 * pixelBytes,
+                        pixelBytes);
+    if (isDirect)
+        return;
+    StreamRowAvx2(out.first, upper, rowBytes);
+    if (isPair)
+        StreamRowAvx2(out.second, lower, rowBytes);
+}
+
+template <typename Form>
+void BayerSweep::Enlarge(size_t cells, size_t slot, const wide::Range &range)
+{
+    for (uint32_t colour = 0; colour < kColours; ++colour)
+        Form::Along(m_cells[colour], cells, m_columns, m_ring[slot][colour], range);
 }
 
 template <typename Form>
@@ -330,6 +394,22 @@ void BayerSweep::SplitRow(const BayerJob &job, uint32_t cellRow)
                       PlanesOfCell(job.pattern), cells - done, rest);
 }
 
+// Part of a row of cells that comes next. The processor looks ahead by itself only within a page,
+// which a row of the mosaic often fills.
+void BayerSweep::Prefetch(const BayerJob &job, size_t cellRow, size_t cell, size_t end)
+{
+    constexpr size_t kLine = 64;
+    const size_t sampleBytes = SampleBytesOf(job.format);
+    const size_t rowBytes = job.width * sampleBytes;
+    if ((2 * cellRow + 2) * rowBytes > job.mosaicBytes)
+        return;
+    const uint8_t *const upper = job.mosaic + 2 * cellRow * rowBytes;
+    for (size_t at = cell * 2 * sampleBytes; at < end * 2 * sampleBytes; at += kLine) {
+        __builtin_prefetch(upper + at);
+        __builtin_prefetch(upper + rowBytes + at);
+    }
+}
+
 // The row itself, or a copy that goes on in black where the mosaic ends.
 const uint8_t *BayerSweep::MosaicRow(const BayerJob &job, size_t row, size_t rowBytes,
                                      uint8_t *spare)
@@ -352,15 +432,11 @@ void BayerSweep::Emit(const BayerJob &job, uint32_t row, uint8_t *const *colours
             uint8_t *const last = colours[colour] + (job.width - size_t{1}) * sizeof(Pixel);
             std::memcpy(last, last - sizeof(Pixel), sizeof(Pixel));
         }
-    const size_t rowBytes = job.width * PixelBytesOf(job.format);
-    uint8_t *const target = job.output + row * rowBytes;
-    uint8_t *const out = m_isStreamed ? m_packed : target;
+    uint8_t *const target = job.output + row * job.width * PixelBytesOf(job.format);
     if constexpr (sizeof(Pixel) == 1)
-        PackBytes(job.format, colours, m_alpha, out, job.width);
+        PackBytes(job.format, colours, m_alpha, target, job.width);
     else
-        ChosenKernels().words.pack3(colours, out, job.width);
-    if (m_isStreamed)
-        StreamRowAvx2(out, target, rowBytes);
+        ChosenKernels().words.pack3(colours, target, job.width);
 }
 
 // Less than one cell.

@@ -14,6 +14,10 @@
 
 namespace zerix {
 
+namespace wide {
+struct Range;
+}
+
 struct BayerJob {
     const uint8_t *mosaic;
     size_t mosaicBytes; // what lies beyond counts as black
@@ -28,7 +32,7 @@ struct BayerJob {
 class BayerSweep {
 public:
     // Wide registers write images from a size in bytes on past the caches.
-    static constexpr size_t kStreamedFrom = size_t{4} << 20;
+    static constexpr size_t kStreamedFrom = size_t{10} << 20;
     explicit BayerSweep(SimdLevel level = ChosenSimdLevel(), size_t streamedFrom = kStreamedFrom);
 
     // Makes room for mosaics up to this width; keeps what it has where that is enough. False if
@@ -51,8 +55,11 @@ private:
     void RunPairs(const BayerJob &job);
     template <typename Pixel>
     void RunNearest(const BayerJob &job);
-    template <typename Pixel>
-    size_t NearestRows(const BayerJob &job, uint8_t *upper, uint8_t *lower) const;
+    template <typename Make>
+    void PutRows(const BayerJob &job, uint32_t row, bool isPair, Make make);
+    static void Prefetch(const BayerJob &job, size_t cellRow, size_t cell, size_t end);
+    template <typename Form>
+    void Enlarge(size_t cells, size_t slot, const wide::Range &range);
     template <typename Form>
     void PrepareColumns(uint32_t cells);
     template <typename Form>
@@ -71,9 +78,10 @@ private:
     std::unique_ptr<uint8_t[]> m_block;
     uint8_t *m_mosaicRows[2] = {};         // padded copies where the mosaic ends early
     uint8_t *m_cells[kColours] = {};       // a row of red, green and blue cells
-    uint8_t *m_colours[2][kColours] = {};  // two rows of output
+    uint8_t *m_colours[kColours] = {};     // a row of output
     uint8_t *m_ring[kRing][kColours] = {}; // rows of cells, enlarged along x
-    uint8_t *m_packed = nullptr;           // a row on its way past the caches
+    size_t m_ringStep = 0;                 // bytes from one colour to the next
+    uint8_t *m_packed[2] = {};             // rows on their way past the caches
     uint8_t *m_alpha = nullptr;
     SweepColumns m_columns{};
     uint32_t m_preparedCells = 0; // what the columns are prepared for
