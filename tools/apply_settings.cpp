@@ -54,6 +54,7 @@ const Group *FindGroup(std::string_view typed)
 std::vector<std::string> KnownNames()
 {
     std::vector<std::string> names;
+    names.reserve(std::size(kGroups) + std::size(kParameters));
     for (const Group &group : kGroups)
         names.emplace_back(group.name);
     for (const ParameterRow &row : kParameters)

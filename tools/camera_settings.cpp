@@ -206,6 +206,7 @@ std::vector<ParameterState> StatesOf(const OpenCamera &camera)
     CameraSettings settings(camera);
     settings.ReadDefaults();
     std::vector<std::optional<int64_t>> defaults;
+    defaults.reserve(std::size(kParameters));
     for (const ParameterRow &row : kParameters)
         defaults.push_back(settings.Value(row));
     // Reading the defaults switches the library's own copy to them; this brings it back.
