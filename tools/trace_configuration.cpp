@@ -117,7 +117,7 @@ std::string SetInConfiguration(const std::vector<ConfigurationValue> &values)
         SetLine(lines, value);
     const auto configuration = ConfigurationFile();
     const bool isSystems = configuration == places.back() && places.size() > 1;
-    const std::string target = isSystems ? places.front() : configuration;
+    std::string target = isSystems ? places.front() : configuration;
     WriteLines(target, lines);
     return target;
 }

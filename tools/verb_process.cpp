@@ -23,6 +23,7 @@ std::vector<KeptPicture> Read(const std::string &file)
 std::vector<KeptPicture> ReadWheel(const std::vector<std::string> &files)
 {
     std::vector<KeptPicture> exposures;
+    exposures.reserve(files.size());
     for (const std::string &file : files)
         exposures.push_back(std::move(Read(file).front()));
     return exposures;
