@@ -34,6 +34,9 @@ endfunction()
 
 # ---- The library, and the virtual bus beside it, where the library looks for it.
 set_target_properties(zerix_sim_shared PROPERTIES EXPORT_NAME sim)
+if(WIN32)
+  set_target_properties(zerix PROPERTIES ARCHIVE_OUTPUT_NAME zerix) # for -lzerix on any system
+endif()
 install(
   TARGETS zerix zerix_sim_shared
   EXPORT zerix

@@ -1,19 +1,17 @@
 // The completion for bash, held complete against what the tool itself says.
-#include <regex>
-#include <set>
 #include <sstream>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
 #include "tests/support/places.h"
-#include "tests/tools/tool_fixture.h"
+#include "tests/tools/tool_help.h"
 
 namespace {
 
-using Words = std::set<std::string>;
+using zerix::test::Words;
 
-class ToolCompletion : public zerix::test::ToolTest {
+class ToolCompletion : public zerix::test::ToolHelpTest {
 protected:
     // What bash offers behind `line`, whose last word is the one to complete.
     Words Offered(const std::string &line)
@@ -31,30 +29,6 @@ protected:
         for (std::string word; std::getline(lines, word);)
             words.insert(word);
         return words;
-    }
-
-    // The options of a help text, or the verbs: what begins its lines.
-    static Words Found(const std::string &text, const std::string &pattern)
-    {
-        Words words;
-        const std::regex expression(pattern);
-        for (std::sregex_iterator found(text.begin(), text.end(), expression), end; found != end;
-             ++found)
-            words.insert((*found)[1]);
-        return words;
-    }
-
-    Words VerbsOf(const std::string &verb)
-    {
-        const std::string help = Run(verb + " --help").out;
-        const size_t begin = help.find("Subcommands:");
-        EXPECT_NE(begin, std::string::npos) << verb;
-        return Found(help.substr(begin, help.find("\n\n", begin) - begin), R"(\n  (\w+) )");
-    }
-
-    Words OptionsOf(const std::string &verb)
-    {
-        return Found(Run(verb + " --help").out, R"((?:\n  |,)(--?[\w-]+))");
     }
 };
 
@@ -76,11 +50,7 @@ TEST_F(ToolCompletion, OffersEveryOptionOfEveryVerb)
     EXPECT_EQ(Offered("zerix -"), common);
     Words everywhere = common;
     everywhere.erase("--version");
-    Words verbs = VerbsOf("");
-    verbs.erase("trace");
-    for (const auto &action : VerbsOf("trace"))
-        verbs.insert("trace " + action);
-    for (const auto &verb : verbs) {
+    for (const auto &verb : AllVerbs()) {
         Words expected = OptionsOf(verb);
         expected.insert(everywhere.begin(), everywhere.end());
         EXPECT_EQ(Offered("zerix " + verb + " -"), expected) << verb;
