@@ -31,9 +31,7 @@ static inline void OneArrived(Arrivals *arrivals)
 /* 1 once so many have arrived, 0 if they don't within the time. */
 static inline int AwaitArrivals(Arrivals *arrivals, uint32_t count, uint32_t seconds)
 {
-    struct timespec deadline;
-    timespec_get(&deadline, TIME_UTC);
-    deadline.tv_sec += (time_t)seconds;
+    const struct timespec deadline = {.tv_sec = time(NULL) + (time_t)seconds};
     pthread_mutex_lock(&arrivals->mutex);
     int status = 0;
     while (arrivals->count < count && status != ETIMEDOUT)
