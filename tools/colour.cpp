@@ -129,24 +129,14 @@ void SetToColour(const OpenCamera &camera)
     settings.Send();
 }
 
-// The search looks at bytes, and so must the filter that makes colours of them, whatever is wanted
-// afterwards.
 FoundExposure FindExposure(const Session &session, const OpenCamera &camera,
                            const ColourOptions &options)
 {
     CameraSettings settings(camera);
     const Region region = RegionOf(settings, options.region);
-    const auto postFormat = ValueOf(settings, "post-format");
-    const bool isWide = postFormat == zfmtRgb48;
-    if (isWide) {
-        settings.Set(Row("post-format"), zfmtRgb24);
-        settings.Send();
-    }
     Measure(session, camera, 1, options.searchSeconds, "an exposure", [&] {
         return Zerix_AutoExpose(settings.Record(), region.x, region.y, region.width, region.height);
     });
-    if (isWide)
-        settings.Set(Row("post-format"), static_cast<int64_t>(postFormat));
     settings.Send();
     settings.ReadPresent();
     return ExposureIn(settings);

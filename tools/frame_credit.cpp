@@ -56,10 +56,10 @@ uint32_t FrameCredit::WithRefills(const std::function<uint32_t()> &call, uint32_
     return result;
 }
 
-void FrameCredit::Grant() const
+void FrameCredit::Grant(uint32_t exposures) const
 {
     if (m_isSimulated)
-        ZerixSim_GiveCredit(m_camera, 1);
+        ZerixSim_GiveCredit(m_camera, exposures);
 }
 
 uint64_t FrameCredit::StartOfExposure(uint16_t frameNumber, uint64_t exposureNanoseconds) const

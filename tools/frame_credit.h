@@ -20,9 +20,9 @@ public:
     // The same for a call that takes several pictures, one after the other: `exposures` for each.
     uint32_t WhileEachGranted(const std::function<uint32_t()> &call, uint32_t exposures);
 
-    // For whoever takes frames from a stream: grants one exposure, which is also that of a frame
-    // that was lost. True of IsGranting: without it no frame comes.
-    void Grant() const;
+    // For whoever takes frames from a stream: grants the exposures of one picture, which may also
+    // be those of one that was lost. True of IsGranting: without it no frame comes.
+    void Grant(uint32_t exposures = 1) const;
     [[nodiscard]] bool IsGranting() const { return m_isSimulated; }
 
     // When the frame's exposure began, in nanoseconds since 1970 UTC.

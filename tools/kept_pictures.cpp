@@ -9,6 +9,7 @@
 
 #include "image/z_auto_white_balance.h"
 #include "image/z_bayer_interpolation.h"
+#include "image/z_rgb_filter_wheel.h"
 #include "tools/command_error.h"
 #include "tools/writers/samples.h"
 
@@ -111,11 +112,26 @@ KeptPicture Composed(const std::vector<KeptPicture> &exposures)
             throw CommandError("three files are the red, green and blue exposures of a filter "
                                "wheel: monochrome pictures of one size and depth.");
     KeptPicture colour = ColourLike(first);
-    const size_t step = first.bytesPerSample;
-    for (size_t plane = 0; plane < 3; ++plane)
-        for (size_t at = 0; at < exposures[plane].samples.size(); at += step)
-            std::copy_n(&exposures[plane].samples[at], step,
-                        &colour.samples[3 * at + plane * step]);
+    const bool isWide = first.bytesPerSample == 2;
+    ZX::ZRGBFilterWheel wheel(isWide ? ZX::kFormatRgb48 : ZX::kFormatRgb24);
+    wheel.Init(first.width, first.height);
+    constexpr uint32_t kCycle[] = {ZX::kWheelRed, ZX::kWheelGreen, ZX::kWheelBlue};
+    int16_t status = ZX::kFilterIncomplete;
+    for (size_t i = 0; i < std::size(kCycle) && status == ZX::kFilterIncomplete; ++i) {
+        std::vector<uint8_t> samples = exposures[i].samples;
+        ZX::ZInImageBufferStruct in{.pBuffer = samples.data(),
+                                    .size = static_cast<uint32_t>(samples.size()),
+                                    .width = first.width,
+                                    .height = first.height,
+                                    .bitDepth = 8 * first.bytesPerSample,
+                                    .colourPattern = kCycle[i],
+                                    .imageFormat = isWide ? ZX::kFormatMono16 : ZX::kFormatMono8,
+                                    .filterColour = kCycle[i]};
+        ZX::ZOutImageBufferStruct out{.pBuffer = colour.samples.data()};
+        status = wheel.Process(&in, &out);
+    }
+    if (status != ZX::kFilterOk)
+        throw CommandError(fmt::format("the exposures can't be put together (status {}).", status));
     return colour;
 }
 

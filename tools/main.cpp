@@ -138,6 +138,7 @@ void AddRecord(CLI::App &app, const CommonOptions &common, RecordOptions &record
         ->check(CLI::Range(1u, 65536u))
         ->type_name("MB");
     AddSettings(*verb, record.settings);
+    AddColour(*verb, record.colour);
     verb->callback([&] { Record(common, record); });
 }
 

@@ -22,7 +22,7 @@ RecordStream::RecordStream(const OpenCamera &camera, const TakenPictures &pictur
                            const FrameCredit &credit, Recording &recording,
                            const RecordingTarget &target)
     : m_camera(camera), m_pictures(pictures), m_credit(credit), m_recording(recording),
-      m_target(target)
+      m_target(target), m_numbers(pictures.ExposuresEach())
 {
 }
 
@@ -42,7 +42,7 @@ void RecordStream::Start(size_t inFlight, uint32_t frameSize)
     m_start = m_lastArrival = Clock::now();
     for (Slot &slot : m_slots)
         Queue(slot);
-    m_credit.Grant();
+    m_credit.Grant(m_pictures.ExposuresEach());
     uint32_t error = Error();
     if (error == ZERIX_SUCCESS)
         error = Zerix_SetStreaming(m_camera.Handle(), 1);
@@ -70,14 +70,14 @@ bool RecordStream::WaitForEnd(std::chrono::milliseconds longest)
     if (m_ended.wait_for(lock, longest, [this] { return m_isOver; }))
         return true;
     const auto now = Clock::now();
-    if (m_recording.HasFailed())
+    const bool hasTimePassed = !m_credit.IsGranting() && m_target.seconds > 0 &&
+                               now - m_start > std::chrono::duration<double>(m_target.seconds);
+    if (m_recording.HasFailed() || hasTimePassed)
         m_isOver = true;
     else if (m_credit.IsGranting() && now - m_lastArrival > kLostFrame) {
         m_lastArrival = now;
         GrantWhenThereIsRoom();
-    } else if (!m_credit.IsGranting() && m_target.seconds > 0 &&
-               now - m_start > std::chrono::duration<double>(m_target.seconds))
-        m_isOver = true;
+    }
     return m_isOver;
 }
 
@@ -204,7 +204,7 @@ void RecordStream::GrantWhenThereIsRoom()
 void RecordStream::PayCredit()
 {
     if (m_isCreditOwed.exchange(false))
-        m_credit.Grant();
+        m_credit.Grant(m_pictures.ExposuresEach());
 }
 
 } // namespace zerix::tool

@@ -18,6 +18,24 @@ uint32_t ExposuresPerPicture(const ZerixLegacySettings &settings)
     return Zerix_is3Color(settings.values[zprmImageFormat]) == 1 ? 3 : 1;
 }
 
+namespace {
+
+bool IsWrittenInColour(uint32_t format) { return format == zfmtRgb24 || format == zfmtRgb48; }
+
+// The format in which pictures come: a mosaic's becomes that of the post-processing.
+void CheckFormat(const ZerixLegacySettings &settings)
+{
+    const auto &values = settings.values;
+    uint32_t format = values[zprmImageFormat];
+    if (values[zprmDoPostProcessing] != 0 && Zerix_isBayer(format) == 1)
+        format = values[zprmPostProcessImageFormat];
+    if (Zerix_is3Color(format) == 1 && !IsWrittenInColour(format))
+        throw CommandError("of the formats with three colours a pixel only rgb24 and rgb48 can be "
+                           "written: choose one of them, or a raw, mono or bayer format.");
+}
+
+} // namespace
+
 TakenPictures::TakenPictures(const Session &session, const OpenCamera &camera)
     : m_camera(camera), m_model(camera.Model()), m_serial(camera.Serial()),
       m_settings(camera.ReadSettings()),
@@ -27,6 +45,7 @@ TakenPictures::TakenPictures(const Session &session, const OpenCamera &camera)
       m_exposuresPerPicture(ExposuresPerPicture(m_settings)),
       m_credit(session.IsSimulated(), camera.Item().uniqueId)
 {
+    CheckFormat(m_settings);
 }
 
 Picture TakenPictures::Take(double waitSeconds)
@@ -65,10 +84,7 @@ std::string NoPictureWithin(double seconds)
 Picture TakenPictures::PictureOf(const Zerix_Frame &frame) const
 {
     static constexpr std::array kPatterns = {"RGGB", "GRBG", "GBRG", "BGGR"};
-    const bool isColour = frame.format == zfmtRgb24 || frame.format == zfmtRgb48;
-    if (!isColour && Zerix_is3Color(frame.format) == 1)
-        throw CommandError("of the formats with three colours a pixel only rgb24 and rgb48 can be "
-                           "written: choose one of them, or a raw, mono or bayer format.");
+    const bool isColour = IsWrittenInColour(frame.format);
     const auto &values = m_settings.values;
     Picture picture;
     picture.samplesPerPixel = isColour ? 3 : 1;

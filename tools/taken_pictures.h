@@ -16,6 +16,7 @@ uint32_t ExposuresPerPicture(const ZerixLegacySettings &settings);
 
 class TakenPictures {
 public:
+    // Throws CommandError for settings whose pictures no file takes.
     TakenPictures(const Session &session, const OpenCamera &camera);
 
     // Its pixels are good until the next one. Throws CommandError, also after `waitSeconds`, where
@@ -23,6 +24,7 @@ public:
     Picture Take(double waitSeconds = 0);
 
     [[nodiscard]] size_t FrameBytes() const { return m_buffer.size(); }
+    [[nodiscard]] uint32_t ExposuresEach() const { return m_exposuresPerPicture; }
     // Seconds.
     [[nodiscard]] double LongestWait(double waitSeconds) const;
 

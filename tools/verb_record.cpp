@@ -10,6 +10,7 @@
 
 #include "platform/os.h"
 #include "tools/apply_settings.h"
+#include "tools/colour.h"
 #include "tools/command_error.h"
 #include "tools/interrupts.h"
 #include "tools/record_stream.h"
@@ -147,9 +148,10 @@ try {
     const Session session(options);
     const OpenCamera camera(session.Chosen());
     ApplySettings(camera, record.settings);
+    PrepareColour(session, camera, record.colour);
     const TakenPictures pictures(session, camera);
     const FrameCredit credit(session.IsSimulated(), camera.Item().uniqueId);
-    const uint32_t frameSize = std::max(1u, camera.Info(zinfImageSize).value_or(0));
+    const auto frameSize = static_cast<uint32_t>(std::max<size_t>(1, pictures.FrameBytes()));
     const size_t buffers =
         std::max(kFewestBuffers, (size_t{record.bufferMegabytes} << 20) / frameSize);
     const RecordingTarget target{record.count, record.seconds};

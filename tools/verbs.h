@@ -38,6 +38,7 @@ struct RecordOptions {
     double seconds = 0; // 0: no limit
     uint32_t bufferMegabytes = 256;
     std::vector<std::string> settings; // KEY=VALUE
+    ColourOptions colour;
 };
 void Record(const CommonOptions &options, const RecordOptions &record);
 

@@ -133,6 +133,17 @@ TEST(FrameNumbersTest, CountsGapsAlsoWhereTheNumbersBeginAnew)
     EXPECT_EQ(numbers.Arrived(3), 2u);
 }
 
+TEST(FrameNumbersTest, CountsThreeExposuresBehindAWheelAsOne)
+{
+    FrameNumbers numbers(3);
+    EXPECT_EQ(numbers.Arrived(2), 0u);
+    EXPECT_EQ(numbers.Arrived(5), 0u);
+    EXPECT_EQ(numbers.Arrived(11), 1u);
+    EXPECT_EQ(numbers.Arrived(15), 0u) << "an exposure that was not needed";
+    EXPECT_EQ(numbers.Arrived(65535), 21839u);
+    EXPECT_EQ(numbers.Arrived(2), 0u) << "the numbers begin anew";
+}
+
 TEST(RecordingTexts, SayWhatBecameOfTheFrames)
 {
     const RecordingCounts counts{

@@ -44,8 +44,9 @@ ReadSequence ReadSer(const std::string &path)
     }
     result.width = LittleAt(bytes, 26);
     result.height = LittleAt(bytes, 30);
+    result.samplesPerPixel = LittleAt(bytes, 18) == 100 ? 3 : 1; // red, green, blue
     const size_t each = LittleAt(bytes, 34) > 8 ? 2 : 1;
-    const size_t samples = size_t{result.width} * result.height;
+    const size_t samples = size_t{result.width} * result.height * result.samplesPerPixel;
     for (size_t i = 0; i < LittleAt(bytes, 38); ++i) {
         const size_t at = 178 + i * samples * each;
         if (at + samples * each > bytes.size()) {
@@ -68,8 +69,9 @@ ReadSequence ReadRaw(const std::string &path)
     }
     result.width = json["width"];
     result.height = json["height"];
+    result.samplesPerPixel = json["samples_per_pixel"];
     const size_t each = json["bytes_per_sample"];
-    const size_t samples = size_t{result.width} * result.height;
+    const size_t samples = size_t{result.width} * result.height * result.samplesPerPixel;
     if (json["frames"].size() * samples * each > bytes.size())
         result.error = "more frames are described than there are";
     else
@@ -91,15 +93,23 @@ ReadSequence ReadTiff(const std::string &path)
     }
     do {
         uint16_t bits = 0;
+        uint16_t samplesPerPixel = 0;
+        uint16_t photometric = 0;
         TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &result.width);
         TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &result.height);
         TIFFGetField(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
+        TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &samplesPerPixel);
+        TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
+        if (photometric != (samplesPerPixel == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK))
+            result.error = "photometric interpretation " + std::to_string(photometric);
+        result.samplesPerPixel = samplesPerPixel;
         std::vector<uint16_t> frame;
         std::vector<char> row(static_cast<size_t>(TIFFScanlineSize(tiff)));
         for (uint32_t y = 0; y < result.height; ++y) {
             if (TIFFReadScanline(tiff, row.data(), y, 0) < 0)
                 result.error = "a page has no pixels";
-            const auto samples = Samples(row.data(), result.width, bits / 8u);
+            const auto samples =
+                Samples(row.data(), size_t{result.width} * samplesPerPixel, bits / 8u);
             frame.insert(frame.end(), samples.begin(), samples.end());
         }
         result.frames.push_back(frame);
@@ -114,17 +124,25 @@ ReadSequence ReadFits(const std::string &path)
     fitsfile *file = nullptr;
     int status = 0;
     fits_open_diskfile(&file, path.c_str(), READONLY, &status);
-    long axes[3] = {};
+    long axes[4] = {};
     int count = 0;
     fits_get_img_dim(file, &count, &status);
-    fits_get_img_size(file, 3, axes, &status);
+    fits_get_img_size(file, 4, axes, &status);
     result.width = static_cast<uint32_t>(axes[0]);
     result.height = static_cast<uint32_t>(axes[1]);
-    for (long i = 1; status == 0 && count == 3 && i <= axes[2]; ++i) {
-        std::vector<uint16_t> frame(size_t{result.width} * result.height);
-        long first[3] = {1, 1, i};
-        fits_read_pix(file, TUSHORT, first, static_cast<LONGLONG>(frame.size()), nullptr,
-                      frame.data(), nullptr, &status);
+    result.samplesPerPixel = count == 4 ? static_cast<uint32_t>(axes[2]) : 1;
+    const long frames = count == 4 ? axes[3] : axes[2];
+    const size_t planeSize = size_t{result.width} * result.height;
+    for (long i = 1; status == 0 && count >= 3 && i <= frames; ++i) {
+        std::vector<uint16_t> frame(planeSize * result.samplesPerPixel);
+        std::vector<uint16_t> plane(planeSize);
+        for (uint32_t sample = 0; sample < result.samplesPerPixel; ++sample) {
+            long first[4] = {1, 1, count == 4 ? long{sample} + 1 : i, i};
+            fits_read_pix(file, TUSHORT, first, static_cast<LONGLONG>(planeSize), nullptr,
+                          plane.data(), nullptr, &status);
+            for (size_t pixel = 0; pixel < planeSize; ++pixel)
+                frame[pixel * result.samplesPerPixel + sample] = plane[pixel];
+        }
         result.frames.push_back(frame);
     }
     if (status != 0)
@@ -146,10 +164,10 @@ uint32_t SampleOf(uint32_t index, uint32_t place, uint32_t bytesPerSample)
 }
 
 tool::Picture FrameOf(uint32_t index, uint32_t width, uint32_t height, uint32_t bytesPerSample,
-                      std::vector<uint8_t> &pixels)
+                      std::vector<uint8_t> &pixels, uint32_t samplesPerPixel)
 {
     pixels.clear();
-    for (uint32_t place = 0; place < width * height; ++place) {
+    for (uint32_t place = 0; place < width * height * samplesPerPixel; ++place) {
         const uint32_t sample = SampleOf(index, place, bytesPerSample);
         pixels.push_back(static_cast<uint8_t>(sample));
         if (bytesPerSample == 2)
@@ -159,9 +177,11 @@ tool::Picture FrameOf(uint32_t index, uint32_t width, uint32_t height, uint32_t 
     picture.pixels = pixels;
     picture.width = width;
     picture.height = height;
+    picture.samplesPerPixel = samplesPerPixel;
     picture.bytesPerSample = bytesPerSample;
     picture.significantBits = bytesPerSample == 2 ? 12 : 8;
-    picture.bayerPattern = "GRBG";
+    if (samplesPerPixel == 1)
+        picture.bayerPattern = "GRBG";
     picture.cameraModel = "Astrel C2";
     picture.serialNumber = "A-123";
     picture.exposureNanoseconds = 16'384'000;
@@ -197,7 +217,7 @@ ReadSequence ReadSequenceFile(const std::string &path)
 }
 
 std::string DifferenceTo(const ReadSequence &sequence, uint32_t frames, uint32_t width,
-                         uint32_t height, uint32_t bytesPerSample)
+                         uint32_t height, uint32_t bytesPerSample, uint32_t samplesPerPixel)
 {
     if (!sequence.error.empty())
         return sequence.error;
@@ -205,8 +225,14 @@ std::string DifferenceTo(const ReadSequence &sequence, uint32_t frames, uint32_t
         return std::to_string(sequence.frames.size()) + " frames";
     if (sequence.width != width || sequence.height != height)
         return std::to_string(sequence.width) + " x " + std::to_string(sequence.height);
+    const size_t samples = size_t{width} * height * samplesPerPixel;
+    if (sequence.samplesPerPixel != samplesPerPixel)
+        return std::to_string(sequence.samplesPerPixel) + " samples a pixel";
     for (uint32_t i = 0; i < frames; ++i)
-        for (uint32_t place = 0; place < width * height; ++place)
+        if (sequence.frames[i].size() != samples)
+            return std::to_string(sequence.frames[i].size()) + " samples";
+    for (uint32_t i = 0; i < frames; ++i)
+        for (uint32_t place = 0; place < samples; ++place)
             if (sequence.frames[i][place] != SampleOf(i, place, bytesPerSample))
                 return "frame " + std::to_string(i) + " differs at " + std::to_string(place);
     return {};

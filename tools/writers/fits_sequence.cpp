@@ -1,6 +1,6 @@
-// FITS cubes: frame behind frame along the third axis, rows top down, and behind them a table
-// FRAMES with a row for each. The length of the axis is put right with every frame; the table comes
-// at the end.
+// FITS cubes: frame behind frame along the last axis, rows top down, and behind them a table FRAMES
+// with a row for each. A colour frame is three planes along an axis of its own before. The length
+// of the last axis is put right with every frame; the table comes at the end.
 #include <bit>
 #include <cstring>
 
@@ -12,39 +12,61 @@ namespace zerix::tool {
 
 namespace {
 
-constexpr uint64_t kThirdAxisAt = 5 * kFitsCard; // behind SIMPLE, BITPIX, NAXIS, NAXIS1, NAXIS2
+// Behind SIMPLE, BITPIX, NAXIS, NAXIS1, NAXIS2, and in colour NAXIS3.
+uint64_t FrameAxisAt(bool isColour) { return (isColour ? 6 : 5) * kFitsCard; }
 
-std::string ThirdAxis(uint64_t frames)
+std::string FrameAxis(bool isColour, uint64_t frames)
 {
-    return FitsNumberCard("NAXIS3", static_cast<int64_t>(frames), "frames");
+    return FitsNumberCard(isColour ? "NAXIS4" : "NAXIS3", static_cast<int64_t>(frames), "frames");
 }
 
-// Big-endian signed words; BZERO makes them the unsigned ones that they are.
-void ToSignedBigEndian(std::span<const uint8_t> pixels, std::vector<uint8_t> &words)
+// Big-endian signed words; BZERO makes them the unsigned ones that they are. Bytes stay bytes.
+// Every kStep-th sample is taken.
+template <size_t kBytes, size_t kStep>
+void PutPlane(const uint8_t *from, size_t count, uint8_t *to)
 {
-    words.resize(pixels.size());
-    const uint8_t *from = pixels.data();
-    uint8_t *to = words.data();
-    const size_t count = pixels.size() / 2;
     for (size_t i = 0; i < count; ++i) {
-        uint16_t sample = 0;
-        std::memcpy(&sample, from + 2 * i, 2);
-        const auto value = static_cast<uint16_t>(sample ^ 0x8000u);
-        const auto turned = static_cast<uint16_t>(value >> 8 | value << 8);
-        std::memcpy(to + 2 * i, &turned, 2);
+        if constexpr (kBytes == 1) {
+            to[i] = from[i * kStep];
+        } else {
+            uint16_t sample = 0;
+            std::memcpy(&sample, from + 2 * i * kStep, 2);
+            const auto value = static_cast<uint16_t>(sample ^ 0x8000u);
+            const auto turned = static_cast<uint16_t>(value >> 8 | value << 8);
+            std::memcpy(to + 2 * i, &turned, 2);
+        }
     }
+}
+
+// The frame as it stands in the file, in `space` where it isn't that already.
+std::span<const uint8_t> DataOf(const Picture &picture, std::vector<uint8_t> &space)
+{
+    const bool isWide = picture.bytesPerSample == 2;
+    const bool isColour = picture.samplesPerPixel == 3;
+    if (!isWide && !isColour)
+        return picture.pixels;
+    space.resize(picture.pixels.size());
+    const size_t count = size_t{picture.width} * picture.height;
+    const auto put = !isColour ? PutPlane<2, 1> : isWide ? PutPlane<2, 3> : PutPlane<1, 3>;
+    for (size_t plane = 0; plane < picture.samplesPerPixel; ++plane)
+        put(picture.pixels.data() + plane * picture.bytesPerSample, count,
+            space.data() + plane * count * picture.bytesPerSample);
+    return space;
 }
 
 FitsCards CubeCards(const Picture &first)
 {
     const bool isWide = first.bytesPerSample == 2;
+    const bool isColour = first.samplesPerPixel == 3;
     FitsCards cards;
     cards.Flag("SIMPLE", true, "a FITS file");
     cards.Number("BITPIX", isWide ? 16 : 8);
-    cards.Number("NAXIS", 3);
+    cards.Number("NAXIS", isColour ? 4 : 3);
     cards.Number("NAXIS1", first.width);
     cards.Number("NAXIS2", first.height);
-    cards.Number("NAXIS3", 0, "frames");
+    if (isColour)
+        cards.Number("NAXIS3", 3, "planes: red, green, blue");
+    cards.Number(isColour ? "NAXIS4" : "NAXIS3", 0, "frames");
     cards.Flag("EXTEND", true);
     if (isWide) {
         cards.Number("BZERO", 32768, "samples are unsigned");
@@ -61,6 +83,8 @@ FitsCards CubeCards(const Picture &first)
     if (first.setTemperatureCelsius)
         cards.Real("SET-TEMP", *first.setTemperatureCelsius, "[C] temperature asked for");
     cards.Number("DATAMAX", (int64_t{1} << first.significantBits) - 1, "top of the range");
+    if (isColour)
+        cards.Text("CTYPE3", "RGB", "planes: red, green, blue");
     if (!first.bayerPattern.empty())
         cards.Text("BAYERPAT", first.bayerPattern, "mosaic from the top left pixel");
     cards.Text("ROWORDER", "TOP-DOWN", "first row is the top of the image");
@@ -131,18 +155,16 @@ protected:
     bool Begin(const Picture &first) override
     {
         const std::string header = CubeCards(first).Header();
+        m_isColour = first.samplesPerPixel == 3;
         m_dataEnd = header.size();
         return File().Append(header);
     }
 
     bool AddFrame(const Picture &picture) override
     {
-        if (picture.bytesPerSample == 2)
-            ToSignedBigEndian(picture.pixels, m_words);
-        const std::span<const uint8_t> data =
-            picture.bytesPerSample == 2 ? std::span<const uint8_t>(m_words) : picture.pixels;
+        const std::span<const uint8_t> data = DataOf(picture, m_space);
         if (!File().Write(m_dataEnd, data) || !Fill(m_dataEnd + data.size()) ||
-            !File().Write(kThirdAxisAt, ThirdAxis(Frames() + 1)))
+            !File().Write(FrameAxisAt(m_isColour), FrameAxis(m_isColour, Frames() + 1)))
             return false;
         m_dataEnd += data.size();
         return true;
@@ -168,8 +190,9 @@ private:
         return File().Write(dataEnd, zeros);
     }
 
-    uint64_t m_dataEnd = 0; // without the fill behind it, which the next frame overwrites
-    std::vector<uint8_t> m_words;
+    uint64_t m_dataEnd = 0;       // without the fill behind it, which the next frame overwrites
+    std::vector<uint8_t> m_space; // for a frame
+    bool m_isColour = false;
 };
 
 } // namespace

@@ -57,14 +57,17 @@ std::string HeadOf(const Picture &first)
 
 std::string PixelsOf(const Picture &first, uint64_t frames)
 {
+    // The samples of a pixel are one channel, whose plane is one page.
+    const uint32_t samples = first.samplesPerPixel;
     return fmt::format(
-        "<Pixels ID=\"Pixels:0\" DimensionOrder=\"XYZCT\" Type=\"{}\" SignificantBits=\"{}\" "
-        "BigEndian=\"false\" SizeX=\"{}\" SizeY=\"{}\" SizeZ=\"1\" SizeC=\"1\" SizeT=\"{}\">\n"
-        "<Channel ID=\"Channel:0:0\" SamplesPerPixel=\"1\">\n"
+        "<Pixels ID=\"Pixels:0\" DimensionOrder=\"{}\" Type=\"{}\" SignificantBits=\"{}\" {}"
+        "BigEndian=\"false\" SizeX=\"{}\" SizeY=\"{}\" SizeZ=\"1\" SizeC=\"{}\" SizeT=\"{}\">\n"
+        "<Channel ID=\"Channel:0:0\" SamplesPerPixel=\"{}\">\n"
         "<DetectorSettings ID=\"Detector:0\" Gain=\"{}\" Binning=\"{}\"/>\n"
         "</Channel>\n",
-        first.bytesPerSample == 2 ? "uint16" : "uint8", first.significantBits, first.width,
-        first.height, OmeFrameCount(frames), first.gain, BinningOf(first));
+        samples == 3 ? "XYCZT" : "XYZCT", first.bytesPerSample == 2 ? "uint16" : "uint8",
+        first.significantBits, samples == 3 ? "Interleaved=\"true\" " : "", first.width,
+        first.height, samples, OmeFrameCount(frames), samples, first.gain, BinningOf(first));
 }
 
 std::string PlaneOf(const FrameFacts &frame, const FrameFacts &first, uint64_t index)

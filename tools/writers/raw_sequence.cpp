@@ -22,6 +22,8 @@ protected:
         json["serial"] = first.serialNumber;
         json["width"] = first.width;
         json["height"] = first.height;
+        json["format"] = FormatName(first);
+        json["samples_per_pixel"] = first.samplesPerPixel;
         json["bytes_per_sample"] = first.bytesPerSample;
         json["significant_bits"] = first.significantBits;
         if (!first.bayerPattern.empty())

@@ -9,9 +9,10 @@ namespace zerix::tool {
 
 uint32_t FrameNumbers::Arrived(uint16_t number)
 {
-    const uint16_t expected = static_cast<uint16_t>(m_last.value_or(number) + (m_last ? 1 : 0));
+    const uint32_t since =
+        m_last ? static_cast<uint16_t>(number - *m_last - m_exposures) : uint32_t{0};
     m_last = number;
-    return static_cast<uint16_t>(number - expected);
+    return since / m_exposures;
 }
 
 std::string FramesText(uint64_t frames)

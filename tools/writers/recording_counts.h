@@ -17,10 +17,14 @@ struct RecordingCounts {
 // Counts the frames that never came by the gaps in the camera's rolling 16-bit numbers.
 class FrameNumbers {
 public:
+    // A filter wheel's frame is made of several exposures, each with a number.
+    explicit FrameNumbers(uint32_t exposuresPerFrame = 1) : m_exposures(exposuresPerFrame) {}
+
     // The frames that are missing before this one.
     uint32_t Arrived(uint16_t number);
 
 private:
+    uint32_t m_exposures;
     std::optional<uint16_t> m_last;
 };
 

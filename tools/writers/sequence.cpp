@@ -10,11 +10,13 @@ namespace zerix::tool {
 
 std::string SequenceWriter::WhyUnfit(const Picture &picture) const
 {
-    if (picture.pixels.size() != SizeOf(picture) || picture.samplesPerPixel != 1 ||
-        picture.pixels.empty())
-        return "a frame has not one sample a pixel";
+    if (picture.samplesPerPixel != 1 && picture.samplesPerPixel != 3)
+        return "a frame has neither one sample a pixel nor three";
+    if (picture.pixels.size() != RowBytes(picture) * picture.height || picture.pixels.empty())
+        return "a frame's pixels are not as many as its size tells";
     const bool isFirst = m_frameSize == 0;
     if (!isFirst && (picture.pixels.size() != m_frameSize || picture.width != m_width ||
+                     picture.samplesPerPixel != m_samplesPerPixel ||
                      picture.bytesPerSample != m_bytesPerSample))
         return "a frame has not the first one's size";
     return {};
@@ -26,6 +28,7 @@ bool SequenceWriter::TryAppend(const Picture &picture)
         return false;
     m_frameSize = picture.pixels.size();
     m_width = picture.width;
+    m_samplesPerPixel = picture.samplesPerPixel;
     m_bytesPerSample = picture.bytesPerSample;
     return AddFrame(picture);
 }

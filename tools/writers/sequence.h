@@ -1,7 +1,8 @@
-// A sequence of pictures on its way to one file, and the file formats that it can go to. After each
-// frame the file is whole: whatever ends the program then, a reader finds every frame so far. The
-// writers put all of it together themselves, because the formats' libraries keep headers in memory
-// until the end.
+// A sequence of pictures on its way to one file, and the file formats that it can go to: all of
+// them take pictures of one sample a pixel and of three, red, green and blue. After each frame the
+// file is whole: whatever ends the program then, a reader finds every frame so far. The writers put
+// all of it together themselves, because the formats' libraries keep headers in memory until the
+// end.
 #pragma once
 
 #include <cstdint>
@@ -60,11 +61,6 @@ protected:
 
     [[nodiscard]] GrowingFile &File() { return m_file; }
     [[nodiscard]] const std::vector<FrameFacts> &Facts() const { return m_facts; }
-    // Bytes of pixels in a frame.
-    [[nodiscard]] static size_t SizeOf(const Picture &picture)
-    {
-        return size_t{picture.width} * picture.height * picture.bytesPerSample;
-    }
 
 private:
     [[nodiscard]] std::string WhyUnfit(const Picture &picture) const;
@@ -75,6 +71,7 @@ private:
     std::string m_failure;
     uint64_t m_frameSize = 0; // pixels, bytes; 0 before the first frame
     uint32_t m_width = 0;
+    uint32_t m_samplesPerPixel = 0;
     uint32_t m_bytesPerSample = 0;
 };
 

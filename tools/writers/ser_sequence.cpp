@@ -18,8 +18,12 @@ uint64_t TicksOf(uint64_t unixNanoseconds)
     return kYear1970 + unixNanoseconds / 100;
 }
 
-uint32_t ColourOf(const std::string &bayerPattern)
+uint32_t ColourOf(const Picture &first)
 {
+    constexpr uint32_t kRedGreenBlue = 100;
+    if (first.samplesPerPixel == 3)
+        return kRedGreenBlue;
+    const std::string &bayerPattern = first.bayerPattern;
     if (bayerPattern == "RGGB")
         return 8;
     if (bayerPattern == "GRBG")
@@ -45,7 +49,7 @@ protected:
         std::vector<uint8_t> header;
         PutText(header, "LUCAM-RECORDER", 14);
         PutLittle(header, 0, 4); // the camera's number at its maker: none
-        PutLittle(header, ColourOf(first.bayerPattern), 4);
+        PutLittle(header, ColourOf(first), 4);
         PutLittle(header, 1, 4); // samples are little-endian
         PutLittle(header, first.width, 4);
         PutLittle(header, first.height, 4);

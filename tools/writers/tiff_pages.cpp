@@ -33,36 +33,52 @@ void Align(std::vector<uint8_t> &bytes, uint64_t position)
 
 std::vector<uint8_t> BytesOf(const std::string &text) { return {text.begin(), text.end()}; }
 
+// The same word for each sample of a pixel.
+std::string WordForEach(uint32_t samples, uint32_t value)
+{
+    std::string bytes;
+    for (uint32_t i = 0; i < samples; ++i)
+        for (const uint8_t byte : Little(value, 2))
+            bytes += static_cast<char>(byte);
+    return bytes;
+}
+
 } // namespace
 
 struct TiffPages::Entry {
     uint16_t tag;
     uint16_t type;
     uint64_t count;
-    uint64_t value;                    // or the position of the text
-    const std::string *text = nullptr; // stands in the entry itself where it fits
+    uint64_t value;                     // or the position of the bytes
+    const std::string *bytes = nullptr; // stand in the entry itself where they fit
 };
 
 std::vector<TiffPages::Entry> TiffPages::EntriesOf(const Page &page) const
 {
     const uint16_t position = m_isBig ? kLong8 : kLong;
-    const uint64_t stripSize = uint64_t{m_width} * m_height * m_bytesPerSample;
+    const bool isColour = m_samplesPerPixel == 3;
+    const auto text = [](uint16_t tag, const Shared &shared) {
+        return Entry{tag, kAscii, shared.bytes.size(), shared.position, &shared.bytes};
+    };
+    const auto words = [this](uint16_t tag, const Shared &shared) {
+        return Entry{tag, kShort, m_samplesPerPixel, shared.position, &shared.bytes};
+    };
     return {
         {256, kLong, 1, m_width},
         {257, kLong, 1, m_height},
-        {258, kShort, 1, uint64_t{8} * m_bytesPerSample},
-        {259, kShort, 1, 1}, // not compressed
-        {262, kShort, 1, 1}, // 0 is black
+        words(258, m_bits),
+        {259, kShort, 1, 1},                           // not compressed
+        {262, kShort, 1, isColour ? uint64_t{2} : 1u}, // red, green, blue; or 0 is black
         {270, kAscii, page.descriptionSize, page.description},
-        {272, kAscii, m_model.text.size(), m_model.position, &m_model.text},
+        text(272, m_model),
         {273, position, 1, page.pixels},
-        {277, kShort, 1, 1}, // samples a pixel
+        {277, kShort, 1, m_samplesPerPixel},
         {278, kLong, 1, m_height},
-        {279, position, 1, stripSize},
-        {281, kShort, 1, (uint64_t{1} << m_significantBits) - 1}, // largest sample
-        {305, kAscii, m_software.text.size(), m_software.position, &m_software.text},
+        {279, position, 1, m_stripSize},
+        words(281, m_largest),
+        text(305, m_software),
         {306, kAscii, kDateSize, page.date},
-        {50735, kAscii, m_serial.text.size(), m_serial.position, &m_serial.text},
+        text(50735, m_serial),
     };
 }
 
@@ -74,12 +90,12 @@ std::vector<uint8_t> TiffPages::Directory(const Page &page, uint64_t next) const
         PutLittle(bytes, entry.tag, 2);
         PutLittle(bytes, entry.type, 2);
         PutLittle(bytes, entry.count, PositionSize());
-        if (entry.text == nullptr || entry.count > PositionSize()) {
+        if (entry.bytes == nullptr || entry.bytes->size() > PositionSize()) {
             PutLittle(bytes, entry.value, PositionSize());
             continue;
         }
-        bytes.insert(bytes.end(), entry.text->begin(), entry.text->end());
-        bytes.resize(bytes.size() + PositionSize() - entry.text->size());
+        bytes.insert(bytes.end(), entry.bytes->begin(), entry.bytes->end());
+        bytes.resize(bytes.size() + PositionSize() - entry.bytes->size());
     }
     PutLittle(bytes, next, PositionSize());
     return bytes;
@@ -99,17 +115,19 @@ bool TiffPages::Begin(const Picture &first)
 {
     m_width = first.width;
     m_height = first.height;
-    m_bytesPerSample = first.bytesPerSample;
-    m_significantBits = first.significantBits;
+    m_samplesPerPixel = first.samplesPerPixel;
+    m_stripSize = first.pixels.size();
     std::vector<uint8_t> bytes = {'I', 'I', 42, 0};
     bytes.resize(kHeaderSize);
-    m_model.text = first.cameraModel + '\0';
-    m_serial.text = first.serialNumber + '\0';
-    m_software.text = std::string("zerix") + '\0';
-    for (Text *shared : {&m_model, &m_serial, &m_software}) {
+    m_model.bytes = first.cameraModel + '\0';
+    m_serial.bytes = first.serialNumber + '\0';
+    m_software.bytes = std::string("zerix") + '\0';
+    m_bits.bytes = WordForEach(m_samplesPerPixel, 8 * first.bytesPerSample);
+    m_largest.bytes = WordForEach(m_samplesPerPixel, (1u << first.significantBits) - 1);
+    for (Shared *shared : {&m_model, &m_serial, &m_software, &m_bits, &m_largest}) {
         Align(bytes, 0);
         shared->position = bytes.size();
-        bytes.insert(bytes.end(), shared->text.begin(), shared->text.end());
+        bytes.insert(bytes.end(), shared->bytes.begin(), shared->bytes.end());
     }
     Align(bytes, 0);
     return m_file.Append(bytes);

@@ -32,8 +32,9 @@ private:
         uint64_t descriptionSize; // with its final 0
         uint64_t directory;
     };
-    struct Text {
-        std::string text; // with its final 0
+    // What several pages share.
+    struct Shared {
+        std::string bytes;
         uint64_t position = 0;
     };
     struct Entry;
@@ -50,13 +51,15 @@ private:
     uint64_t m_limit;
     bool m_isBig = false;
     std::vector<Page> m_pages;
-    Text m_model;
-    Text m_serial;
-    Text m_software;
+    Shared m_model; // texts with their final 0
+    Shared m_serial;
+    Shared m_software;
+    Shared m_bits;    // of each sample of a pixel
+    Shared m_largest; // value of each
     uint32_t m_width = 0;
     uint32_t m_height = 0;
-    uint32_t m_bytesPerSample = 0;
-    uint32_t m_significantBits = 0;
+    uint32_t m_samplesPerPixel = 0;
+    uint64_t m_stripSize = 0; // bytes
 };
 
 } // namespace zerix::tool
