@@ -77,16 +77,26 @@ TEST(HalThread, WithoutMemoryForTheSystemsThreadGives22AndRunsNothing)
 {
     std::atomic<bool> hasRun{false};
     const auto run = [](void *p) { static_cast<std::atomic<bool> *>(p)->store(true); };
-    for (const uint32_t allocation : {3u, 4u, 5u}) { // behind the two records
-        const test::DebugOutputCapture capture;
-        const test::LackingAllocation lacking(allocation, test::Counted::kAll);
-        int word = 0;
-        auto *thread = reinterpret_cast<threadInfo *>(&word);
-        EXPECT_EQ(HAL_ThreadCreate(run, &hasRun, &thread), 22u) << allocation;
+    const auto create = [&](uint32_t failingAllocation, threadInfo **thread) {
+        const test::LackingAllocation lacking(failingAllocation, test::Counted::kAll);
+        return HAL_ThreadCreate(run, &hasRun, thread);
+    };
+    const test::DebugOutputCapture capture;
+    uint32_t failures = 0; // behind the two records, as many as the system's threads take
+    int word = 0;
+    auto *thread = reinterpret_cast<threadInfo *>(&word);
+    while (const uint32_t error = create(3 + failures, &thread)) {
+        EXPECT_EQ(error, 22u);
         EXPECT_EQ(thread, nullptr);
-        EXPECT_EQ(capture.Text(), "HAL_ThreadCreate:HAL_ThreadCreate: CreateThread returned NULL");
+        EXPECT_FALSE(hasRun);
+        ++failures;
+        EXPECT_EQ(capture.Lines().back(),
+                  "HAL_ThreadCreate:HAL_ThreadCreate: CreateThread returned NULL");
+        EXPECT_EQ(capture.Lines().size(), failures);
     }
-    EXPECT_FALSE(hasRun);
+    EXPECT_GE(failures, 2u); // a start parameter and the thread's object
+    EXPECT_EQ(HAL_ThreadCleanup(thread, 10'000), 0u);
+    EXPECT_TRUE(hasRun);
 }
 
 TEST(HalThread, CleanupOfNoThreadGives0) { EXPECT_EQ(HAL_ThreadCleanup(nullptr, 5000), 0u); }
