@@ -27,11 +27,12 @@ enum ZerixParam {
     zprmRoiHeight = 16,            /* pixels after binning */
     zprmReserved17 = 17,           /* supported by no camera */
     zprmShutterState = 18,         /* supported by no camera */
-    zprmDoubleShot = 19,           /* two exposures in quick succession: 0 or 1 */
+    zprmDoubleShot = 19,           /* two exposures in quick succession; a send switches them on,
+                                      whatever the value */
     zprmSyncb = 20,                /* what the SyncB output shows: 0 trigger mask, 1 expose */
     zprmMetrolShutterDelay = 21,   /* 0 to 1,000,000 */
-    zprmIntensifierGain = 22,      /* counts */
-    zprmTriggerDelay = 23,         /* nanoseconds */
+    zprmIntensifierGain = 22,      /* counts; told, never sent: use zprm64NormIntensGain */
+    zprmTriggerDelay = 23,         /* nanoseconds; told, never sent */
     zprmCameraMode = 24,           /* 0 standard, 1 live mode */
     zprmNormalizedGain = 25,       /* factor in millionths; a view of zprmS32NormalizedGaindB */
     zprmNormIntensGaindB = 26,     /* stored and told, never sent: use zprm64NormIntensGain */
@@ -47,18 +48,20 @@ enum ZerixParam {
     zprmReadoutPort = 36,               /* 1 */
     zprmEMGain = 37,                    /* counts of the electron multiplication */
     zprmOpenDelay = 38,                 /* supported by no camera */
-    zprmCloseDelay = 39,                /* of the shutter */
+    zprmCloseDelay = 39,                /* microseconds, of the shutter; told, never sent */
     zprmCCDClearingMode = 40,           /* supported by no camera */
     zprmOverSample = 41,                /* supported by no camera */
     zprmDither = 42,                    /* 0 or 1 */
-    zprmHighGainMode = 43,              /* 0 or 1 */
+    zprmHighGainMode = 43,              /* 0 or 1; a send only ever switches it off */
     zprmVClockPeriod = 44,              /* nanoseconds of the sensor's vertical clock */
     zprmReserved45 = 45,                /* supported by newer hardware, and never settable */
-    zprmTweekingRegister = 46,  /* for the factory: selector in the top 4 bits, value in the low
-                                   16; it can't be read */
-    zprmKeelEmMode = 47,        /* 0 or 1: the EM gain follows the readout speed. This key and those
-                                   behind it are in no legacy record */
-    zprmLockedGainMode = 48,    /* 0 or 1; setting it sets zprmKeelEmMode too */
+    zprmTweekingRegister = 46, /* for the factory: selector in the top 4 bits, value in the low
+                                  16; it can't be read */
+    zprmKeelEmMode = 47,       /* 0 or 1: the EM gain follows the readout speed. This key and those
+                                  behind it are in no legacy record */
+    zprmLockedGainMode = 48,   /* 0 or 1; setting it sets zprmKeelEmMode too. Once sent, every later
+                                  send is refused, as each sends a gain, until the camera has been
+                                  closed and listed anew */
     zprmKeelEmGainValue10 = 49, /* EM gain at readout speed 1, as the camera tells it */
     zprmKeelEmGainValue20 = 50, /* at readout speed 0 */
     zprmKeelEmGainValue40 = 51, /* at every other */

@@ -305,7 +305,7 @@ TEST_F(VirtualReadBack, OfKeysThatNoSendCarries)
 }
 
 // A locked gain refuses every gain, the one that it has too, and a send gives the gain before it
-// comes to the lock: the lock is for good.
+// comes to the lock: the lock stays until the camera is listed anew.
 TEST_F(VirtualReadBack, OfALockedGain)
 {
     uint32_t locked = 0;
@@ -322,6 +322,12 @@ TEST_F(VirtualReadBack, OfALockedGain)
         Set(zprmLockedGainMode, 0);
         EXPECT_EQ(Zerix_SendSettingsToCam(handle, &settings), 16u);
         EXPECT_EQ(ReadBack(zprmLockedGainMode), 1u);
+        ASSERT_EQ(Zerix_CloseCamera(handle), 0u);
+        List();
+        OpenWithDefaults(0);
+        Set(zprmGain, 700);
+        Send();
+        EXPECT_EQ(Read({0x14, 20, 12}), 700u);
     });
     EXPECT_EQ(locked, 1u);
 }
