@@ -6,6 +6,7 @@
 #include "api/cached_settings.h"
 #include "api/context.h"
 #include "api/exported_call.h"
+#include "api/param_setters.h"
 #include "api/tweeking_register.h"
 #include "api/unit_conversion.h"
 
@@ -15,8 +16,6 @@ using namespace zerix::api;
 namespace {
 
 using Camera = ZX::ZCamera;
-
-constexpr uint16_t kMonochromeSensor = 1;
 
 struct Sending {
     Camera &camera;
@@ -164,7 +163,7 @@ uint16_t FilterWheel(const Sending &sending)
 {
     constexpr uint32_t kFirstColourFormat = 6;
     constexpr uint32_t kLastColourFormat = 12;
-    if (sending.camera.GetCCDImageFormat() != kMonochromeSensor)
+    if (sending.camera.GetCCDImageFormat() != kMonochromeImage)
         return ZX::kStatusOk;
     const uint32_t format = sending.Get(zprmImageFormat);
     if (format < kFirstColourFormat || format > kLastColourFormat)
@@ -189,25 +188,13 @@ uint16_t ColourExposure(const Sending &sending)
     return (sending.camera.*kSetter)(sending.Get64(isTurning ? kKey : uint32_t{zprm64Exposure}));
 }
 
-uint32_t MultiplyingGainKey(uint32_t readoutIndex)
-{
-    switch (readoutIndex) {
-    case 0:
-        return zprmKeelEmGainValue20;
-    case 1:
-        return zprmKeelEmGainValue10;
-    default:
-        return zprmKeelEmGainValue40;
-    }
-}
-
 // In this mode the gain is the one of the readout speed.
 uint16_t MultiplyingGain(const Sending &sending)
 {
     const bool isOn = sending.Get(zprmKeelEmMode) != 0;
     const uint16_t status = sending.camera.SetKeelEmMode(isOn);
     if (MapCameraStatus(status) == ZERIX_SUCCESS && isOn)
-        sending.Set(zprmEMGain, sending.Get(MultiplyingGainKey(sending.Get(zprmReadoutSpeed))));
+        TakeEmGainOfReadout(sending.settings);
     return status;
 }
 
