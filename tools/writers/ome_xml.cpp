@@ -133,7 +133,7 @@ std::string OmeXml(const Picture &first, std::span<const FrameFacts> frames)
 
 std::string OmeXmlOfBegun(const Picture &first, size_t *countOffset)
 {
-    const std::string xml = HeadOf(first) + PixelsOf(first, 1) + "<TiffData/>\n</Pixels>\n" +
+    std::string xml = HeadOf(first) + PixelsOf(first, 1) + "<TiffData/>\n</Pixels>\n" +
                             "<AnnotationRef ID=\"Annotation:0\"/>\n</Image>\n" +
                             "<StructuredAnnotations>\n" + AnnotationOf(first) +
                             "</StructuredAnnotations>\n</OME>\n";
