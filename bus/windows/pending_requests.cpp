@@ -51,6 +51,14 @@ ControlResult Stored(const Overlapped &overlapped)
             static_cast<uint32_t>(overlapped.driverWords[kBytesWord])};
 }
 
+// The result of a request that is over at once, for a later wait, too.
+ControlResult Over(Overlapped *overlapped, const ControlResult &result)
+{
+    if (overlapped != nullptr)
+        Store(*overlapped, result);
+    return result;
+}
+
 } // namespace
 
 // Nobody is inside any more, but there may be requests that nobody waited for. One that even the
@@ -72,16 +80,16 @@ ControlResult PendingRequests::Send(uint32_t code, const Buffers &buffers, Overl
 {
     Request *const request = Take();
     if (request == nullptr)
-        return Failed(kErrorNotEnoughMemory);
+        return Over(overlapped, Failed(kErrorNotEnoughMemory));
     uint32_t bytes = 0;
     if (m_system.DeviceIoControl(m_device, code, buffers.in, buffers.inBytes, buffers.out,
                                  buffers.outBytes, &bytes, &request->block)) {
         GiveBack(*request);
-        return Done(bytes);
+        return Over(overlapped, Done(bytes));
     }
     if (const uint32_t error = m_system.LastError(); error != kErrorIoPending) {
         GiveBack(*request);
-        return Failed(error);
+        return Over(overlapped, Failed(error));
     }
     CancelIfClosed();
     if (overlapped == nullptr)
