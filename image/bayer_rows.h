@@ -38,6 +38,9 @@ struct BayerHalves {
 void StreamRowAvx2(const uint8_t *row, uint8_t *out, size_t bytes);
 void FinishStreamAvx2();
 
+// Asks the memory for what is read soon.
+void FetchAvx2(const uint8_t *from, size_t bytes);
+
 // Red, green and blue cells of two rows of a mosaic. `order` is the pattern, 0 to 3. They do whole
 // steps only and return how many cells.
 size_t SplitBytesAvx2(const uint8_t *upper, const uint8_t *lower, uint32_t order,

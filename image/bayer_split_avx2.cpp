@@ -92,15 +92,38 @@ ZERIX_AVX2 size_t SplitWords(const uint8_t *upper, const uint8_t *lower, uint8_t
 
 } // namespace
 
+// Where its callers can be seen, a compiler may take this for a function without effect.
+void FetchAvx2(const uint8_t *from, size_t bytes)
+{
+    constexpr size_t kLine = 64;
+    for (size_t at = 0; at < bytes; at += kLine)
+        _mm_prefetch(reinterpret_cast<const char *>(from + at), _MM_HINT_T0);
+}
+
+// A line that is written in both ways has to be fetched and given up again, so that even a row's
+// ends are streamed as far as their places allow.
 ZERIX_AVX2 void StreamRowAvx2(const uint8_t *row, uint8_t *out, size_t bytes)
 {
     size_t done = 0;
-    for (; done < bytes && (reinterpret_cast<uintptr_t>(out) + done) % 32 != 0; ++done)
-        out[done] = row[done];
-    for (; done + 32 <= bytes; done += 32)
-        _mm256_stream_si256(reinterpret_cast<__m256i *>(out + done), Load(row + done));
-    for (; done < bytes; ++done)
-        out[done] = row[done];
+    while (done < bytes) {
+        const auto place = reinterpret_cast<uintptr_t>(out) + done;
+        const size_t left = bytes - done;
+        if (place % 32 == 0 && left >= 32) {
+            _mm256_stream_si256(reinterpret_cast<__m256i *>(out + done), Load(row + done));
+            done += 32;
+        } else if (place % 16 == 0 && left >= 16) {
+            _mm_stream_si128(reinterpret_cast<__m128i *>(out + done), LoadHalf(row + done));
+            done += 16;
+        } else if (place % 4 == 0 && left >= 4) {
+            int four;
+            __builtin_memcpy(&four, row + done, sizeof four);
+            _mm_stream_si32(reinterpret_cast<int *>(out + done), four);
+            done += 4;
+        } else {
+            out[done] = row[done];
+            ++done;
+        }
+    }
 }
 
 ZERIX_AVX2 void FinishStreamAvx2() { _mm_sfence(); }

@@ -99,11 +99,17 @@ std::array<uint32_t, 3> ColoursOf(uint32_t format)
     return isBlueFirst ? std::array<uint32_t, 3>{2, 1, 0} : std::array<uint32_t, 3>{0, 1, 2};
 }
 
-bool AreAligned(const uint8_t *upper, const uint8_t *lower)
+// The cells before the first one that both rows hold at a whole register; kStep if there is none.
+size_t CellsToAlign(const uint8_t *upper, const uint8_t *lower, size_t cellBytes)
 {
-    constexpr uintptr_t kStreamed = 32;
-    return ((reinterpret_cast<uintptr_t>(upper) | reinterpret_cast<uintptr_t>(lower)) %
-            kStreamed) == 0;
+    constexpr uintptr_t kRegister = 32;
+    const auto upperPlace = reinterpret_cast<uintptr_t>(upper);
+    const auto lowerPlace = reinterpret_cast<uintptr_t>(lower);
+    size_t cells = 0;
+    while (cells < kStep &&
+           ((upperPlace + cells * cellBytes) | (lowerPlace + cells * cellBytes)) % kRegister != 0)
+        ++cells;
+    return cells;
 }
 
 constexpr size_t PixelBytesOf(uint32_t format)
@@ -292,7 +298,8 @@ void BayerSweep::RunPairs(const BayerJob &job)
         }
         PutRows(job, row, isPair, [&](const BayerTwoRows &out, size_t cell, size_t end) {
             if (done < end) {
-                const size_t next = cells - end < kStep ? cells : end;
+                const size_t steps = (end + kStep - 1) / kStep * kStep;
+                const size_t next = cells - end < kStep ? cells : steps;
                 Enlarge<Form>(cells, (one.first + Form::Rows::kCount - 1) % kRing, {done, next});
                 done = next;
             }
@@ -306,37 +313,49 @@ void BayerSweep::RunPairs(const BayerJob &job)
 }
 
 // One or two rows of pixels, in pieces. `make` is told where to write one, and its cells; it does
-// whole steps, so that the last cells go by way of a step's room.
+// whole steps, so that the first cells, up to where the rows are aligned, and the last ones go by
+// way of a step's room.
 template <typename Make>
 void BayerSweep::PutRows(const BayerJob &job, uint32_t row, bool isPair, Make make)
 {
     const size_t pixelBytes = PixelBytesOf(job.format);
+    const size_t cellBytes = 2 * pixelBytes;
     const size_t rowBytes = job.width * pixelBytes;
+    const size_t cells = job.width / 2;
     uint8_t *const upper = job.output + row * rowBytes;
     uint8_t *const lower = isPair ? upper + rowBytes : upper;
-    const bool isDirect = !m_isStreamed || AreAligned(upper, lower);
-    BayerTwoRows out = {isDirect ? upper : m_packed[0],
-                        isDirect ? lower
-                        : isPair ? m_packed[1]
-                                 : m_packed[0],
-                        PixelOf(job.format), m_isStreamed && isDirect};
-    const size_t cells = job.width / 2;
-    const size_t whole = cells - cells % kStep;
-    for (size_t cell = 0; cell < whole; cell += kPiece) {
-        const size_t done = cell * 2 * pixelBytes;
+    const size_t unaligned = CellsToAlign(upper, lower, cellBytes);
+    const bool isDirect = !m_isStreamed || unaligned < kStep;
+    const BayerTwoRows out = {isDirect ? upper : m_packed[0],
+                              isDirect ? lower : m_packed[isPair ? 1 : 0], PixelOf(job.format),
+                              m_isStreamed && isDirect};
+    const auto makeFew = [&](size_t cell, size_t end) {
+        uint8_t few[2][kStep * 2 * kMostPixelBytes];
+        if (cell == end)
+            return;
+        make({few[0], few[1], out.pixel, false}, cell, end);
+        const size_t at = cell * cellBytes;
+        const size_t bytes = (end - cell) * cellBytes;
+        if (out.isStreamed) {
+            StreamRowAvx2(few[0], out.first + at, bytes);
+            StreamRowAvx2(few[1], out.second + at, bytes);
+        } else {
+            std::memcpy(out.first + at, few[0], bytes);
+            std::memcpy(out.second + at, few[1], bytes);
+        }
+    };
+    const size_t begin = unaligned < std::min(kStep, cells) ? unaligned : 0;
+    const size_t whole = cells - (cells - begin) % kStep;
+    makeFew(0, begin);
+    for (size_t cell = begin; cell < whole; cell += kPiece) {
+        const size_t done = cell * cellBytes;
         make({out.first + done, out.second + done, out.pixel, out.isStreamed}, cell,
              std::min(cell + kPiece, whole));
     }
-    if (whole < cells) {
-        uint8_t rest[2][kStep * 2 * kMostPixelBytes];
-        make({rest[0], rest[1], out.pixel, false}, whole, cells);
-        const size_t done = whole * 2 * pixelBytes;
-        std::memcpy(out.first + done, rest[0], (cells - whole) * 2 * pixelBytes);
-        std::memcpy(out.second + done, rest[1], (cells - whole) * 2 * pixelBytes);
-    }
-    for (uint8_t *const begin : {out.first, out.second})
-        if (job.width % 2 != 0)
-            std::memcpy(begin + rowBytes - pixelBytes, begin + rowBytes - 2 * pixelBytes,
+    makeFew(whole, cells);
+    if (job.width % 2 != 0)
+        for (uint8_t *const pixels : {out.first, out.second})
+            std::memcpy(pixels + rowBytes - pixelBytes, pixels + rowBytes - 2 * pixelBytes,
                         pixelBytes);
     if (isDirect)
         return;
@@ -398,16 +417,14 @@ void BayerSweep::SplitRow(const BayerJob &job, uint32_t cellRow)
 // which a row of the mosaic often fills.
 void BayerSweep::Prefetch(const BayerJob &job, size_t cellRow, size_t cell, size_t end)
 {
-    constexpr size_t kLine = 64;
     const size_t sampleBytes = SampleBytesOf(job.format);
     const size_t rowBytes = job.width * sampleBytes;
     if ((2 * cellRow + 2) * rowBytes > job.mosaicBytes)
         return;
     const uint8_t *const upper = job.mosaic + 2 * cellRow * rowBytes;
-    for (size_t at = cell * 2 * sampleBytes; at < end * 2 * sampleBytes; at += kLine) {
-        __builtin_prefetch(upper + at);
-        __builtin_prefetch(upper + rowBytes + at);
-    }
+    const size_t at = cell * 2 * sampleBytes;
+    FetchAvx2(upper + at, (end - cell) * 2 * sampleBytes);
+    FetchAvx2(upper + rowBytes + at, (end - cell) * 2 * sampleBytes);
 }
 
 // The row itself, or a copy that goes on in black where the mosaic ends.

@@ -68,15 +68,37 @@ ZERIX_AVX2 inline __m256i Third(__m256i isSecond, __m256i isThird, __m256i first
     return _mm256_blendv_epi8(_mm256_blendv_epi8(first, second, isSecond), third, isThird);
 }
 
-// The registers hold lanes 0 and 3, 1 and 4, 2 and 5 of 96 bytes.
-ZERIX_AVX2 inline void StoreThirds(uint8_t *out, __m256i first, __m256i second, __m256i third)
+// What is larger than caches are worth goes past them, from the first pixel on that stands at a
+// whole step.
+constexpr size_t kStreamedFrom = size_t{10} << 20; // bytes
+
+bool FindStreamed(const uint8_t *out, size_t pixelBytes, size_t count, size_t &first)
 {
-    Store(out, _mm256_permute2x128_si256(first, second, 0x20));
-    Store(out + kStep, _mm256_permute2x128_si256(third, first, 0x30));
-    Store(out + 2 * kStep, _mm256_permute2x128_si256(second, third, 0x31));
+    for (first = 0; first < kStep && count * pixelBytes >= kStreamedFrom; ++first)
+        if (reinterpret_cast<uintptr_t>(out + first * pixelBytes) % kStep == 0)
+            return true;
+    return false;
 }
 
-ZERIX_AVX2 void Pack3To8(const uint8_t *const *planes, uint8_t *out, size_t count)
+// The registers hold lanes 0 and 3, 1 and 4, 2 and 5 of 96 bytes.
+template <bool kIsStreamed>
+ZERIX_AVX2 inline void StoreThirds(uint8_t *out, __m256i first, __m256i second, __m256i third)
+{
+    const __m256i parts[] = {_mm256_permute2x128_si256(first, second, 0x20),
+                             _mm256_permute2x128_si256(third, first, 0x30),
+                             _mm256_permute2x128_si256(second, third, 0x31)};
+    for (size_t part = 0; part < 3; ++part) {
+        uint8_t *const to = out + part * kStep;
+        if constexpr (kIsStreamed)
+            _mm256_stream_si256(reinterpret_cast<__m256i *>(to), parts[part]);
+        else
+            Store(to, parts[part]);
+    }
+}
+
+// From pixel `done` on, in whole steps; where they end.
+template <bool kIsStreamed>
+ZERIX_AVX2 size_t Pack3Steps8(const uint8_t *const *planes, uint8_t *out, size_t done, size_t count)
 {
     const __m256i order0 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10, 5));
@@ -91,19 +113,20 @@ ZERIX_AVX2 void Pack3To8(const uint8_t *const *planes, uint8_t *out, size_t coun
         _mm_setr_epi8(0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0));
     const __m256i places2 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0));
-    size_t done = 0;
     for (; count - done >= kStep; done += kStep) {
         const __m256i a = _mm256_shuffle_epi8(Load(planes[0] + done), order0);
         const __m256i b = _mm256_shuffle_epi8(Load(planes[1] + done), order1);
         const __m256i c = _mm256_shuffle_epi8(Load(planes[2] + done), order2);
-        StoreThirds(out + done * 3, Third(places1, places2, a, b, c),
-                    Third(places0, places1, a, b, c), Third(places2, places0, a, b, c));
+        StoreThirds<kIsStreamed>(out + done * 3, Third(places1, places2, a, b, c),
+                                 Third(places0, places1, a, b, c),
+                                 Third(places2, places0, a, b, c));
     }
-    const uint8_t *const rest[] = {planes[0] + done, planes[1] + done, planes[2] + done};
-    kScalarKernels.bytes.pack3(rest, out + done * 3, count - done);
+    return done;
 }
 
-ZERIX_AVX2 void Pack3To16(const uint8_t *const *planes, uint8_t *out, size_t count)
+template <bool kIsStreamed>
+ZERIX_AVX2 size_t Pack3Steps16(const uint8_t *const *planes, uint8_t *out, size_t first,
+                               size_t count)
 {
     const __m256i order0 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15, 4, 5, 10, 11));
@@ -112,17 +135,45 @@ ZERIX_AVX2 void Pack3To16(const uint8_t *const *planes, uint8_t *out, size_t cou
     const __m256i order2 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(4, 5, 10, 11, 0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15));
     const size_t bytes = count * 2;
-    size_t done = 0;
+    size_t done = first * 2;
     for (; bytes - done >= kStep; done += kStep) {
         const __m256i a = _mm256_shuffle_epi8(Load(planes[0] + done), order0);
         const __m256i b = _mm256_shuffle_epi8(Load(planes[1] + done), order1);
         const __m256i c = _mm256_shuffle_epi8(Load(planes[2] + done), order2);
-        StoreThirds(out + done * 3, _mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x92), c, 0x24),
-                    _mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x24), c, 0x49),
-                    _mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x49), c, 0x92));
+        StoreThirds<kIsStreamed>(out + done * 3,
+                                 _mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x92), c, 0x24),
+                                 _mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x24), c, 0x49),
+                                 _mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x49), c, 0x92));
     }
-    const uint8_t *const rest[] = {planes[0] + done, planes[1] + done, planes[2] + done};
-    kScalarKernels.words.pack3(rest, out + done * 3, count - done / 2);
+    return done / 2;
+}
+
+// Single pixels up to the first streamed one, and behind the last whole step.
+template <size_t kSampleBytes, typename Steps, typename Plain>
+ZERIX_AVX2 inline void Pack3(const uint8_t *const *planes, uint8_t *out, size_t count, Steps steps,
+                             Steps streamedSteps, Plain plain)
+{
+    size_t first = 0;
+    const bool isStreamed = FindStreamed(out, 3 * kSampleBytes, count, first);
+    plain(planes, out, isStreamed ? first : 0);
+    const size_t done =
+        isStreamed ? streamedSteps(planes, out, first, count) : steps(planes, out, 0, count);
+    if (isStreamed)
+        _mm_sfence();
+    const size_t at = done * kSampleBytes;
+    const uint8_t *const rest[] = {planes[0] + at, planes[1] + at, planes[2] + at};
+    plain(rest, out + at * 3, count - done);
+}
+
+ZERIX_AVX2 void Pack3To8(const uint8_t *const *planes, uint8_t *out, size_t count)
+{
+    Pack3<1>(planes, out, count, Pack3Steps8<false>, Pack3Steps8<true>, kScalarKernels.bytes.pack3);
+}
+
+ZERIX_AVX2 void Pack3To16(const uint8_t *const *planes, uint8_t *out, size_t count)
+{
+    Pack3<2>(planes, out, count, Pack3Steps16<false>, Pack3Steps16<true>,
+             kScalarKernels.words.pack3);
 }
 
 ZERIX_AVX2 void Pack4To8(const uint8_t *const *planes, uint8_t *out, size_t count)

@@ -122,6 +122,31 @@ TEST(KernelLevels, PackAlike)
     });
 }
 
+// Images that are larger than caches are written another way, from where they are aligned on.
+TEST(KernelLevels, PackLargeImagesAlike)
+{
+    constexpr size_t kSize = size_t{10} << 20;
+    Bytes plane(kSize / 3 + 100);
+    Random random(1);
+    std::generate(plane.begin(), plane.end(), [&] { return static_cast<uint8_t>(random()); });
+    const uint8_t *const planes[] = {plane.data(), plane.data() + 7, plane.data() + 31};
+    for (SimdLevel level : SupportedLevels()) {
+        const Kernels kernels = KernelsOfLevel(level);
+        for (size_t offset : {0u, 1u, 6u, 31u})
+            for (size_t pixelBytes : {3u, 6u}) {
+                const size_t count = kSize / pixelBytes + 17;
+                Bytes out(offset + count * pixelBytes);
+                Bytes expected = out;
+                (pixelBytes == 3 ? kernels.bytes.pack3
+                                 : kernels.words.pack3)(planes, out.data() + offset, count);
+                (pixelBytes == 3 ? kPlain.bytes.pack3
+                                 : kPlain.words.pack3)(planes, expected.data() + offset, count);
+                ASSERT_TRUE(out == expected)
+                    << SimdLevelName(level) << " " << offset << " " << pixelBytes;
+            }
+    }
+}
+
 template <typename Pixel, size_t kChannels>
 struct Maps {
     std::array<std::vector<Pixel>, kChannels> maps;
