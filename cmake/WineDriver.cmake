@@ -20,7 +20,7 @@ add_executable(zerix_install_driver ${driver_source}/install/install_driver.cpp 
 target_link_libraries(zerix_install_driver PRIVATE setupapi newdev zerix_warnings)
 
 zerix_tests(windows_driver LAYERS api camera sim bus LIBRARIES setupapi newdev)
-add_dependencies(windows_driver_tests zerix_test_driver zerix_install_driver)
+add_dependencies(windows_driver_tests zerix zerix_test_driver zerix_install_driver)
 
 # A Wine of its own, made anew for every run.
 add_test(NAME windows_driver.install COMMAND ${driver_source}/install.sh ${driver_wine}
