@@ -356,6 +356,45 @@ TEST_F(ParamSet, NestsItsChecksInTheLog)
     EXPECT_EQ(diag::ZLogDepth(), 0);
 }
 
+// The class is asked for, then the maximum, then the minimum, each of which asks for the class
+// again.
+TEST_F(ParamSet, NestsTheCheckOfARangeInTheLog)
+{
+    ShowNestedCalls();
+    const auto nested = [](const std::string &name, const Lines &inside, bool isYes) {
+        Lines lines = {name + " start (zprmEMGain)"};
+        lines.insert(lines.end(), inside.begin(), inside.end());
+        lines.push_back(isYes ? name + " end (error code 0)\n"
+                              : name + " ending because " + kNotSupportedPhrase + " (error 1)");
+        return lines;
+    };
+    const auto joined = [](std::initializer_list<Lines> parts) {
+        Lines lines;
+        for (const Lines &part : parts)
+            lines.insert(lines.end(), part.begin(), part.end());
+        return lines;
+    };
+    const Lines supported = nested("Zerix_IsParamSupported", {}, true);
+    const Lines isNoList = nested("Zerix_IsSparseTable", supported, false);
+    const Lines isRange = nested("Zerix_IsRangeTable", supported, true);
+    const auto limit = [&](const std::string &name, const std::string &value) {
+        return nested(name, joined({supported, isNoList, {"EM Gain: " + value}}), true);
+    };
+    for (const auto &[value, end] :
+         {std::pair{2048u, EndLine("Zerix_SetParam")},
+          {2049u, EndingLine("Zerix_SetParam", kBadParameterPhrase, 2)}}) {
+        Zerix_SetParam(&current, zprmEMGain, value);
+        EXPECT_EQ(Take(), joined({{"Zerix_SetParam start (zprmEMGain)"},
+                                  supported,
+                                  {"EM Gain: " + std::to_string(value)},
+                                  isNoList,
+                                  isRange,
+                                  limit("Zerix_GetParamMax", "2048"),
+                                  limit("Zerix_GetParamMin", "3"),
+                                  {end}}));
+    }
+}
+
 TEST_F(ParamSet, LooksAtTheKeyBeforeItAsksForSupport)
 {
     ShowNestedCalls();
