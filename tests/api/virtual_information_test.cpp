@@ -104,6 +104,31 @@ TEST_F(VirtualInformation, TellsAllOfAMultiplyingCamera)
                    {40, 0, 1},      {41, 1, 0}, {42, 0, 1},      {43, 0, 1},     {44, 1, 0}});
 }
 
+// What only these two models have: an intensifier with its trigger delay, and binnings for each
+// axis. The intensifier's range is 33.51 to 98.07 dB in steps of 0.002 dB.
+TEST_F(VirtualInformation, TellsOfAnIntensifierAndOfBothBinnings)
+{
+    UseRack("[[camera]]\nmodel = 9\nsensor = 6\nserial = \"S-9\"\n"
+            "[[camera]]\nmodel = 1002\nsensor = 6\nserial = \"S-1002\"\ncontrol = \"1.2\"\n");
+    const ZerixHandle intensified = LoadAndOpen(0);
+    const ZerixHandle metrol = OpenListed(1);
+    constexpr struct {
+        uint32_t key;
+        uint32_t intensified;
+        uint32_t error;
+        uint32_t metrol;
+    } kExpected[] = {{17, 1, 1, kNone},    {19, 1000, 1, 1000}, {23, 3, 1, kNone},
+                     {24, 2000, 1, kNone}, {33, 0, 0, 1},       {37, 1, 0, 1}};
+    for (const auto &row : kExpected) {
+        uint32_t value = kPatternWord;
+        EXPECT_EQ(Zerix_GetInfo(intensified, row.key, &value), 0u) << row.key;
+        EXPECT_EQ(value, row.intensified) << row.key;
+        value = kPatternWord;
+        EXPECT_EQ(Zerix_GetInfo(metrol, row.key, &value), row.error) << row.key;
+        EXPECT_EQ(value, row.metrol) << row.key;
+    }
+}
+
 // The upper half of an identifier is no part of the answer.
 TEST_F(VirtualInformation, TellsTheLowerHalfOfTheIdentifier)
 {
