@@ -228,6 +228,9 @@ TEST_F(WindowsCamera, IsTakenFromTheSystem)
     ASSERT_EQ(0u, Zerix_SetStreaming(handle, 1));
     RemoveDevice(0);
     EXPECT_EQ(0u, driver.State(0).isThere);
+    EXPECT_EQ(0u, Zerix_CloseCamera(handle));
+    EXPECT_EQ(2u, List());
+    EXPECT_EQ(1u, items[0].isOpen);
     Zerix_ReleaseDriver();
     ASSERT_EQ(0u, Zerix_LoadDriver());
     EXPECT_EQ(1u, List());
