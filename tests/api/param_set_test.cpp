@@ -1,55 +1,14 @@
-// Writing single values of a settings record: what each key is checked against, what is stored, and
-// what the log shows, in both layouts.
+// Writing single values of a settings record: what each key is checked against and what is stored,
+// in both layouts.
 #include <numeric>
 #include <set>
 
-#include "api/table_checks.h"
-#include "tests/api/param_fixture.h"
+#include "tests/api/param_set_fixture.h"
 
 namespace zerix::api {
 namespace {
 
-class ParamSet : public ParamTest {
-protected:
-    void SetUp() override
-    {
-        ParamTest::SetUp();
-        camera->getMinExposure = 100'000;
-        camera->getMaxExposure = 5'000'000'000'000;
-        camera->getSymmetricalBinningModes = {1, 2, 4};
-        camera->getHorizontalBinningModes = {1, 3};
-        camera->getVerticalBinningModes = {1, 5};
-        camera->getTriggerModes = {0, 1, 5};
-        camera->getReadoutFrequencyModes = {20.0f, 10.0f};
-        camera->getSyncBModes = {0, 1};
-        camera->getMaxBitDepth = 12;
-        camera->getCCDImageFormat = 1;
-        camera->getCCDWidth = 1392;
-        camera->getCCDHeight = 1040;
-        camera->getTriggerDelayMin = 10;
-        camera->getTriggerDelayMax = 20;
-        camera->getEMGainMin = 3;
-        camera->getEMGainMax = 2048;
-        camera->getShutterCloseDelayMin = 640;
-        camera->getShutterCloseDelayMax = 6400;
-        camera->getVClockPeriodMin = 500;
-        camera->getVClockPeriodMax = 2000;
-        camera->getFrameBufferLengthMin = 2;
-        camera->getFrameBufferLengthMax = 200;
-        camera->getMinRegulatedCoolingTemp = -40;
-        camera->getMaxRegulatedCoolingTemp = 10;
-    }
-
-    // Sets a value over a slot that holds another, and tells the code; the slot must follow it.
-    uint32_t Try(Zerix_Settings *settings, uint32_t key, uint32_t value)
-    {
-        const uint32_t before = value ^ 0x40000000u;
-        Put32(settings, key, before);
-        const uint32_t code = Zerix_SetParam(settings, key, value);
-        EXPECT_EQ(Slot32(settings, key), code == 0 ? value : before) << key << ' ' << value;
-        return code;
-    }
-};
+class ParamSet : public ParamSetTest {};
 
 struct Checked {
     uint32_t key;
@@ -297,121 +256,6 @@ TEST_F(ParamSet, OfTheLockedGainSwitchesTheKeelModeWithIt)
     EXPECT_EQ(Slot32(&current, zprmLockedGainMode), 1u);
 }
 
-TEST_F(ParamSet, ShowsTheValueInTheLogBeforeItIsRefused)
-{
-    ShowSettings();
-    Zerix_SetParam(&current, zprmFan, 2);
-    EXPECT_EQ(Take(), (Lines{"Zerix_SetParam start (zprmFan)", "Fan Speed: 2 (Medium)",
-                             EndLine("Zerix_SetParam")}));
-    Zerix_SetParam(&current, zprmBinning, 3);
-    EXPECT_EQ(Take(), (Lines{"Zerix_SetParam start (zprmBinning)", "Symmetrical Binning: 3",
-                             EndingLine("Zerix_SetParam", kNotSupportedPhrase, 1)}));
-    Zerix_SetParam(Legacy(), zprmKeelEmMode, 1);
-    EXPECT_EQ(Take(), (Lines{"Zerix_SetParam start (zprmKeelEmMode)", "KeelEM Gain: 1",
-                             EndingLine("Zerix_SetParam", kNotSupportedPhrase, 1)}));
-    Zerix_SetParam(&current, zprmShutterState, 1); // not asked for
-    EXPECT_EQ(Take(), (Lines{"Zerix_SetParam start (zprmShutterState)",
-                             EndingLine("Zerix_SetParam", kNotSupportedPhrase, 1)}));
-    Zerix_SetParamS32(&current, 2, 11);
-    EXPECT_EQ(Take(), (Lines{"Zerix_SetParamS32 start (zprmS32RegulatedCoolingTemp)",
-                             "Regulated Cooling Temp: 11 C",
-                             EndingLine("Zerix_SetParamS32", kBadParameterPhrase, 2)}));
-    Zerix_SetParam64(&current, 1, 1'234'567);
-    EXPECT_EQ(Take(),
-              (Lines{"Zerix_SetParam64 start (zprm64ExposureRed)",
-                     "Red Exposure (64-bit): 1234567 ns (1.2 ms)", EndLine("Zerix_SetParam64")}));
-    EXPECT_EQ(diag::ZLogDepth(), 0);
-}
-
-TEST_F(ParamSet, NestsItsChecksInTheLog)
-{
-    ShowNestedCalls();
-    Zerix_SetParam(&current, zprmFan, 5);
-    const auto supported = [](const std::string &key) {
-        return Lines{"Zerix_IsParamSupported start (" + key + ")",
-                     "Zerix_IsParamSupported end (error code 0)\n"};
-    };
-    Lines expected = {"Zerix_SetParam start (zprmFan)"};
-    const auto append = [&](const Lines &lines) {
-        expected.insert(expected.end(), lines.begin(), lines.end());
-    };
-    append(supported("zprmFan"));
-    append({"Fan Speed: 5 (Unknown)", "Zerix_IsSparseTable start (zprmFan)"});
-    append(supported("zprmFan"));
-    append(
-        {"Zerix_IsSparseTable end (error code 0)\n", "Zerix_GetParamSparseTable start (zprmFan)"});
-    append(supported("zprmFan"));
-    append({"Zerix_GetParamSparseTable end (error code 0)\n",
-            EndingLine("Zerix_SetParam", kBadParameterPhrase, 2)});
-    EXPECT_EQ(Take(), expected);
-
-    Zerix_SetParam(&current, zprmGain, 9);
-    expected = {"Zerix_SetParam start (zprmGain)"};
-    append(supported("zprmGain"));
-    append({"Gain: 9", "Zerix_SetParamS32 start (zprmS32NormalizedGaindB)",
-            "Zerix_IsParamS32Supported start (zprmS32NormalizedGaindB)",
-            "Zerix_IsParamS32Supported end (error code 0)\n", "Normalized Gain dB: 0",
-            "Zerix_SetParamS32 end (error code 0)\n", EndLine("Zerix_SetParam")});
-    EXPECT_EQ(Take(), expected);
-    EXPECT_EQ(diag::ZLogDepth(), 0);
-}
-
-// The class is asked for, then the maximum, then the minimum, each of which asks for the class
-// again.
-TEST_F(ParamSet, NestsTheCheckOfARangeInTheLog)
-{
-    ShowNestedCalls();
-    const auto nested = [](const std::string &name, const Lines &inside, bool isYes) {
-        Lines lines = {name + " start (zprmEMGain)"};
-        lines.insert(lines.end(), inside.begin(), inside.end());
-        lines.push_back(isYes ? name + " end (error code 0)\n"
-                              : name + " ending because " + kNotSupportedPhrase + " (error 1)");
-        return lines;
-    };
-    const auto joined = [](std::initializer_list<Lines> parts) {
-        Lines lines;
-        for (const Lines &part : parts)
-            lines.insert(lines.end(), part.begin(), part.end());
-        return lines;
-    };
-    const Lines supported = nested("Zerix_IsParamSupported", {}, true);
-    const Lines isNoList = nested("Zerix_IsSparseTable", supported, false);
-    const Lines isRange = nested("Zerix_IsRangeTable", supported, true);
-    const auto limit = [&](const std::string &name, const std::string &value) {
-        return nested(name, joined({supported, isNoList, {"EM Gain: " + value}}), true);
-    };
-    for (const auto &[value, end] :
-         {std::pair{2048u, EndLine("Zerix_SetParam")},
-          {2049u, EndingLine("Zerix_SetParam", kBadParameterPhrase, 2)}}) {
-        Zerix_SetParam(&current, zprmEMGain, value);
-        EXPECT_EQ(Take(), joined({{"Zerix_SetParam start (zprmEMGain)"},
-                                  supported,
-                                  {"EM Gain: " + std::to_string(value)},
-                                  isNoList,
-                                  isRange,
-                                  limit("Zerix_GetParamMax", "2048"),
-                                  limit("Zerix_GetParamMin", "3"),
-                                  {end}}));
-    }
-}
-
-TEST_F(ParamSet, LooksAtTheKeyBeforeItAsksForSupport)
-{
-    ShowNestedCalls();
-    Zerix_SetParam(&current, 53, 1);
-    EXPECT_EQ(Take(),
-              (Lines{"Zerix_SetParam start (InternalParam32KeyAsString() - Unknown parameter)",
-                     EndingLine("Zerix_SetParam", kNotSupportedPhrase, 1)}));
-    Zerix_SetParamS32(&current, 3, 1);
-    EXPECT_EQ(Take(),
-              (Lines{"Zerix_SetParamS32 start (InternalParamS32KeyAsString() - Unknown parameter)",
-                     EndingLine("Zerix_SetParamS32", kNotSupportedPhrase, 1)}));
-    Zerix_SetParam64(&current, 4, 1);
-    EXPECT_EQ(Take(),
-              (Lines{"Zerix_SetParam64 start (InternalParam64KeyAsString() - Unknown parameter)",
-                     EndingLine("Zerix_SetParam64", kNotSupportedPhrase, 1)}));
-}
-
 // Lists are compared as far as there is room for 30 entries; the camera's own lists of binnings and
 // triggers are compared whole.
 TEST_F(ParamSet, ComparesThirtyEntriesOfAList)
@@ -425,26 +269,6 @@ TEST_F(ParamSet, ComparesThirtyEntriesOfAList)
         EXPECT_EQ(Try(&current, zprmTriggerType, 130), 0u);
         EXPECT_EQ(Try(&current, zprmTriggerType, 131), 2u);
     });
-}
-
-// The checks tell a failure of what they ask under their own names, beside the call's own lines.
-TEST_F(ParamSet, ChecksTellWhyTheyFailed)
-{
-    EXPECT_EQ(CheckSparseTableEntry(&current, zprmFan, 4), 0u);
-    EXPECT_EQ(CheckSparseTableEntry(&current, zprmFan, 5), 2u);
-    EXPECT_EQ(CheckRangeTableEntry(&current, zprmEMGain, 2048), 0u);
-    EXPECT_EQ(CheckRangeTableEntry(&current, zprmEMGain, 2049), 2u);
-    EXPECT_EQ(CheckRangeTableEntry(&current, zprmEMGain, 2), 2u);
-    Take();
-    EXPECT_EQ(CheckSparseTableEntry(&current, zprmGain, 1), 1u);
-    EXPECT_EQ(Take(), (Lines{"Zerix_GetParamSparseTable start (zprmGain)",
-                             EndingLine("Zerix_GetParamSparseTable", kNotSupportedPhrase, 1),
-                             EndingLine("CheckSparseTableEntry", kNotSupportedPhrase, 1)}));
-    EXPECT_EQ(CheckRangeTableEntry(&current, zprmDoPostProcessing, 1), 1u);
-    EXPECT_EQ(Take(), (Lines{"Zerix_GetParamMax start (zprmDoPostProcessing)",
-                             EndingLine("Zerix_GetParamMax", kNotSupportedPhrase, 1),
-                             EndingLine("CheckRangeTableEntry", kNotSupportedPhrase, 1)}));
-    EXPECT_EQ(diag::ZLogDepth(), 0);
 }
 
 } // namespace
