@@ -1,69 +1,17 @@
 // Shift, add and pack in steps of 32 bytes a plane.
-#include <cstddef>
-#include <cstdint>
-#include <immintrin.h>
+#include "image/kernels/registers_avx2.h"
 
-#include "image/kernels/kernels.h"
-
-#define ZERIX_AVX2 __attribute__((target("avx2")))
+#include "image/kernels/pixels_steps.h"
 
 namespace zerix {
 
 namespace {
 
-constexpr size_t kStep = 32;
-
-ZERIX_AVX2 inline __m256i Load(const uint8_t *bytes)
-{
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes));
-}
-
-ZERIX_AVX2 inline void Store(uint8_t *bytes, __m256i value)
-{
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(bytes), value);
-}
-
-// Words are shifted; what comes in from the neighbouring byte is masked away.
-ZERIX_AVX2 void ShiftRight8(uint8_t *pixels, size_t count, uint32_t bits)
-{
-    const __m128i shift = _mm_cvtsi32_si128(static_cast<int>(bits));
-    const __m256i mask = _mm256_set1_epi8(static_cast<char>(0xFF >> bits));
-    size_t done = 0;
-    for (; count - done >= kStep; done += kStep)
-        Store(pixels + done, _mm256_and_si256(_mm256_srl_epi16(Load(pixels + done), shift), mask));
-    kScalarKernels.bytes.shiftRight(pixels + done, count - done, bits);
-}
-
-ZERIX_AVX2 void ShiftRight16(uint8_t *pixels, size_t count, uint32_t bits)
-{
-    const __m128i shift = _mm_cvtsi32_si128(static_cast<int>(bits));
-    size_t done = 0;
-    for (; count * 2 - done >= kStep; done += kStep)
-        Store(pixels + done, _mm256_srl_epi16(Load(pixels + done), shift));
-    kScalarKernels.words.shiftRight(pixels + done, count - done / 2, bits);
-}
-
-ZERIX_AVX2 void Add8(const uint8_t *source, uint8_t *target, size_t count)
-{
-    size_t done = 0;
-    for (; count - done >= kStep; done += kStep)
-        Store(target + done, _mm256_adds_epu8(Load(source + done), Load(target + done)));
-    kScalarKernels.bytes.add(source + done, target + done, count - done);
-}
-
-ZERIX_AVX2 void Add16(const uint8_t *source, uint8_t *target, size_t count)
-{
-    size_t done = 0;
-    for (; count * 2 - done >= kStep; done += kStep)
-        Store(target + done, _mm256_adds_epu16(Load(source + done), Load(target + done)));
-    kScalarKernels.words.add(source + done, target + done, count - done / 2);
-}
-
 // Each 16 bytes of a plane go to 48: the order puts every byte where it stands in one of the three
 // thirds, so that the thirds are blends of the same three registers. The third that a place belongs
 // to turns with the plane.
-ZERIX_AVX2 inline __m256i Third(__m256i isSecond, __m256i isThird, __m256i first, __m256i second,
-                                __m256i third)
+ZERIX_WIDE inline Register Third(Register isSecond, Register isThird, Register first,
+                                 Register second, Register third)
 {
     return _mm256_blendv_epi8(_mm256_blendv_epi8(first, second, isSecond), third, isThird);
 }
@@ -82,15 +30,15 @@ bool FindStreamed(const uint8_t *out, size_t pixelBytes, size_t count, size_t &f
 
 // The registers hold lanes 0 and 3, 1 and 4, 2 and 5 of 96 bytes.
 template <bool kIsStreamed>
-ZERIX_AVX2 inline void StoreThirds(uint8_t *out, __m256i first, __m256i second, __m256i third)
+ZERIX_WIDE inline void StoreThirds(uint8_t *out, Register first, Register second, Register third)
 {
-    const __m256i parts[] = {_mm256_permute2x128_si256(first, second, 0x20),
-                             _mm256_permute2x128_si256(third, first, 0x30),
-                             _mm256_permute2x128_si256(second, third, 0x31)};
+    const Register parts[] = {_mm256_permute2x128_si256(first, second, 0x20),
+                              _mm256_permute2x128_si256(third, first, 0x30),
+                              _mm256_permute2x128_si256(second, third, 0x31)};
     for (size_t part = 0; part < 3; ++part) {
         uint8_t *const to = out + part * kStep;
         if constexpr (kIsStreamed)
-            _mm256_stream_si256(reinterpret_cast<__m256i *>(to), parts[part]);
+            _mm256_stream_si256(reinterpret_cast<Register *>(to), parts[part]);
         else
             Store(to, parts[part]);
     }
@@ -98,25 +46,25 @@ ZERIX_AVX2 inline void StoreThirds(uint8_t *out, __m256i first, __m256i second, 
 
 // From pixel `done` on, in whole steps; where they end.
 template <bool kIsStreamed>
-ZERIX_AVX2 size_t Pack3Steps8(const uint8_t *const *planes, uint8_t *out, size_t done, size_t count)
+ZERIX_WIDE size_t Pack3Steps8(const uint8_t *const *planes, uint8_t *out, size_t done, size_t count)
 {
-    const __m256i order0 = _mm256_broadcastsi128_si256(
+    const Register order0 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10, 5));
-    const __m256i order1 = _mm256_broadcastsi128_si256(
+    const Register order1 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(5, 0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10));
-    const __m256i order2 = _mm256_broadcastsi128_si256(
+    const Register order2 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(10, 5, 0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15));
     // Places 0, 3, 6 ...; 1, 4, 7 ...; 2, 5, 8 ... of 16.
-    const __m256i places0 = _mm256_broadcastsi128_si256(
+    const Register places0 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(-1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1));
-    const __m256i places1 = _mm256_broadcastsi128_si256(
+    const Register places1 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0));
-    const __m256i places2 = _mm256_broadcastsi128_si256(
+    const Register places2 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0));
     for (; count - done >= kStep; done += kStep) {
-        const __m256i a = _mm256_shuffle_epi8(Load(planes[0] + done), order0);
-        const __m256i b = _mm256_shuffle_epi8(Load(planes[1] + done), order1);
-        const __m256i c = _mm256_shuffle_epi8(Load(planes[2] + done), order2);
+        const Register a = _mm256_shuffle_epi8(Load(planes[0] + done), order0);
+        const Register b = _mm256_shuffle_epi8(Load(planes[1] + done), order1);
+        const Register c = _mm256_shuffle_epi8(Load(planes[2] + done), order2);
         StoreThirds<kIsStreamed>(out + done * 3, Third(places1, places2, a, b, c),
                                  Third(places0, places1, a, b, c),
                                  Third(places2, places0, a, b, c));
@@ -125,21 +73,21 @@ ZERIX_AVX2 size_t Pack3Steps8(const uint8_t *const *planes, uint8_t *out, size_t
 }
 
 template <bool kIsStreamed>
-ZERIX_AVX2 size_t Pack3Steps16(const uint8_t *const *planes, uint8_t *out, size_t first,
+ZERIX_WIDE size_t Pack3Steps16(const uint8_t *const *planes, uint8_t *out, size_t first,
                                size_t count)
 {
-    const __m256i order0 = _mm256_broadcastsi128_si256(
+    const Register order0 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15, 4, 5, 10, 11));
-    const __m256i order1 = _mm256_broadcastsi128_si256(
+    const Register order1 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(10, 11, 0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15, 4, 5));
-    const __m256i order2 = _mm256_broadcastsi128_si256(
+    const Register order2 = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(4, 5, 10, 11, 0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15));
     const size_t bytes = count * 2;
     size_t done = first * 2;
     for (; bytes - done >= kStep; done += kStep) {
-        const __m256i a = _mm256_shuffle_epi8(Load(planes[0] + done), order0);
-        const __m256i b = _mm256_shuffle_epi8(Load(planes[1] + done), order1);
-        const __m256i c = _mm256_shuffle_epi8(Load(planes[2] + done), order2);
+        const Register a = _mm256_shuffle_epi8(Load(planes[0] + done), order0);
+        const Register b = _mm256_shuffle_epi8(Load(planes[1] + done), order1);
+        const Register c = _mm256_shuffle_epi8(Load(planes[2] + done), order2);
         StoreThirds<kIsStreamed>(out + done * 3,
                                  _mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x92), c, 0x24),
                                  _mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x24), c, 0x49),
@@ -150,7 +98,7 @@ ZERIX_AVX2 size_t Pack3Steps16(const uint8_t *const *planes, uint8_t *out, size_
 
 // Single pixels up to the first streamed one, and behind the last whole step.
 template <size_t kSampleBytes, typename Steps, typename Plain>
-ZERIX_AVX2 inline void Pack3(const uint8_t *const *planes, uint8_t *out, size_t count, Steps steps,
+ZERIX_WIDE inline void Pack3(const uint8_t *const *planes, uint8_t *out, size_t count, Steps steps,
                              Steps streamedSteps, Plain plain)
 {
     size_t first = 0;
@@ -165,34 +113,34 @@ ZERIX_AVX2 inline void Pack3(const uint8_t *const *planes, uint8_t *out, size_t 
     plain(rest, out + at * 3, count - done);
 }
 
-ZERIX_AVX2 void Pack3To8(const uint8_t *const *planes, uint8_t *out, size_t count)
+ZERIX_WIDE void Pack3To8(const uint8_t *const *planes, uint8_t *out, size_t count)
 {
     Pack3<1>(planes, out, count, Pack3Steps8<false>, Pack3Steps8<true>, kScalarKernels.bytes.pack3);
 }
 
-ZERIX_AVX2 void Pack3To16(const uint8_t *const *planes, uint8_t *out, size_t count)
+ZERIX_WIDE void Pack3To16(const uint8_t *const *planes, uint8_t *out, size_t count)
 {
     Pack3<2>(planes, out, count, Pack3Steps16<false>, Pack3Steps16<true>,
              kScalarKernels.words.pack3);
 }
 
-ZERIX_AVX2 void Pack4To8(const uint8_t *const *planes, uint8_t *out, size_t count)
+ZERIX_WIDE void Pack4To8(const uint8_t *const *planes, uint8_t *out, size_t count)
 {
     size_t done = 0;
     for (; count - done >= kStep; done += kStep) {
-        const __m256i a = Load(planes[0] + done);
-        const __m256i b = Load(planes[1] + done);
-        const __m256i c = Load(planes[2] + done);
-        const __m256i d = Load(planes[3] + done);
-        const __m256i abLow = _mm256_unpacklo_epi8(a, b);
-        const __m256i abHigh = _mm256_unpackhi_epi8(a, b);
-        const __m256i cdLow = _mm256_unpacklo_epi8(c, d);
-        const __m256i cdHigh = _mm256_unpackhi_epi8(c, d);
+        const Register a = Load(planes[0] + done);
+        const Register b = Load(planes[1] + done);
+        const Register c = Load(planes[2] + done);
+        const Register d = Load(planes[3] + done);
+        const Register abLow = _mm256_unpacklo_epi8(a, b);
+        const Register abHigh = _mm256_unpackhi_epi8(a, b);
+        const Register cdLow = _mm256_unpacklo_epi8(c, d);
+        const Register cdHigh = _mm256_unpackhi_epi8(c, d);
         // Pixels 0 to 3 and 16 to 19, 4 to 7 and 20 to 23, and so on.
-        const __m256i first = _mm256_unpacklo_epi16(abLow, cdLow);
-        const __m256i second = _mm256_unpackhi_epi16(abLow, cdLow);
-        const __m256i third = _mm256_unpacklo_epi16(abHigh, cdHigh);
-        const __m256i fourth = _mm256_unpackhi_epi16(abHigh, cdHigh);
+        const Register first = _mm256_unpacklo_epi16(abLow, cdLow);
+        const Register second = _mm256_unpackhi_epi16(abLow, cdLow);
+        const Register third = _mm256_unpacklo_epi16(abHigh, cdHigh);
+        const Register fourth = _mm256_unpackhi_epi16(abHigh, cdHigh);
         uint8_t *to = out + done * 4;
         Store(to, _mm256_permute2x128_si256(first, second, 0x20));
         Store(to + kStep, _mm256_permute2x128_si256(third, fourth, 0x20));
