@@ -28,10 +28,22 @@ TEST(ZSemaphore, ThatCannotBeMadeTellsSoAndHoldsNobody)
         ZSemaphore semaphore;
         EXPECT_EQ(capture.Text(), "ZSemaphore::ZSemaphore() call to HAL_SemaphoreCreate failed\n");
         semaphore.Wait();
-        semaphore.Signal(); // always succeeds, as does the end
+        EXPECT_TRUE(semaphore.WaitFor(10'000)); // at once, and not again and again
+        semaphore.Signal();                     // always succeeds, as does the end
     }
     EXPECT_EQ(capture.Text(), "ZSemaphore::ZSemaphore() call to HAL_SemaphoreCreate failed\n"
+                              "ZSemaphore::ZSemaphore() call to HAL_SemaphoreWait failed\n"
                               "ZSemaphore::ZSemaphore() call to HAL_SemaphoreWait failed\n");
+}
+
+TEST(ZSemaphore, IsWaitedForAsLongAsTold)
+{
+    ZSemaphore semaphore;
+    EXPECT_TRUE(semaphore.WaitFor(0));
+    EXPECT_FALSE(semaphore.WaitFor(0));
+    EXPECT_FALSE(semaphore.WaitFor(1));
+    semaphore.Signal();
+    EXPECT_TRUE(semaphore.WaitFor(10'000));
 }
 
 TEST(ZSemaphore, HoldsAThreadUntilItIsSignalled)
