@@ -3,12 +3,12 @@
 #include "sim/rack.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <system_error>
 
+#include "platform/file_path.h"
 #include "platform/os.h"
 #include "sim/built_in_racks.h"
 #include "sim/rack_file.h"
@@ -34,10 +34,10 @@ bool IsFile(const std::filesystem::path &path)
 std::vector<std::filesystem::path> RackFolders()
 {
     std::vector<std::filesystem::path> folders;
-    if (const char *own = std::getenv(kFolderVariable); own != nullptr && *own != '\0')
-        folders.emplace_back(own);
+    if (const auto own = os::EnvironmentVariable(kFolderVariable); own && !own->empty())
+        folders.push_back(os::FilePath(*own));
     const std::filesystem::path module =
-        os::FolderOfModuleWith(reinterpret_cast<const void *>(&IsFile));
+        os::FilePath(os::FolderOfModuleWith(reinterpret_cast<const void *>(&IsFile)));
     if (!module.empty()) {
         for (const char *folder : kFoldersFromModule)
             folders.push_back((module / folder).lexically_normal());
@@ -55,7 +55,7 @@ std::vector<RackDescription> InstalledRacks()
         for (std::filesystem::directory_iterator entry(folder, failed), end;
              !failed && entry != end; entry.increment(failed)) {
             if (entry->path().extension() == ".toml" && IsFile(entry->path()))
-                racks.push_back({entry->path().stem().string(), entry->path().string()});
+                racks.push_back({os::PathText(entry->path().stem()), os::PathText(entry->path())});
         }
     }
     std::stable_sort(racks.begin(), racks.end(),
@@ -68,7 +68,7 @@ std::filesystem::path FindInstalledRack(const std::string &name)
     if (name.find_first_of("/\\") != std::string::npos)
         return {};
     for (const auto &folder : RackFolders()) {
-        auto path = folder / (name + ".toml");
+        auto path = folder / os::FilePath(name + ".toml");
         if (IsFile(path))
             return path;
     }
@@ -80,10 +80,10 @@ bool LoadRackFile(const std::filesystem::path &path, Rack *rack, std::string *er
     std::ifstream file(path, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     if (!file.is_open() || file.bad()) {
-        *error = path.string() + ": the file can't be read.";
+        *error = os::PathText(path) + ": the file can't be read.";
         return false;
     }
-    return ParseRack(text, path.string(), rack, error);
+    return ParseRack(text, os::PathText(path), rack, error);
 }
 
 std::string KnownNames()
@@ -112,8 +112,8 @@ bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error)
     }
     if (const auto installed = FindInstalledRack(nameOrPath); !installed.empty())
         return LoadRackFile(installed, rack, error);
-    if (IsFile(nameOrPath))
-        return LoadRackFile(nameOrPath, rack, error);
+    if (const auto path = os::FilePath(nameOrPath); IsFile(path))
+        return LoadRackFile(path, rack, error);
     *error = nameOrPath + ": no such rack; expected the path of a rack file, or one of " +
              KnownNames() + ".";
     return false;

@@ -80,6 +80,22 @@ TEST_F(Plugin, ThatIsMissingChangesNothing)
     EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
 }
 
+TEST_F(Plugin, WithoutTheEntryPointChangesNothing)
+{
+    auto library = os::DynamicLibrary::Load(test::PluginWithoutEntryPath());
+    ASSERT_NE(library, nullptr) << test::PluginWithoutEntryPath();
+    const ZerixHandle handle = LoadAndOpen(0);
+    library.reset();
+    EXPECT_TRUE(IsPluginLoaded()); // the driver has it
+    WatchCameras();
+    EXPECT_EQ(Take(), (Lines{"Zerix_GetSerialString start",
+                             "Zerix_GetSerialString - Serial: ZV-C2-2019-0018",
+                             EndLine("Zerix_GetSerialString")}));
+    EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
+    Zerix_ReleaseDriver();
+    EXPECT_FALSE(IsPluginLoaded());
+}
+
 TEST_F(Plugin, HearsOfEachOpenCameraInTheListsOrder)
 {
     LoadWithPlugin();

@@ -244,6 +244,15 @@ TEST_F(TraceLog, TellsOnceOfAnUnusablePathAndThenDropsEverything)
     EXPECT_EQ(Take(), Lines{});
 }
 
+TEST_F(TraceLog, WritesToAFileOfAnyName)
+{
+    const std::string name = test::TemporaryFolder::OddName() + ".log";
+    OpenWithFile(folder.Path() + "/" + name);
+    ZLogClose();
+    EXPECT_EQ(folder.ReadText(name), kSeparator + '\0');
+    EXPECT_EQ(Take(), Lines{});
+}
+
 TEST_F(TraceLog, OpensNoFileWhileItIsOff)
 {
     const std::string path = folder.Path() + "/trace.log";

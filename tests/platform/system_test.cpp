@@ -1,11 +1,14 @@
 // What every implementation of clocks, errors, messages, libraries and the environment must do.
 #include <atomic>
+#include <cstdio>
 #include <filesystem>
 #include <gtest/gtest.h>
 
+#include "platform/file_path.h"
 #include "platform/os.h"
 #include "tests/support/debug_output_capture.h"
 #include "tests/support/environment_variable.h"
+#include "tests/support/temporary_folder.h"
 
 namespace zerix::os {
 namespace {
@@ -115,6 +118,20 @@ TEST(DynamicLibraries, TheProgramsFolderIsFound)
     const std::string folder = FolderOfModuleWith(&inThisProgram);
     EXPECT_TRUE(std::filesystem::is_directory(folder)) << folder;
     EXPECT_NE(folder.back(), '/');
+}
+
+TEST(FileNames, OfAnyLettersNameTheSameFileEverywhere)
+{
+    const test::TemporaryFolder folder;
+    const std::string name = folder.Path() + "/" + test::TemporaryFolder::OddName();
+    std::FILE *const file = std::fopen(name.c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    std::fclose(file);
+    EXPECT_TRUE(std::filesystem::is_regular_file(FilePath(name)));
+    EXPECT_EQ(PathText(FilePath(name)), name);
+    const std::filesystem::directory_iterator found(FilePath(folder.Path()));
+    EXPECT_EQ(PathText(found->path().filename()), test::TemporaryFolder::OddName());
+    EXPECT_EQ(PathText(FilePath("")), "");
 }
 
 TEST(Environment, VariablesComeAndGo)

@@ -1,6 +1,7 @@
 // Rack files: what they give, and every message for what is wrong in one, literally.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -13,7 +14,9 @@
 #include "sim/rack_file.h"
 #include "sim/register_map.h"
 #include "sim/sensor.h"
+#include "tests/support/environment_variable.h"
 #include "tests/support/places.h"
+#include "tests/support/temporary_folder.h"
 
 namespace zerix::sim {
 namespace {
@@ -445,6 +448,27 @@ TEST(RackFiles, TellTheirOwnNameAndLine)
     EXPECT_FALSE(LoadRack(path, &rack, &error));
     EXPECT_EQ(error, path + ":2: clock is 3; expected \"fast\" or \"real\".");
     std::filesystem::remove(path);
+}
+
+TEST(RackFiles, MayHaveAnyName)
+{
+    const test::TemporaryFolder folder;
+    const std::string name = test::TemporaryFolder::OddName();
+    const std::string path = folder.Write(name + ".toml", "[[camera]]\nmodel = 18\n");
+    Rack rack;
+    std::string error;
+    EXPECT_TRUE(LoadRack(path, &rack, &error)) << error;
+    EXPECT_EQ(rack.cameras.size(), 1u);
+
+    // Among the installed ones, too.
+    const test::EnvironmentVariable racks("ZERIX_RACKS", folder.Path());
+    EXPECT_TRUE(LoadRack(name, &rack, &error)) << error;
+    const auto known = KnownRacks();
+    EXPECT_TRUE(std::any_of(known.begin(), known.end(),
+                            [&](const RackDescription &each) { return each.name == name; }));
+    folder.Write(name + ".toml", "speed = 3\n");
+    EXPECT_FALSE(LoadRack(name, &rack, &error));
+    EXPECT_NE(error.find(name + ".toml:1: speed is 3"), std::string::npos) << error;
 }
 
 TEST(RackFiles, BeginWithTheBuiltInOnes)

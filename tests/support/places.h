@@ -11,5 +11,7 @@ std::string SourceFolder();
 std::string LibraryPath();
 std::string ToolPath();
 std::string PluginPath();
+// One of the same name, in another folder, that lacks what the monitor looks for.
+std::string PluginWithoutEntryPath();
 
 } // namespace zerix::test

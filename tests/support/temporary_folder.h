@@ -14,6 +14,8 @@ public:
 
     // Without a final slash.
     [[nodiscard]] const std::string &Path() const { return m_path; }
+    // A name with spaces and with letters outside ASCII, as this system writes them.
+    static std::string OddName();
     // Writes a file of the folder and gives its path.
     std::string Write(const std::string &name, const std::string &contents) const;
     // The contents of a file of the folder; empty if there is none.

@@ -1,0 +1,15 @@
+// File names as the interface has them, and as the standard library's paths: on Windows a text is
+// in the system's code page, elsewhere it is the name's bytes.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace zerix::os {
+
+std::filesystem::path FilePath(const std::string &text);
+
+// A name that the code page can't hold comes with its replacement letters, and names no file then.
+std::string PathText(const std::filesystem::path &path);
+
+} // namespace zerix::os
