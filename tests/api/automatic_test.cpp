@@ -3,6 +3,7 @@
 #include <cstring>
 #include <memory>
 
+#include "api/unit_conversion.h"
 #include "image/z_benchmate_ratio_correction.h"
 #include "image/z_ex_image.h"
 #include "image/z_image_pipeline.h"
@@ -246,6 +247,33 @@ TEST_F(Automatic, BalanceDoesNotTellOfAFailedSend)
     camera->statusOf["SetExposure"] = 9;
     EXPECT_EQ(Balance(), 0u);
     EXPECT_EQ(std::count(camera->calls.begin(), camera->calls.end(), "SetExposure 123456000"), 1);
+}
+
+TEST_F(Automatic, LegacyRecordsHoldTheResultsToo)
+{
+    camera->getOneImageStatus = 21;
+    EXPECT_EQ(Zerix_AutoExpose(Legacy(), 0, 0, 100, 100), 0u);
+    uint64_t exposure = 0;
+    EXPECT_EQ(Zerix_GetParam64(Legacy(), zprm64Exposure, &exposure), 0u);
+    EXPECT_EQ(exposure, 123'456'000u);
+    EXPECT_EQ(Zerix_GetParam64(Legacy(), zprm64ExposureBlue, &exposure), 0u);
+    EXPECT_EQ(exposure, 30'000u);
+    camera->getOneImageStatus = 0;
+    tables::SetSlot32(Legacy(), zprmPostProcessImageFormat, zfmtRgb24);
+    GiveImage(80, 120, 160);
+    EXPECT_EQ(Zerix_WhiteBalance(Legacy(), 0, 0, 100, 100), 0u);
+    uint32_t gain = 0;
+    EXPECT_EQ(Zerix_GetParam(Legacy(), zprmPostProcessGainRed, &gain), 0u);
+    EXPECT_EQ(gain, 1500u);
+}
+
+// A factor is cut to thousandths; a channel without light has the largest.
+TEST_F(Automatic, FactorsAsKeys)
+{
+    EXPECT_EQ(GainKeyOf(1.16f), 1160u);
+    EXPECT_EQ(GainKeyOf(1.5429f), 1542u);
+    EXPECT_EQ(GainKeyOf(0.0f), 0u);
+    EXPECT_EQ(GainKeyOf(65535.0f), 65'535'000u);
 }
 
 TEST_F(Automatic, BalanceTellsOfAFailedMeasurement)
