@@ -65,11 +65,8 @@ std::string ConfigurationPlaces() { return {}; }
 std::unique_ptr<Configuration> OpenConfigurationQuietly()
 {
     HKEY key = nullptr;
-    const LSTATUS error = RegOpenKeyExA(HKEY_LOCAL_MACHINE, kKey, 0, KEY_QUERY_VALUE, &key);
-    if (error != ERROR_SUCCESS) {
-        SetLastError(static_cast<uint32_t>(error));
+    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, kKey, 0, KEY_QUERY_VALUE, &key) != ERROR_SUCCESS)
         return nullptr;
-    }
     std::unique_ptr<Configuration> owner(new (std::nothrow) RegistryConfiguration(key));
     if (!owner)
         RegCloseKey(key);
