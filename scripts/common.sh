@@ -5,11 +5,14 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # What the everyday build needs.
 BUILD_PACKAGES=(g++ cmake ninja-build ccache pkg-config googletest libtomlplusplus-dev libstb-dev
-    libcli11-dev libfmt-dev libtiff-dev libcfitsio-dev libpng-dev nlohmann-json3-dev)
+    libcli11-dev libfmt-dev libtiff-dev libcfitsio-dev libpng-dev nlohmann-json3-dev python3)
 I386_PACKAGES=(g++-multilib)
+WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64)
 CHECK_PACKAGES=(clang-format clang-tidy python3)
 BENCH_PACKAGES=(libbenchmark-dev)
 PEER_PACKAGES=(libopencv-core-dev libopencv-imgproc-dev libdc1394-dev libswscale-dev)
+
+CONFIGURE_OPTIONS=()
 
 # Installs the Debian packages named that are missing; root, or sudo, is needed only then.
 need() {
@@ -32,11 +35,12 @@ export CCACHE_SLOPPINESS=pch_defines,time_macros
 # What one checkout compiled serves every other.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
-# Configures and builds one preset; the remaining arguments name targets.
+# Configures and builds one preset; the remaining arguments name targets. CONFIGURE_OPTIONS are further options
+# for the first.
 build() {
     local preset=$1
     shift
-    cmake --preset "$preset" >"/tmp/zerix-configure-$preset.log" 2>&1 ||
+    cmake --preset "$preset" "${CONFIGURE_OPTIONS[@]}" >"/tmp/zerix-configure-$preset.log" 2>&1 ||
         { cat "/tmp/zerix-configure-$preset.log"; return 1; }
     if [ $# -eq 0 ]; then cmake --build --preset "$preset"; else
         cmake --build --preset "$preset" --target "$@"; fi
