@@ -178,8 +178,10 @@ struct Cubic : Size {
             kScalarKernels.bytes.cubicRow(cells, 0, taps, three, 3);
         else
             kScalarKernels.words.cubicRow(cells, 0, taps, three, 3);
-        for (size_t i = first; i < first + 3; ++i)
-            (i % 2 == 0 ? halves.even : halves.odd)[i / 2] = three[i - first];
+        for (size_t i = first; i < first + 3; ++i) {
+            float *const half = i % 2 == 0 ? halves.even : halves.odd;
+            half[i / 2] = three[i - first];
+        }
     }
     struct Rows {
         static constexpr uint32_t kCount = 4;
