@@ -182,6 +182,20 @@ TEST_F(WindowsRequests, ThatPendMayFailInTheEnd)
     Expect(driver.Wait(device, &overlapped), Completion::kFailed, 31, 0);
 }
 
+// The block of a request that is over at once tells of that one, and not of the one before.
+TEST_F(WindowsRequests, ThatAreOverAtOnceLeaveTheirResultInTheBlock)
+{
+    system.Expect({.code = 0x22207A, .error = kErrorIoPending, .laterError = 31});
+    Send(kControlAsyncRead, &overlapped);
+    Expect(driver.Wait(device, &overlapped), Completion::kFailed, 31, 0);
+    system.Expect({.code = 0x22207A, .error = 0, .bytes = 4});
+    Send(kControlAsyncRead, &overlapped);
+    Expect(driver.Wait(device, &overlapped), Completion::kDone, 0, 4);
+    system.Expect({.code = 0x22207A, .error = 87});
+    Send(kControlAsyncRead, &overlapped);
+    Expect(driver.Wait(device, &overlapped), Completion::kFailed, 87, 0);
+}
+
 TEST_F(WindowsRequests, WithoutABlockAreWaitedForAtOnce)
 {
     system.Expect({.code = 0x22A0A0, .error = kErrorIoPending, .laterBytes = 20});
@@ -213,7 +227,7 @@ TEST_F(WindowsRequests, WithoutAnEventAreNotSent)
 {
     system.hasEvents = false;
     Expect(Send(kControlAsyncRead, &overlapped), Completion::kFailed, 8, 0);
-    Expect(driver.Wait(device, &overlapped), Completion::kDone, 0, 0); // nothing pends
+    Expect(driver.Wait(device, &overlapped), Completion::kFailed, 8, 0); // its last result
 }
 
 TEST_F(WindowsRequests, AreCancelledTogether)
