@@ -51,7 +51,8 @@ TEST(ExactMath, AgreesWithTheLibraryToTwelveDigits)
     EXPECT_NEAR(Power(0.4, 2.4), std::pow(0.4, 2.4), 1e-12);
     EXPECT_NEAR(FactorFromDecibels(20), 10, 1e-11);
     for (double turns = -2; turns < 2; turns += 0.013) {
-        EXPECT_NEAR(DirectionOf(turns).cosine, std::cos(2 * std::numbers::pi * turns), 1e-6) << turns;
+        EXPECT_NEAR(DirectionOf(turns).cosine, std::cos(2 * std::numbers::pi * turns), 1e-6)
+            << turns;
         EXPECT_NEAR(DirectionOf(turns).sine, std::sin(2 * std::numbers::pi * turns), 1e-6) << turns;
     }
 }

@@ -134,9 +134,9 @@ std::string OmeXml(const Picture &first, std::span<const FrameFacts> frames)
 std::string OmeXmlOfBegun(const Picture &first, size_t *countOffset)
 {
     std::string xml = HeadOf(first) + PixelsOf(first, 1) + "<TiffData/>\n</Pixels>\n" +
-                            "<AnnotationRef ID=\"Annotation:0\"/>\n</Image>\n" +
-                            "<StructuredAnnotations>\n" + AnnotationOf(first) +
-                            "</StructuredAnnotations>\n</OME>\n";
+                      "<AnnotationRef ID=\"Annotation:0\"/>\n</Image>\n" +
+                      "<StructuredAnnotations>\n" + AnnotationOf(first) +
+                      "</StructuredAnnotations>\n</OME>\n";
     constexpr std::string_view kField = "SizeT=\"";
     *countOffset = xml.find(kField) + kField.size();
     return xml;
