@@ -69,7 +69,10 @@ PendingRequests::~PendingRequests()
     AwaitAll();
     m_system.CloseHandle(m_device);
     if (!AwaitAll()) {
-        static_cast<void>(new (std::nothrow) std::list<Request>(std::move(m_requests)));
+        static std::mutex mutex;
+        static auto &keptForEver = *new std::list<Request>;
+        const std::lock_guard lock(mutex);
+        keptForEver.splice(keptForEver.end(), m_requests);
         return;
     }
     for (const Request &request : m_requests)
