@@ -10,6 +10,7 @@
 
 #include <array>
 #include <atomic>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -42,6 +43,7 @@ struct ZerixQueueEntry {
     Kind kind = Kind::kFrame;
     bool isExposeClaimed = false; // one of the two handlers is about to tell the application
     bool isExposeCalled = false;
+    bool isExposeOver = false; // the callback has returned
 };
 
 inline constexpr std::size_t kQueueLength = 100;
@@ -57,7 +59,8 @@ struct ZerixContext {
     std::unique_ptr<ZX::ZSemaphore> callbackSemaphore;
     std::unique_ptr<ZX::ZSemaphore> queueSemaphore;
     std::atomic<bool> isAborted{false};
-    std::mutex queueMutex; // over the queue and its entries
+    std::mutex queueMutex;              // over the queue and its entries
+    std::condition_variable exposeOver; // an expose call has ended, or all are aborted
     std::array<std::shared_ptr<ZerixQueueEntry>, kQueueLength> queue; // oldest first
     std::atomic<uint32_t> queueCount{0};
     std::atomic<bool> isSending{false};             // stays set after a send that failed

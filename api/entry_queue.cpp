@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <utility>
 
 namespace zerix::api {
@@ -85,6 +86,29 @@ void MarkExposeCalled(ZerixContext &context, ZerixQueueEntry &entry)
 {
     const std::lock_guard lock(context.queueMutex);
     entry.isExposeCalled = true;
+}
+
+void EndExposeCall(ZerixContext &context, ZerixQueueEntry &entry)
+{
+    const std::lock_guard lock(context.queueMutex);
+    entry.isExposeOver = true;
+    context.exposeOver.notify_all();
+}
+
+void AwaitExposeCall(ZerixContext &context, const ZerixQueueEntry &entry)
+{
+    constexpr std::chrono::seconds kLongest{1};
+    std::unique_lock lock(context.queueMutex);
+    context.exposeOver.wait_for(lock, kLongest, [&] {
+        return !entry.isExposeClaimed || entry.isExposeOver || context.isAborted.load();
+    });
+}
+
+void AbortExposeCalls(ZerixContext &context)
+{
+    const std::lock_guard lock(context.queueMutex);
+    context.isAborted.store(true);
+    context.exposeOver.notify_all();
 }
 
 bool IsExposeCalled(ZerixContext &context, const ZerixQueueEntry &entry)

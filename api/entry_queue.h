@@ -35,6 +35,14 @@ bool TakeOldest(ZerixContext &context, const QueueEntryPointer &entry);
 // False for the other, and where it has been told.
 bool BeginExposeCall(ZerixContext &context, ZerixQueueEntry &entry);
 void MarkExposeCalled(ZerixContext &context, ZerixQueueEntry &entry);
+// The callback of the one that began has returned.
+void EndExposeCall(ZerixContext &context, ZerixQueueEntry &entry);
+// Waits until the other handler's call has returned: a frame is told after its exposure. Not longer
+// than an abort lets it, nor than a second, since that callback may itself wait for what the
+// stream's thread is to do.
+void AwaitExposeCall(ZerixContext &context, const ZerixQueueEntry &entry);
+// Raises the abort flag; who waits for a call waits no longer.
+void AbortExposeCalls(ZerixContext &context);
 [[nodiscard]] bool IsExposeCalled(ZerixContext &context, const ZerixQueueEntry &entry);
 
 // Frees every entry.

@@ -131,7 +131,7 @@ void AbortQueue(ZX::ZCamera &camera, ZerixContext &context)
 {
     {
         const SemaphoreHold queue(Taken(*context.queueSemaphore, camera), std::adopt_lock);
-        context.isAborted.store(true);
+        AbortExposeCalls(context);
     }
     EmptyQueue(context);
     camera.Abort();

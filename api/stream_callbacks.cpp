@@ -51,8 +51,12 @@ void CallBack(const ZerixQueueEntry &entry, uint32_t error, uint32_t flags)
 // exposure.
 void CatchUpOnExposeDone(ExportedCall &call, ZerixContext &context, ZerixQueueEntry &entry)
 {
-    if (!Wants(entry, ZERIX_FLAG_EXPOSE_DONE) || !BeginExposeCall(context, entry))
+    if (!Wants(entry, ZERIX_FLAG_EXPOSE_DONE))
         return;
+    if (!BeginExposeCall(context, entry)) {
+        AwaitExposeCall(context, entry);
+        return;
+    }
     call.Message("Received a frame but the expose done callback wasn't called.  Calling it now "
                  "before returning the frame.");
     if (context.isAborted.load())
@@ -62,6 +66,7 @@ void CatchUpOnExposeDone(ExportedCall &call, ZerixContext &context, ZerixQueueEn
     else
         CallBack(entry, ZERIX_SUCCESS, ZERIX_FLAG_EXPOSE_DONE);
     MarkExposeCalled(context, entry);
+    EndExposeCall(context, entry);
 }
 
 void FillQueuedFrame(ZX::ZCamera &camera, ZerixContext &context, Zerix_Frame &frame,
@@ -145,7 +150,10 @@ void TellExposeDone(ExportedCall &call, ZerixContext &context, ZerixQueueEntry &
         return;
     }
     MarkExposeCalled(context, entry);
-    const auto tell = [&] { CallBack(entry, ZERIX_SUCCESS, ZERIX_FLAG_EXPOSE_DONE); };
+    const auto tell = [&] {
+        CallBack(entry, ZERIX_SUCCESS, ZERIX_FLAG_EXPOSE_DONE);
+        EndExposeCall(context, entry);
+    };
     if (queue != nullptr)
         queue->Without(tell);
     else

@@ -30,10 +30,13 @@ TEST_F(VirtualQueue, FillsItsFramesInTheirOrder)
     ASSERT_EQ(Zerix_SetStreaming(handle, 0), 0u);
     std::vector<uint32_t> exposed;
     std::vector<uint32_t> done;
-    // Exposures and frames are told by threads of their own, each in its order.
     for (const Told &call : TakeTold()) {
         EXPECT_EQ(call.error, 0u);
         (call.flags == 2 ? exposed : done).push_back(call.userData);
+        // No frame is done before it was told to be exposed.
+        if (call.flags == 1) {
+            EXPECT_EQ(exposed.size() >= done.size(), true);
+        }
     }
     std::vector<uint32_t> all(20);
     std::iota(all.begin(), all.end(), 0u);
