@@ -10,6 +10,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -60,7 +61,9 @@ struct ZerixContext {
     std::unique_ptr<ZX::ZSemaphore> queueSemaphore;
     std::atomic<bool> isAborted{false};
     std::mutex queueMutex;              // over the queue and its entries
-    std::condition_variable exposeOver; // an expose call has ended, or all are aborted
+    std::condition_variable exposeOver; // an expose call has returned, or an abort has begun
+    std::chrono::milliseconds longestExposeWait{1000};
+    uint32_t abortsBegun = 0; // and not ended yet; under the queue mutex
     std::array<std::shared_ptr<ZerixQueueEntry>, kQueueLength> queue; // oldest first
     std::atomic<uint32_t> queueCount{0};
     std::atomic<bool> isSending{false};             // stays set after a send that failed

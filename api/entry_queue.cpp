@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <utility>
 
 namespace zerix::api {
@@ -97,18 +96,23 @@ void EndExposeCall(ZerixContext &context, ZerixQueueEntry &entry)
 
 void AwaitExposeCall(ZerixContext &context, const ZerixQueueEntry &entry)
 {
-    constexpr std::chrono::seconds kLongest{1};
     std::unique_lock lock(context.queueMutex);
-    context.exposeOver.wait_for(lock, kLongest, [&] {
-        return !entry.isExposeClaimed || entry.isExposeOver || context.isAborted.load();
+    context.exposeOver.wait_for(lock, context.longestExposeWait, [&] {
+        return !entry.isExposeClaimed || entry.isExposeOver || context.abortsBegun > 0;
     });
 }
 
-void AbortExposeCalls(ZerixContext &context)
+ExposeWaitsEnded::ExposeWaitsEnded(ZerixContext &context) : m_context(context)
 {
     const std::lock_guard lock(context.queueMutex);
-    context.isAborted.store(true);
+    ++context.abortsBegun;
     context.exposeOver.notify_all();
+}
+
+ExposeWaitsEnded::~ExposeWaitsEnded()
+{
+    const std::lock_guard lock(m_context.queueMutex);
+    --m_context.abortsBegun;
 }
 
 bool IsExposeCalled(ZerixContext &context, const ZerixQueueEntry &entry)

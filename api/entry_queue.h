@@ -37,12 +37,24 @@ bool BeginExposeCall(ZerixContext &context, ZerixQueueEntry &entry);
 void MarkExposeCalled(ZerixContext &context, ZerixQueueEntry &entry);
 // The callback of the one that began has returned.
 void EndExposeCall(ZerixContext &context, ZerixQueueEntry &entry);
-// Waits until the other handler's call has returned: a frame is told after its exposure. Not longer
-// than an abort lets it, nor than a second, since that callback may itself wait for what the
-// stream's thread is to do.
+// Waits until the other handler's call has returned: a frame is told after its exposure. Not past
+// the beginning of an abort, nor longer than a second, since that callback may itself wait for what
+// the stream's thread is to do.
 void AwaitExposeCall(ZerixContext &context, const ZerixQueueEntry &entry);
-// Raises the abort flag; who waits for a call waits no longer.
-void AbortExposeCalls(ZerixContext &context);
+
+// While it lives nobody waits for an expose call. An abort waits for the stream's thread, and may
+// come from within the very callback that this thread waits for.
+class ExposeWaitsEnded {
+public:
+    explicit ExposeWaitsEnded(ZerixContext &context);
+    ~ExposeWaitsEnded();
+    ExposeWaitsEnded(const ExposeWaitsEnded &) = delete;
+    ExposeWaitsEnded &operator=(const ExposeWaitsEnded &) = delete;
+
+private:
+    ZerixContext &m_context;
+};
+
 [[nodiscard]] bool IsExposeCalled(ZerixContext &context, const ZerixQueueEntry &entry);
 
 // Frees every entry.

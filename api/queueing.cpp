@@ -131,7 +131,7 @@ void AbortQueue(ZX::ZCamera &camera, ZerixContext &context)
 {
     {
         const SemaphoreHold queue(Taken(*context.queueSemaphore, camera), std::adopt_lock);
-        AbortExposeCalls(context);
+        context.isAborted.store(true);
     }
     EmptyQueue(context);
     camera.Abort();
@@ -182,6 +182,7 @@ try {
     const ContextUse use(*CameraOf(camera));
     if (use.Get() == nullptr)
         return call.End(ZERIX_ERROR_DRIVER_FAULT);
+    const ExposeWaitsEnded nobodyWaits(*use.Get());
     std::optional<SemaphoreHold> callbacks;
     if (!IsReceivingFor(*use.Get()))
         callbacks.emplace(Taken(*use.Get()->callbackSemaphore, *CameraOf(camera)), std::adopt_lock);

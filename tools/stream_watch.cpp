@@ -7,8 +7,10 @@
 
 namespace zerix::tool {
 
-StreamWatch::StreamWatch(const OpenCamera &camera, const FrameCredit &credit)
-    : m_camera(camera), m_credit(credit)
+StreamWatch::StreamWatch(const OpenCamera &camera, const FrameCredit &credit,
+                         uint32_t exposuresPerPicture)
+    : m_camera(camera), m_credit(credit), m_exposuresPerPicture(exposuresPerPicture),
+      m_numbers(exposuresPerPicture)
 {
     const size_t bytes = std::max(camera.Info(zinfImageSize).value_or(0),
                                   camera.Info(zinfPostProcessImageSize).value_or(0));
@@ -18,7 +20,7 @@ StreamWatch::StreamWatch(const OpenCamera &camera, const FrameCredit &credit)
         slot.buffer.resize(bytes);
         error = error == 0 ? Queue(slot) : error;
     }
-    m_credit.Grant();
+    m_credit.Grant(m_exposuresPerPicture);
     error = error == 0 ? Zerix_SetStreaming(m_camera.Handle(), 1) : error;
     if (error == 0)
         return;
@@ -63,7 +65,7 @@ void StreamWatch::Arrived(Slot &slot, uint32_t error)
     if (!isOver) {
         error = Queue(slot);
         isOver = error != ZERIX_SUCCESS;
-        m_credit.Grant();
+        m_credit.Grant(m_exposuresPerPicture);
     }
     if (isOver) {
         const std::lock_guard lock(m_mutex);

@@ -24,7 +24,7 @@ public:
     };
 
     // Begins to stream. Both must outlive it. Throws CommandError.
-    StreamWatch(const OpenCamera &camera, const FrameCredit &credit);
+    StreamWatch(const OpenCamera &camera, const FrameCredit &credit, uint32_t exposuresPerPicture);
     ~StreamWatch();
     StreamWatch(const StreamWatch &) = delete;
     StreamWatch &operator=(const StreamWatch &) = delete;
@@ -47,6 +47,7 @@ private:
 
     const OpenCamera &m_camera;
     const FrameCredit &m_credit;
+    uint32_t m_exposuresPerPicture;
     std::array<Slot, kFramesInFlight> m_slots;
     mutable std::mutex m_mutex; // of all below
     Counts m_counts;

@@ -14,6 +14,7 @@
 #include "tools/command_error.h"
 #include "tools/interrupts.h"
 #include "tools/stream_watch.h"
+#include "tools/taken_pictures.h"
 #include "tools/verbs.h"
 
 namespace zerix::tool {
@@ -114,7 +115,8 @@ void Monitor(const CommonOptions &options, const MonitorOptions &monitor)
     const FrameCredit credit(session.IsSimulated(), camera.Item().uniqueId);
     const bool isInPlace = os::StandardOutputIsTerminal() && !options.json;
     const Interrupts interrupts;
-    const StreamWatch watch(camera, credit);
+    const uint32_t exposuresPerPicture = ExposuresPerPicture(camera.ReadSettings());
+    const StreamWatch watch(camera, credit, exposuresPerPicture);
     const auto begin = Clock::now();
     const auto end =
         monitor.seconds > 0 ? begin + Seconds(monitor.seconds) : Clock::time_point::max();
@@ -128,7 +130,7 @@ void Monitor(const CommonOptions &options, const MonitorOptions &monitor)
         const auto counts = watch.Now();
         // A frame that was lost whole has used its exposure up.
         if (counts.frames == before.frames)
-            credit.Grant();
+            credit.Grant(exposuresPerPicture);
         cooler.isLocked = camera.Info(zinfRegulatedCoolingLock).value_or(0) == 1;
         const double rate = RateBetween(before, counts);
         options.json ? PrintJson(counts, rate, cooler) : PrintLine(counts, rate, cooler, isInPlace);

@@ -349,7 +349,8 @@ ZERIX_API uint32_t Zerix_QueueSettings(ZerixHandle camera, Zerix_Settings *setti
  * waits on another thread.
  *   ZERIX_ERROR_NOT_LOADED  state: loaded, camera open
  *   ZERIX_ERROR_BAD_HANDLE  camera is null or closed, or another process has it
- * Waits for a callback that is running on another thread. */
+ * Waits for a callback that is running on another thread, and ends a register access of that thread
+ * that has hung for half a second. */
 ZERIX_API uint32_t Zerix_Abort(ZerixHandle camera);
 
 /* Switches the stream of images to the queue on or off. Queued frames stay queued.

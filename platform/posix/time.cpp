@@ -1,29 +1,16 @@
 // Clocks and sleeping.
-#include <atomic>
 #include <cerrno>
 #include <ctime>
-#include <mutex>
 
 #include "platform/os.h"
 #include "platform/posix/cancellation.h"
+#include "platform/system_clock.h"
 
 namespace zerix::os {
 
 namespace {
 
 constexpr uint64_t kNanosecondsPerSecond = 1'000'000'000;
-
-struct TestClock {
-    std::mutex mutex;
-    std::atomic<bool> isSet{false};
-    std::function<WallTime()> clock; // under the mutex
-};
-
-TestClock &ClockForTest()
-{
-    static TestClock clock;
-    return clock;
-}
 
 // In short sleeps, so that no count is too long for the seconds of a 32-bit system.
 ZERIX_MAY_END_HERE void SleepNanoseconds(uint64_t nanoseconds)
@@ -56,36 +43,17 @@ uint64_t PerformanceCounter()
 
 uint64_t PerformanceFrequency() { return kNanosecondsPerSecond; }
 
-WallTime WallClock()
+WallTime SystemWallClock()
 {
-    TestClock &test = ClockForTest();
-    if (test.isSet) {
-        const std::lock_guard lock(test.mutex);
-        if (test.clock)
-            return test.clock();
-    }
     timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
     return {.seconds = now.tv_sec, .microseconds = static_cast<uint32_t>(now.tv_nsec / 1000)};
 }
 
-std::string TimeOfDayText(const WallTime &moment)
+bool LocalTime(int64_t seconds, std::tm *local)
 {
-    const auto seconds = static_cast<time_t>(moment.seconds);
-    std::tm local{};
-    if (localtime_r(&seconds, &local) == nullptr)
-        return "00:00:00";
-    char text[16];
-    const size_t length = std::strftime(text, sizeof text, "%H:%M:%S", &local);
-    return std::string(text, length);
-}
-
-void SetWallClockForTest(std::function<WallTime()> clock)
-{
-    TestClock &test = ClockForTest();
-    const std::lock_guard lock(test.mutex);
-    test.isSet = static_cast<bool>(clock);
-    test.clock = std::move(clock);
+    const auto systemSeconds = static_cast<time_t>(seconds);
+    return localtime_r(&systemSeconds, local) != nullptr;
 }
 
 } // namespace zerix::os

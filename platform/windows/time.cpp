@@ -1,11 +1,10 @@
 // Clocks and sleeping.
 #include <algorithm>
-#include <atomic>
 #include <ctime>
-#include <mutex>
 #include <windows.h>
 
 #include "platform/os.h"
+#include "platform/system_clock.h"
 #include "platform/windows/handle.h"
 
 namespace zerix::os {
@@ -15,18 +14,6 @@ namespace {
 constexpr uint64_t kUnitsPerSecond = 10'000'000; // of the system's time, 100 ns each
 constexpr uint64_t kUnitsPerMicrosecond = 10;
 constexpr uint64_t kUnitsTo1970 = 116'444'736'000'000'000; // since 1601
-
-struct TestClock {
-    std::mutex mutex;
-    std::atomic<bool> isSet{false};
-    std::function<WallTime()> clock; // under the mutex
-};
-
-TestClock &ClockForTest()
-{
-    static TestClock clock;
-    return clock;
-}
 
 // The finest timer that the system has: newer systems know one below the scheduler's tick.
 HANDLE MakeTimer()
@@ -84,14 +71,8 @@ uint64_t PerformanceFrequency()
     return static_cast<uint64_t>(frequency.QuadPart);
 }
 
-WallTime WallClock()
+WallTime SystemWallClock()
 {
-    TestClock &test = ClockForTest();
-    if (test.isSet) {
-        const std::lock_guard lock(test.mutex);
-        if (test.clock)
-            return test.clock();
-    }
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
     const uint64_t units =
@@ -100,23 +81,10 @@ WallTime WallClock()
             .microseconds = static_cast<uint32_t>(units % kUnitsPerSecond / kUnitsPerMicrosecond)};
 }
 
-std::string TimeOfDayText(const WallTime &moment)
+bool LocalTime(int64_t seconds, std::tm *local)
 {
-    const __time64_t seconds = moment.seconds;
-    std::tm local{};
-    if (_localtime64_s(&local, &seconds) != 0)
-        return "00:00:00";
-    char text[16];
-    const size_t length = std::strftime(text, sizeof text, "%H:%M:%S", &local);
-    return std::string(text, length);
-}
-
-void SetWallClockForTest(std::function<WallTime()> clock)
-{
-    TestClock &test = ClockForTest();
-    const std::lock_guard lock(test.mutex);
-    test.isSet = static_cast<bool>(clock);
-    test.clock = std::move(clock);
+    const __time64_t systemSeconds = seconds;
+    return _localtime64_s(local, &systemSeconds) == 0;
 }
 
 } // namespace zerix::os

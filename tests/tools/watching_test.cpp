@@ -85,6 +85,18 @@ TEST_F(ToolStreams, TheMonitorTellsLosses)
     EXPECT_EQ(lines[0]["lost"], 0);
 }
 
+// Three exposures, each with a number of the camera's, are one frame.
+TEST_F(ToolStreams, TheMonitorCountsTheFramesBehindATurningWheel)
+{
+    Write("wheel.toml", "[[camera]]\nmodel = 18\nsensor = 11\nscene = \"flat:60000\"\n");
+    const Outcome outcome =
+        Run("--rack wheel.toml monitor -n 1 --every 2s --json --set format=rgb48");
+    const auto lines = LinesOf(outcome.out);
+    ASSERT_EQ(lines.size(), 1U) << outcome.err;
+    EXPECT_GE(lines[0]["frames"], 3U);
+    EXPECT_EQ(lines[0]["lost"], 0);
+}
+
 TEST_F(ToolStreams, TheMonitorPrintsPlainLinesIntoAPipe)
 {
     const Outcome outcome = Run("--sim --camera 2 monitor --for 700ms --every 200ms");
