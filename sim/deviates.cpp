@@ -57,10 +57,6 @@ double NoneOf(double x)
     return 1.0 - x * sum;
 }
 
-// No rest of a mean beyond the grid's step has a smaller probability of no event: e to the power
-// -0.125 is 0.88249...
-constexpr double kNoneOfAnyRest = 0.8824;
-
 QuantileCell Cell(double start, double end, double units)
 {
     return {.start = static_cast<float>(start), .step = static_cast<float>((end - start) / units)};
@@ -161,6 +157,7 @@ void PoissonTable::Fill(double mean, Distribution *distribution)
         distribution->upTo[count] =
             scaled >= kWhole - 1.0 ? 0xFFFFFFFFU : static_cast<uint32_t>(scaled);
     }
+    distribution->upTo[kCounts - 1] = 0xFFFFFFFFU;
     uint8_t count = 0;
     for (uint32_t byte = 0; byte < 256; ++byte) {
         while (count + 1U < kCounts && (byte << 24U) >= distribution->upTo[count])
@@ -170,35 +167,19 @@ void PoissonTable::Fill(double mean, Distribution *distribution)
 }
 
 // By inversion of a mean up to 0.125, where a short series is exact enough and the search ends at
-// once.
-uint32_t PoissonTable::DeviateOfRest(double mean, double left)
+// once. No event is likelier than 1 less the mean, which is known sooner.
+uint32_t PoissonTable::DeviateOfRest(float mean, uint32_t left)
 {
+    const auto exactMean = static_cast<double>(mean);
+    double rest = static_cast<double>(left) * (1.0 / 4294967296.0);
+    if (rest < 1.0 - exactMean)
+        return 0;
     uint32_t count = 0;
-    double probability = NoneOf(mean);
-    for (; left >= probability && count < kMostOfRest; ++count) {
-        left -= probability;
-        probability = probability * mean / (count + 1.0);
+    double probability = NoneOf(exactMean);
+    for (; rest >= probability && count < kMostOfRest; ++count) {
+        rest -= probability;
+        probability = probability * exactMean / (count + 1.0);
     }
-    return count;
-}
-
-uint32_t PoissonTable::Deviate(float mean, uint64_t bits) const
-{
-    const auto step = static_cast<uint32_t>(static_cast<int32_t>(mean * kStepsPerUnit));
-    uint32_t count = 0;
-    if (step > 0) {
-        const auto word = static_cast<uint32_t>(bits);
-        const Distribution &distribution = m_distributions[step];
-        count = distribution.first[word >> 24U];
-        while (count + 1 < kCounts && word >= distribution.upTo[count])
-            ++count;
-    }
-    const double left =
-        static_cast<double>(static_cast<uint32_t>(bits >> 32U)) * (1.0 / 4294967296.0);
-    if (left < kNoneOfAnyRest)
-        return count;
-    const float rest = mean - static_cast<float>(static_cast<int32_t>(step)) / kStepsPerUnit;
-    return count + DeviateOfRest(static_cast<double>(rest), left);
     return count;
 }
 

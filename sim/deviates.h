@@ -70,7 +70,17 @@ public:
     static constexpr uint32_t kMostCounts = 74;
 
     // Of a mean from 0 to below kLimit.
-    [[nodiscard]] uint32_t Deviate(float mean, uint64_t bits) const;
+    [[nodiscard]] uint32_t Deviate(float mean, uint64_t bits) const
+    {
+        const auto step = static_cast<uint32_t>(static_cast<int32_t>(mean * kStepsPerUnit));
+        const uint32_t count = CountOf(m_distributions[step], static_cast<uint32_t>(bits));
+        const auto left = static_cast<uint32_t>(bits >> 32U);
+        if (left < kNoneOfAnyRest)
+            return count;
+        return count +
+               DeviateOfRest(mean - static_cast<float>(static_cast<int32_t>(step)) / kStepsPerUnit,
+                             left);
+    }
 
 private:
     static constexpr uint32_t kSteps = 192;
@@ -85,8 +95,26 @@ private:
         std::array<uint8_t, 256> first; // the least count for bits that begin with this byte
     };
 
+    // No rest of a mean beyond the grid's step has a smaller probability of no event: e to the
+    // power -0.125 is 0.88249..., here times 2 to the power 32.
+    static constexpr uint32_t kNoneOfAnyRest = 3789898700;
+
+    // The first two steps, which most searches end with, are without branches: nobody could foresee
+    // them. They end within the counts, as `first` leaves 1/256 of the distribution. The highest
+    // bits of all go to the count before them, since a table's probabilities end there.
+    static uint32_t CountOf(const Distribution &distribution, uint32_t bits)
+    {
+        const uint32_t word = bits < 0xFFFFFFFFU ? bits : 0xFFFFFFFEU;
+        uint32_t count = distribution.first[word >> 24U];
+        count += word >= distribution.upTo[count] ? 1U : 0U;
+        count += word >= distribution.upTo[count] ? 1U : 0U;
+        while (word >= distribution.upTo[count])
+            [[unlikely]]++ count;
+        return count;
+    }
+
     PoissonTable();
-    static uint32_t DeviateOfRest(double mean, double left);
+    static uint32_t DeviateOfRest(float mean, uint32_t left);
     static void Fill(double mean, Distribution *distribution);
 
     std::array<Distribution, kSteps> m_distributions;

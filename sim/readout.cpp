@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
+#include <cstring>
 
 #include "sim/deviates.h"
 #include "sim/exact_math.h"
@@ -157,11 +159,20 @@ void DrawCubeRoots(const ReadoutChain &chain, const ReadoutPiece &piece, const f
     }
 }
 
-void ExcessOfSums(uint32_t count, const float *electrons, const float *roots, float *excess)
+// The number, or 0 below it. Bits instead of a comparison keep compilers from making a branch,
+// which would keep loops out of wide registers.
+float NoneBelowZero(float value)
 {
-    for (uint32_t i = 0; i < count; ++i) {
-        const float root = std::max(roots[i], 0.0F);
-        excess[i] = std::max(electrons[i], 0.0F) * (root * root * root - 1.0F);
+    const auto bits = std::bit_cast<int32_t>(value);
+    return std::bit_cast<float>(bits & ~(bits >> 31));
+}
+
+void ExcessOfSums(uint32_t pixels, const float *electrons, const float *roots, float *excess)
+{
+    for (uint32_t i = 0; i < pixels; ++i) {
+        const float root = NoneBelowZero(roots[i]);
+        const float count = NoneBelowZero(electrons[i]);
+        excess[i] = count * (root * root * root - 1.0F);
     }
 }
 
@@ -170,11 +181,12 @@ void ExcessOfSums(uint32_t count, const float *electrons, const float *roots, fl
 void ExcessOfSingles(const ReadoutChain &chain, const ReadoutPiece &piece, const float *electrons,
                      float *excess)
 {
+    constexpr auto kOneElectron = std::bit_cast<uint32_t>(1.0F);
     uint32_t singles[kReadoutPiece];
     uint32_t count = 0;
     for (uint32_t i = 0; i < piece.count; ++i) {
         singles[count] = i;
-        count += electrons[i] == 1.0F ? 1U : 0U;
+        count += std::bit_cast<uint32_t>(electrons[i]) == kOneElectron ? 1U : 0U;
     }
     const ExponentialTable &exponential = ExponentialTable::Get();
     const uint64_t first = PixelCounter(piece.column, piece.row);
@@ -241,6 +253,15 @@ void Convert(const ReadoutChain &chain, uint32_t count, const float *electrons, 
         value = value > 0.0F ? value : 0.0F;
         value = value < chain.highestCount ? value : chain.highestCount;
         counts[i] = static_cast<int32_t>(value);
+    }
+}
+
+template <typename Order>
+void WriteWords(const int32_t *counts, uint32_t count, uint8_t *pixels, Order inOrder)
+{
+    for (size_t i = 0; i < count; ++i) {
+        const auto word = static_cast<uint16_t>(inOrder(static_cast<uint32_t>(counts[i])));
+        std::memcpy(pixels + 2 * i, &word, sizeof word);
     }
 }
 
@@ -328,11 +349,11 @@ void WriteCounts(const ReadoutChain &chain, const int32_t *counts, uint32_t coun
             pixels[i] = static_cast<uint8_t>(static_cast<uint32_t>(counts[i]) >> chain.shift);
         return;
     }
-    const size_t low = chain.bigEndian ? 1 : 0;
-    for (size_t i = 0; i < count; ++i) {
-        pixels[2 * i + low] = static_cast<uint8_t>(static_cast<uint32_t>(counts[i]) & 0xFFU);
-        pixels[2 * i + 1 - low] = static_cast<uint8_t>(static_cast<uint32_t>(counts[i]) >> 8U);
-    }
+    if (chain.bigEndian == (std::endian::native == std::endian::big))
+        WriteWords(counts, count, pixels, [](uint32_t word) { return word; });
+    else
+        WriteWords(counts, count, pixels,
+                   [](uint32_t word) { return (word >> 8U) | (word << 8U); });
 }
 
 } // namespace zerix::sim
