@@ -14,6 +14,7 @@
 #include "hal/access_gate.h"
 #include "hal/kernel_driver.h"
 #include "hal/kernel_requests.h"
+#include "platform/large_blocks.h"
 #include "platform/os.h"
 #include "zerix/zerix_hal.h"
 
@@ -27,13 +28,18 @@ inline constexpr uint32_t kNoChannel = 0xFFFFFFFFu;
 
 // One of the receive buffers that take turns in the kernel driver's queue.
 struct ReceiveSlot {
-    std::unique_ptr<uint8_t[]> buffer; // kSlotsPerBuffer packet slots
+    uint8_t *buffer = nullptr; // kSlotsPerBuffer packet slots, in the ring's memory
     kernel::Overlapped overlapped;
     bool isQueued = false; // the driver has or had it, and its request can be waited for
 };
 
+struct BlockDeleter {
+    void operator()(uint8_t *block) const { FreeBlock(block); }
+};
+
 // What a stream holds from its start to its stop.
 struct ReceiveRing {
+    std::unique_ptr<uint8_t[], BlockDeleter> memory;
     std::unique_ptr<os::Mutex> bufferMutex; // over parsing and queueing
     std::unique_ptr<os::Event> stopEvent;   // the receive thread has left its loop
     uint32_t packetSlotBytes = 0;

@@ -1,6 +1,7 @@
 // Starting and stopping the isochronous stream, and the run loop's wait for a frame.
 #include "hal/iso_stream.h"
 
+#include <cstring>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -28,12 +29,17 @@ std::unique_ptr<ReceiveRing> MakeRing(const FWCameraDevice &device)
     ring->stopEvent = os::Event::Create(os::ResetMode::kManual);
     ring->packetSlotBytes = device.packetSize;
     ring->bufferBytes = device.packetSize * kernel::kSlotsPerBuffer;
-    bool whole = ring->bufferMutex && ring->stopEvent;
+    const size_t bytes = size_t{ring->bufferBytes} * kernel::kReceiveBuffers;
+    ring->memory.reset(static_cast<uint8_t *>(AllocateBlock(bytes)));
+    if (!ring->bufferMutex || !ring->stopEvent || !ring->memory)
+        return nullptr;
+    std::memset(ring->memory.get(), 0, bytes);
+    uint8_t *buffer = ring->memory.get();
     for (ReceiveSlot &slot : ring->slots) {
-        slot.buffer.reset(new (std::nothrow) uint8_t[ring->bufferBytes]());
-        whole = whole && slot.buffer;
+        slot.buffer = buffer;
+        buffer += ring->bufferBytes;
     }
-    return whole ? std::move(ring) : nullptr;
+    return ring;
 }
 
 // Waits for the thread's end. False, and its record kept, where it hasn't come: the caller is that

@@ -51,7 +51,7 @@ void Parse(FWCameraDevice &device, ReceiveSlot &slot, bool realTime)
     const RealTimeWhileParsing priority(realTime);
     for (uint32_t i = 0; i < kernel::kSlotsPerBuffer; ++i) {
         const auto payload =
-            PayloadOf({slot.buffer.get() + size_t{i} * ring.packetSlotBytes, ring.packetSlotBytes});
+            PayloadOf({slot.buffer + size_t{i} * ring.packetSlotBytes, ring.packetSlotBytes});
         if (!payload.empty())
             device.stream.Packet(payload.data(), static_cast<uint32_t>(payload.size()));
     }
@@ -91,8 +91,8 @@ LoopEnd Receive(FWCameraDevice &device, bool realTime)
 uint32_t QueueSlot(FWCameraDevice &device, ReceiveSlot &slot)
 {
     const uint32_t bytes = device.ring->bufferBytes;
-    const auto result = device.Send(kernel::kControlQueueBuffer, slot.buffer.get(), bytes,
-                                    slot.buffer.get(), bytes, &slot.overlapped);
+    const auto result = device.Send(kernel::kControlQueueBuffer, slot.buffer, bytes, slot.buffer,
+                                    bytes, &slot.overlapped);
     slot.isQueued = result.completion != kernel::Completion::kFailed;
     return slot.isQueued ? 0 : result.systemError;
 }

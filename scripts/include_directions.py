@@ -10,7 +10,7 @@ ALLOWED = {
     'platform': [],
     'tables': [],
     'diag': ['tables', 'platform'],
-    'camera/assembler': ['platform/simd_level.h'],
+    'camera/assembler': ['platform/simd_level.h', 'platform/large_blocks.h'],
     'hal': ['camera/assembler', 'platform', 'camera/z_object.h'],
     'image': ['hal', 'tables', 'camera/assembler', 'camera/z_camera.h', 'camera/z_object.h', 'platform'],
     'image/kernels': ['platform/simd_level.h'],

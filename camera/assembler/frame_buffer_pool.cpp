@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "platform/large_blocks.h"
+
 namespace zerix {
 
 // Stands in front of each buffer, and keeps it aligned.
@@ -12,12 +14,6 @@ struct alignas(64) FrameBufferPool::Header {
     uint32_t size;
     HiddenHeader next; // of those that are out
 };
-
-namespace {
-
-constexpr std::align_val_t kAlignment{64};
-
-} // namespace
 
 FrameBufferPool::HiddenHeader FrameBufferPool::Hide(const Header *header)
 {
@@ -36,7 +32,7 @@ uint8_t *FrameBufferPool::Allocate(uint32_t size)
     const uint64_t bytes = sizeof(Header) + std::max<uint64_t>(size, 1);
     if (bytes > SIZE_MAX / 2)
         return nullptr;
-    void *const block = ::operator new(static_cast<size_t>(bytes), kAlignment, std::nothrow);
+    void *const block = AllocateBlock(static_cast<size_t>(bytes));
     if (block == nullptr)
         return nullptr;
     auto *const header = new (block) Header{.size = size, .next = kNoHeader};
@@ -48,7 +44,7 @@ FrameBufferPool::Header *FrameBufferPool::HeaderOf(uint8_t *buffer)
     return reinterpret_cast<Header *>(buffer) - 1;
 }
 
-void FrameBufferPool::Free(uint8_t *buffer) { ::operator delete(HeaderOf(buffer), kAlignment); }
+void FrameBufferPool::Free(uint8_t *buffer) { FreeBlock(HeaderOf(buffer)); }
 
 FrameBufferPool::~FrameBufferPool() { Trim(); }
 

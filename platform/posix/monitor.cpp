@@ -1,6 +1,9 @@
 // The mutex and condition below semaphores, events and threads.
 #include "platform/posix/monitor.h"
 
+#include <memory>
+#include <new>
+
 #include "platform/os.h"
 
 namespace zerix::os {
@@ -19,32 +22,52 @@ timespec DeadlineIn(uint32_t milliseconds)
     return deadline;
 }
 
-Monitor::Monitor()
-{
-    pthread_condattr_t attributes;
-    if (pthread_condattr_init(&attributes) != 0)
-        return;
-    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
-    const bool hasMutex = pthread_mutex_init(&m_mutex, nullptr) == 0;
-    m_isWhole = hasMutex && pthread_cond_init(&m_condition, &attributes) == 0;
-    if (hasMutex && !m_isWhole)
-        pthread_mutex_destroy(&m_mutex);
-    pthread_condattr_destroy(&attributes);
-}
+Monitor::Monitor() : m_core(Core::Create()) {}
 
 Monitor::~Monitor()
 {
-    if (!m_isWhole)
-        return;
-    pthread_cond_destroy(&m_condition);
-    pthread_mutex_destroy(&m_mutex);
+    if (m_core != nullptr)
+        m_core->Release();
 }
 
-bool Monitor::Sleep(uint32_t timeoutMilliseconds, const timespec &deadline)
+Monitor::Core *Monitor::Core::Create()
+{
+    std::unique_ptr<Core> core(new (std::nothrow) Core);
+    if (!core || pthread_mutex_init(&core->mutex, nullptr) != 0)
+        return nullptr;
+    pthread_condattr_t attributes;
+    bool isWhole = pthread_condattr_init(&attributes) == 0;
+    if (isWhole) {
+        pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+        isWhole = pthread_cond_init(&core->condition, &attributes) == 0;
+        pthread_condattr_destroy(&attributes);
+    }
+    if (isWhole)
+        return core.release();
+    pthread_mutex_destroy(&core->mutex);
+    return nullptr;
+}
+
+void Monitor::Core::WakeAndRelease()
+{
+    Wake();
+    Release();
+}
+
+void Monitor::Core::Release()
+{
+    if (users.fetch_sub(1, std::memory_order_acq_rel) > 1)
+        return;
+    pthread_cond_destroy(&condition);
+    pthread_mutex_destroy(&mutex);
+    delete this;
+}
+
+bool Monitor::Core::Sleep(uint32_t timeoutMilliseconds, const timespec &deadline)
 {
     if (timeoutMilliseconds == kWaitForever)
-        return pthread_cond_wait(&m_condition, &m_mutex) == 0;
-    return pthread_cond_timedwait(&m_condition, &m_mutex, &deadline) == 0;
+        return pthread_cond_wait(&condition, &mutex) == 0;
+    return pthread_cond_timedwait(&condition, &mutex, &deadline) == 0;
 }
 
 } // namespace zerix::os

@@ -3,6 +3,7 @@
 // guard then unwinds and lets go.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <ctime>
 #include <pthread.h>
@@ -15,6 +16,8 @@ namespace zerix::os {
 timespec DeadlineIn(uint32_t milliseconds);
 
 class Monitor {
+    struct Core;
+
 public:
     Monitor();
     ~Monitor();
@@ -22,15 +25,20 @@ public:
     Monitor &operator=(const Monitor &) = delete;
 
     // False if the system had none to give; it must not be used then.
-    [[nodiscard]] bool IsWhole() const { return m_isWhole; }
+    [[nodiscard]] bool IsWhole() const { return m_core != nullptr; }
 
     class Lock {
     public:
-        explicit Lock(Monitor &monitor) : m_monitor(monitor)
+        explicit Lock(Monitor &monitor) : m_core(*monitor.m_core)
         {
-            pthread_mutex_lock(&m_monitor.m_mutex);
+            pthread_mutex_lock(&m_core.mutex);
         }
-        ~Lock() { pthread_mutex_unlock(&m_monitor.m_mutex); }
+        ~Lock()
+        {
+            pthread_mutex_unlock(&m_core.mutex);
+            if (m_isWakeDue)
+                m_core.WakeAndRelease();
+        }
         Lock(const Lock &) = delete;
         Lock &operator=(const Lock &) = delete;
 
@@ -45,27 +53,48 @@ public:
             if (timeoutMilliseconds == 0)
                 return false;
             const timespec deadline = DeadlineIn(timeoutMilliseconds);
-            while (m_monitor.Sleep(timeoutMilliseconds, deadline))
+            while (m_core.Sleep(timeoutMilliseconds, deadline))
                 if (condition())
                     return true;
             return condition();
         }
 
+        // Wakes all who wait, once this lock is released: they need it, and who runs at once would
+        // only go back to sleep. Whoever sees the reason before may destroy the monitor; what is
+        // woken lives until then.
+        void WakeAfterwards()
+        {
+            if (!m_isWakeDue)
+                m_core.users.fetch_add(1, std::memory_order_relaxed);
+            m_isWakeDue = true;
+        }
+
     private:
-        Monitor &m_monitor;
+        Core &m_core;
+        bool m_isWakeDue = false;
     };
 
-    // Wakes all who wait. Always all: a wake-up for one can be lost in this C library when a waiter
-    // comes at the same moment.
-    void Wake() { pthread_cond_broadcast(&m_condition); }
+    // Wakes all who wait. Under a lock.
+    void Wake() { m_core->Wake(); }
 
 private:
-    // False on a time-out.
-    ZERIX_MAY_END_HERE bool Sleep(uint32_t timeoutMilliseconds, const timespec &deadline);
+    struct Core {
+        // Null if the system had none to give.
+        static Core *Create();
+        // Always all: a wake-up for one can be lost in this C library when a waiter comes at the
+        // same moment.
+        void Wake() { pthread_cond_broadcast(&condition); }
+        void WakeAndRelease();
+        void Release();
+        // False on a time-out.
+        ZERIX_MAY_END_HERE bool Sleep(uint32_t timeoutMilliseconds, const timespec &deadline);
 
-    pthread_mutex_t m_mutex;
-    pthread_cond_t m_condition;
-    bool m_isWhole = false;
+        pthread_mutex_t mutex;
+        pthread_cond_t condition;
+        std::atomic<uint32_t> users{1}; // the last one deletes it
+    };
+
+    Core *const m_core;
 };
 
 } // namespace zerix::os

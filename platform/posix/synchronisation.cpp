@@ -41,11 +41,11 @@ public:
 
     bool Signal() override
     {
-        const Monitor::Lock lock(m_monitor);
+        Monitor::Lock lock(m_monitor);
         if (m_count >= m_maximum)
             return false;
         ++m_count;
-        m_monitor.Wake();
+        lock.WakeAfterwards();
         return true;
     }
 
@@ -77,8 +77,9 @@ public:
 
     bool Signal() override
     {
-        const Monitor::Lock lock(m_monitor);
-        SignalLocked();
+        Monitor::Lock lock(m_monitor);
+        if (SignalLocked())
+            lock.WakeAfterwards();
         return true;
     }
 
@@ -101,8 +102,8 @@ private:
         }
         ~Waiter()
         {
-            if (isReleased && !isGone)
-                event.SignalLocked();
+            if (isReleased && !isGone && event.SignalLocked())
+                event.m_monitor.Wake();
             for (Waiter **link = &event.m_first; *link != nullptr; link = &(*link)->next)
                 if (*link == this) {
                     *link = next;
@@ -118,16 +119,17 @@ private:
         bool isGone = false;     // with the signal
     };
 
-    void SignalLocked()
+    // Whether there is somebody to wake.
+    bool SignalLocked()
     {
         Waiter *const waiter = m_first;
         if (waiter == nullptr) {
             m_isSignalled = true;
-            return;
+            return false;
         }
         m_first = waiter->next;
         waiter->isReleased = true;
-        m_monitor.Wake();
+        return true;
     }
 
     Monitor m_monitor;
@@ -152,10 +154,10 @@ public:
 
     bool Signal() override
     {
-        const Monitor::Lock lock(m_monitor);
+        Monitor::Lock lock(m_monitor);
         m_isSignalled = true;
         ++m_signals;
-        m_monitor.Wake();
+        lock.WakeAfterwards();
         return true;
     }
 

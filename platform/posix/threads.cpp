@@ -34,9 +34,9 @@ public:
     explicit EndTeller(ThreadState &state) : m_state(state) {}
     ~EndTeller()
     {
-        const Monitor::Lock lock(m_state.monitor);
+        Monitor::Lock lock(m_state.monitor);
         m_state.hasEnded = true;
-        m_state.monitor.Wake();
+        lock.WakeAfterwards();
     }
     EndTeller(const EndTeller &) = delete;
     EndTeller &operator=(const EndTeller &) = delete;
@@ -47,9 +47,9 @@ private:
 
 void TellId(ThreadState &state)
 {
-    const Monitor::Lock lock(state.monitor);
+    Monitor::Lock lock(state.monitor);
     state.id = static_cast<uint32_t>(gettid());
-    state.monitor.Wake();
+    lock.WakeAfterwards();
 }
 
 void *RunThread(void *parameter)

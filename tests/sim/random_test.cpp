@@ -122,6 +122,17 @@ TEST(ExponentialDeviates, HaveTheirMoments)
     EXPECT_NEAR(beyondTen, 45, 25); // a million times e to the power -10
 }
 
+// The highest bits of all are behind every probability of a table: they must not run on to its end.
+TEST(PoissonDeviates, OfTheHighestBitsAreNotTheTablesLast)
+{
+    constexpr uint64_t kNoEventOfTheRest = 0x00000000'FFFFFFFF;
+    EXPECT_EQ(PoissonTable::Get().Deviate(0.0F, kNoEventOfTheRest), 0u);
+    EXPECT_EQ(PoissonTable::Get().Deviate(0.0F, 0xFFFFFFFF'FFFFFFFF), 0u);
+    // exp(-0.125) * sum of 0.125^k / k! up to 6 is 1 - 0.36 * 2^-32.
+    EXPECT_EQ(PoissonTable::Get().Deviate(0.125F, kNoEventOfTheRest), 6u);
+    EXPECT_EQ(PoissonTable::Get().Deviate(0.125F, 0), 0u);
+}
+
 TEST(PoissonDeviates, AreDistributedAsTheyShould)
 {
     for (const float mean : {0.0F, 0.01F, 0.3F, 0.5F, 1.0F, 3.7F, 11.25F, 23.99F}) {
