@@ -32,6 +32,13 @@ ZERIX_WIDE inline Register LoadInEachLane(const uint8_t *from)
     return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(from)));
 }
 
+// 16 bytes for the first lane, 16 for the last one.
+ZERIX_WIDE inline Register LoadLanes(const uint8_t *first, const uint8_t *last)
+{
+    return _mm256_loadu2_m128i(reinterpret_cast<const __m128i *>(last),
+                               reinterpret_cast<const __m128i *>(first));
+}
+
 ZERIX_WIDE inline Register LoadAsWords(const uint8_t *from)
 {
     return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(from)));
@@ -45,6 +52,38 @@ ZERIX_WIDE inline Register PackWords(Register low, Register high)
 ZERIX_WIDE inline Register PackDwords(Register low, Register high)
 {
     return _mm256_permute4x64_epi64(_mm256_packus_epi32(low, high), 0xD8);
+}
+
+// Dwords as signed words, and in each lane of 16 bytes by itself, as the interleaving takes them.
+ZERIX_WIDE inline Register PackSignedDwords(Register low, Register high)
+{
+    return _mm256_permute4x64_epi64(_mm256_packs_epi32(low, high), 0xD8);
+}
+
+ZERIX_WIDE inline Register PackDwordsInLanes(Register low, Register high)
+{
+    return _mm256_packs_epi32(low, high);
+}
+
+ZERIX_WIDE inline Register InterleaveLowWords(Register a, Register b)
+{
+    return _mm256_unpacklo_epi16(a, b);
+}
+
+ZERIX_WIDE inline Register InterleaveHighWords(Register a, Register b)
+{
+    return _mm256_unpackhi_epi16(a, b);
+}
+
+ZERIX_WIDE inline Register BytesOfDwords(Register a, Register b, Register c, Register d)
+{
+    const Register bytes = _mm256_packus_epi16(_mm256_packs_epi32(a, b), _mm256_packs_epi32(c, d));
+    return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+ZERIX_WIDE inline Register FirstDwordOfEachLane(Register dwords)
+{
+    return _mm256_shuffle_epi32(dwords, 0);
 }
 
 ZERIX_WIDE inline bool AreAllSet(Register bits) { return _mm256_movemask_epi8(bits) == -1; }
@@ -87,6 +126,24 @@ ZERIX_WIDE inline Register AddWordsSaturated(Register a, Register b)
 
 ZERIX_WIDE inline Register AddDwords(Register a, Register b) { return _mm256_add_epi32(a, b); }
 
+ZERIX_WIDE inline Register SubtractDwords(Register a, Register b) { return _mm256_sub_epi32(a, b); }
+
+ZERIX_WIDE inline Register ShiftDwordsLeft(Register dwords, int bits)
+{
+    return _mm256_slli_epi32(dwords, bits);
+}
+
+ZERIX_WIDE inline Register ShiftSignedDwordsRight(Register dwords, int bits)
+{
+    return _mm256_srai_epi32(dwords, bits);
+}
+
+// Of the products of signed words, two neighbours each.
+ZERIX_WIDE inline Register SumsOfProducts(Register a, Register b)
+{
+    return _mm256_madd_epi16(a, b);
+}
+
 ZERIX_WIDE inline Register MultiplyLow(Register a, Register b) { return _mm256_mullo_epi16(a, b); }
 
 ZERIX_WIDE inline Register MultiplyHigh(Register a, Register b) { return _mm256_mulhi_epu16(a, b); }
@@ -113,6 +170,26 @@ ZERIX_WIDE inline Register Choose(Register first, Register second, Register isSe
 {
     return _mm256_blendv_epi8(first, second, isSecond);
 }
+
+// Floating point --------------------------------------------------------------------------------
+
+using Floats = __m256;
+
+ZERIX_WIDE inline Floats LoadFloats(const float *from) { return _mm256_loadu_ps(from); }
+
+ZERIX_WIDE inline void StoreFloats(float *to, Floats values) { _mm256_storeu_ps(to, values); }
+
+ZERIX_WIDE inline Floats AllFloats(float value) { return _mm256_set1_ps(value); }
+
+ZERIX_WIDE inline Floats AddFloats(Floats a, Floats b) { return _mm256_add_ps(a, b); }
+
+ZERIX_WIDE inline Floats SubtractFloats(Floats a, Floats b) { return _mm256_sub_ps(a, b); }
+
+ZERIX_WIDE inline Floats MultiplyFloats(Floats a, Floats b) { return _mm256_mul_ps(a, b); }
+
+ZERIX_WIDE inline Floats FloatsOf(Register dwords) { return _mm256_cvtepi32_ps(dwords); }
+
+ZERIX_WIDE inline Register Truncated(Floats values) { return _mm256_cvttps_epi32(values); }
 
 // Four registers, four dwords of each lane of each: rows against columns.
 struct Four {

@@ -29,6 +29,9 @@ ZERIX_WIDE inline void Store(void *to, Register value)
 
 ZERIX_WIDE inline Register LoadInEachLane(const uint8_t *from) { return Load(from); }
 
+// 16 bytes for the first lane, 16 for the last one, which is the same here.
+ZERIX_WIDE inline Register LoadLanes(const uint8_t *first, const uint8_t *) { return Load(first); }
+
 ZERIX_WIDE inline Register LoadAsWords(const uint8_t *from)
 {
     return _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(from)));
@@ -42,6 +45,37 @@ ZERIX_WIDE inline Register PackWords(Register low, Register high)
 ZERIX_WIDE inline Register PackDwords(Register low, Register high)
 {
     return _mm_packus_epi32(low, high);
+}
+
+// Dwords as signed words, and in each lane of 16 bytes by itself, as the interleaving takes them.
+ZERIX_WIDE inline Register PackSignedDwords(Register low, Register high)
+{
+    return _mm_packs_epi32(low, high);
+}
+
+ZERIX_WIDE inline Register PackDwordsInLanes(Register low, Register high)
+{
+    return _mm_packs_epi32(low, high);
+}
+
+ZERIX_WIDE inline Register InterleaveLowWords(Register a, Register b)
+{
+    return _mm_unpacklo_epi16(a, b);
+}
+
+ZERIX_WIDE inline Register InterleaveHighWords(Register a, Register b)
+{
+    return _mm_unpackhi_epi16(a, b);
+}
+
+ZERIX_WIDE inline Register BytesOfDwords(Register a, Register b, Register c, Register d)
+{
+    return _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+}
+
+ZERIX_WIDE inline Register FirstDwordOfEachLane(Register dwords)
+{
+    return _mm_shuffle_epi32(dwords, 0);
 }
 
 ZERIX_WIDE inline bool AreAllSet(Register bits) { return _mm_movemask_epi8(bits) == 0xFFFF; }
@@ -78,6 +112,21 @@ ZERIX_WIDE inline Register AddWordsSaturated(Register a, Register b)
 
 ZERIX_WIDE inline Register AddDwords(Register a, Register b) { return _mm_add_epi32(a, b); }
 
+ZERIX_WIDE inline Register SubtractDwords(Register a, Register b) { return _mm_sub_epi32(a, b); }
+
+ZERIX_WIDE inline Register ShiftDwordsLeft(Register dwords, int bits)
+{
+    return _mm_slli_epi32(dwords, bits);
+}
+
+ZERIX_WIDE inline Register ShiftSignedDwordsRight(Register dwords, int bits)
+{
+    return _mm_srai_epi32(dwords, bits);
+}
+
+// Of the products of signed words, two neighbours each.
+ZERIX_WIDE inline Register SumsOfProducts(Register a, Register b) { return _mm_madd_epi16(a, b); }
+
 ZERIX_WIDE inline Register MultiplyLow(Register a, Register b) { return _mm_mullo_epi16(a, b); }
 
 ZERIX_WIDE inline Register MultiplyHigh(Register a, Register b) { return _mm_mulhi_epu16(a, b); }
@@ -104,6 +153,26 @@ ZERIX_WIDE inline Register Choose(Register first, Register second, Register isSe
 {
     return _mm_blendv_epi8(first, second, isSecond);
 }
+
+// Floating point --------------------------------------------------------------------------------
+
+using Floats = __m128;
+
+ZERIX_WIDE inline Floats LoadFloats(const float *from) { return _mm_loadu_ps(from); }
+
+ZERIX_WIDE inline void StoreFloats(float *to, Floats values) { _mm_storeu_ps(to, values); }
+
+ZERIX_WIDE inline Floats AllFloats(float value) { return _mm_set1_ps(value); }
+
+ZERIX_WIDE inline Floats AddFloats(Floats a, Floats b) { return _mm_add_ps(a, b); }
+
+ZERIX_WIDE inline Floats SubtractFloats(Floats a, Floats b) { return _mm_sub_ps(a, b); }
+
+ZERIX_WIDE inline Floats MultiplyFloats(Floats a, Floats b) { return _mm_mul_ps(a, b); }
+
+ZERIX_WIDE inline Floats FloatsOf(Register dwords) { return _mm_cvtepi32_ps(dwords); }
+
+ZERIX_WIDE inline Register Truncated(Floats values) { return _mm_cvttps_epi32(values); }
 
 // Four registers, four dwords of each lane of each: rows against columns.
 struct Four {
