@@ -1,13 +1,12 @@
 // Grabbing one frame: its checks, the frame's fields, and the application's buffer.
-#include <cstring>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "api/context.h"
 #include "image/z_ex_image.h"
-#include "image/z_image_filter.h"
 #include "tests/api/api_fixture.h"
+#include "tests/api/marking_filter.h"
 
 namespace zerix::api {
 namespace {
@@ -165,22 +164,6 @@ TEST_F(GrabFrame, MapsTheCamerasStatus)
     camera->getOneImageStatus = 0;
     EXPECT_EQ(Grab(), 16u);
 }
-
-// Turns every byte into 99.
-class MarkingFilter final : public ZX::ZImageFilter {
-public:
-    int16_t Process(ZX::ZInImageBufferStruct *in, ZX::ZOutImageBufferStruct *out) override
-    {
-        std::memset(out->pBuffer, 99, in->size);
-        out->size = in->size;
-        out->width = in->width;
-        out->height = in->height;
-        out->imageFormat = in->imageFormat;
-        return ZX::kFilterOk;
-    }
-    int16_t Init(uint32_t, uint32_t) override { return ZX::kFilterOk; }
-    int16_t SetOutputFormat(uint32_t) override { return ZX::kFilterOk; }
-};
 
 TEST_F(GrabFrame, PostProcessesWhereItIsOnAndTheFormatIsNotRaw)
 {

@@ -1,11 +1,10 @@
 // What the two streaming callbacks make of the queue, step by step.
 #include <array>
-#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "image/z_image_filter.h"
+#include "tests/api/marking_filter.h"
 #include "tests/api/queue_fixture.h"
 
 namespace zerix::api {
@@ -87,22 +86,6 @@ TEST_F(StreamCallbacks, LogsTheFrameThatItGives)
     Receive(5);
     EXPECT_EQ(Take().size(), 3u);
 }
-
-// Turns every byte into 99.
-class MarkingFilter final : public ZX::ZImageFilter {
-public:
-    int16_t Process(ZX::ZInImageBufferStruct *in, ZX::ZOutImageBufferStruct *out) override
-    {
-        std::memset(out->pBuffer, 99, in->size);
-        out->size = in->size;
-        out->width = in->width;
-        out->height = in->height;
-        out->imageFormat = in->imageFormat;
-        return ZX::kFilterOk;
-    }
-    int16_t Init(uint32_t, uint32_t) override { return ZX::kFilterOk; }
-    int16_t SetOutputFormat(uint32_t) override { return ZX::kFilterOk; }
-};
 
 // Where it is on and the format isn't raw; and never the image of a lost camera.
 TEST_F(StreamCallbacks, PostProcessesTheImageOfAQueuedFrame)
