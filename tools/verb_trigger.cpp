@@ -100,9 +100,11 @@ void Trigger(const CommonOptions &options, const TriggerOptions &trigger)
     ApplySettings(camera, settings);
     const TakenPictures pictures(session, camera);
     const FrameCredit credit(session.IsSimulated(), camera.Item().uniqueId);
-    credit.Grant();
+    credit.Grant(pictures.ExposuresEach());
     TriggeredFrame frame(camera, pictures.FrameBytes());
-    frame.Fire();
+    // Behind a turning wheel each colour's exposure has a trigger of its own.
+    for (uint32_t i = 0; i < pictures.ExposuresEach(); ++i)
+        frame.Fire();
     const auto &taken = frame.Wait(pictures.LongestWait(trigger.waitSeconds));
     FinishPicture(trigger.file, 1, pictures.PictureOf(taken));
 }

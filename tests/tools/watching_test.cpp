@@ -37,6 +37,14 @@ TEST_F(ToolStreams, ATriggerTakesOnePicture)
     EXPECT_TRUE(described.out.starts_with("a picture: 1392 x 1040, 8 bits: ")) << described.out;
 }
 
+TEST_F(ToolStreams, ATriggerBehindATurningWheelTakesThreeExposures)
+{
+    Write("wheel.toml", "[[camera]]\nmodel = 18\nsensor = 11\nscene = \"flat:60000\"\n");
+    const Outcome outcome = Run("--rack wheel.toml trigger --wait 20s --set format=rgb48 -o t.raw");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(Contents(Path("t.raw")).size(), 1024U * 58 * 6);
+}
+
 TEST_F(ToolStreams, ATriggerWhosePictureIsLostEnds)
 {
     Write("lossy.toml", "[[camera]]\nmodel = \"Astrel C2\"\nfaults = [\"lose packet\"]\n");
