@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+#include "platform/file_path.h"
 #include "sim/capabilities.h"
 #include "sim/model_names.h"
 #include "sim/scene.h"
@@ -109,10 +110,13 @@ bool ReadVersionOf(Block block, const toml::node &node, BlockVersion *target)
     return false;
 }
 
+// Its file is named in UTF-8, as everything in a rack file, and elsewhere as the system's calls
+// take it.
 bool ReadScene(const toml::node &node, std::string *target)
 {
     if (!ReadText(node, 4096, target))
         return false;
+    *target = os::PathText(std::u8string(target->begin(), target->end()));
     const std::string_view name = std::string_view(*target).substr(0, target->find(':'));
     const auto &known = KnownScenes();
     return std::any_of(known.begin(), known.end(),

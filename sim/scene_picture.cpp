@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "platform/file_path.h"
 #include "sim/canvas.h"
 #include "sim/exact_math.h"
 #include "sim/scene_makers.h"
@@ -135,7 +136,7 @@ std::shared_ptr<const Scene> Decode(const std::vector<char> &bytes)
 std::shared_ptr<const Scene> MakePicture(const std::string &file, std::string *error)
 {
     constexpr size_t kMostBytes = 0x40000000;
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream(os::FilePath(file), std::ios::binary);
     const std::vector<char> bytes{std::istreambuf_iterator<char>(stream),
                                   std::istreambuf_iterator<char>()};
     if (bytes.empty() || bytes.size() > kMostBytes) {

@@ -13,6 +13,7 @@
 #include "sim/rack.h"
 #include "sim/rack_file.h"
 #include "sim/register_map.h"
+#include "sim/scene.h"
 #include "sim/sensor.h"
 #include "tests/support/environment_variable.h"
 #include "tests/support/places.h"
@@ -477,6 +478,20 @@ TEST(RackFiles, BeginWithTheBuiltInOnes)
     ASSERT_FALSE(racks.empty());
     EXPECT_EQ(racks[0].name, "default");
     EXPECT_FALSE(racks[0].meaning.empty());
+}
+
+// A rack file is UTF-8 on every system, whatever code page its calls take names in.
+TEST(RackFiles, NameAPictureBeyondAscii)
+{
+    const test::TemporaryFolder folder;
+    const std::u8string name = u8"\u00fcber Gr\u00f6\u00dfen.pgm";
+    const auto place = std::filesystem::path(folder.Path()) / name;
+    std::ofstream(place, std::ios::binary) << "P5\n1 1\n255\n" << '\xFF';
+    const std::u8string text =
+        u8"[[camera]]\nmodel = 18\nscene = 'picture:" + place.u8string() + u8"'\n";
+    const Rack rack = Parsed(std::string(text.begin(), text.end()));
+    std::string error;
+    EXPECT_NE(MakeScene(rack.cameras.at(0).scene, 1, &error), nullptr) << error;
 }
 
 } // namespace
