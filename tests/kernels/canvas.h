@@ -1,6 +1,6 @@
-// A rectangle of pixels in a heap buffer that is exactly as large as the rectangle needs, at any
-// alignment. What a primitive must not touch (before the first pixel, between the rows) is compared
-// along with the pixels.
+// A rectangle of pixels in a heap buffer, at any alignment. What a primitive must not touch (before
+// the first pixel, between the rows, behind the last one) is compared along with the pixels. One
+// buffer in two ends with the rectangle, so that a sanitizer sees one byte too far.
 #pragma once
 
 #include <algorithm>
@@ -21,6 +21,12 @@ inline int32_t Draw(Random &random, int32_t least, int32_t most)
     return std::uniform_int_distribution<int32_t>(least, most)(random);
 }
 
+// The bytes behind what is written: none, or as many as a wide step.
+inline size_t DrawGuard(Random &random)
+{
+    return Draw(random, 0, 1) == 0 ? 0 : static_cast<size_t>(Draw(random, 1, 70));
+}
+
 struct Canvas {
     std::vector<uint8_t> bytes;
     size_t offset = 0;
@@ -38,7 +44,7 @@ struct Canvas {
         canvas.step = width * pixelBytes + padding;
         canvas.bytes.resize(canvas.offset +
                             static_cast<size_t>(canvas.step) * static_cast<size_t>(height - 1) +
-                            static_cast<size_t>(width * pixelBytes));
+                            static_cast<size_t>(width * pixelBytes) + DrawGuard(random));
         std::generate(canvas.bytes.begin(), canvas.bytes.end(),
                       [&] { return static_cast<uint8_t>(random()); });
         return canvas;

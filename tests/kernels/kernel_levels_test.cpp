@@ -1,6 +1,6 @@
 // Every processor level gives the plain level's bits: rows of every length, at every alignment,
-// with guard bytes in front; behind a row its buffer ends, so that a sanitizer sees one byte too
-// far.
+// with guard bytes in front and behind; one buffer in two ends with its row, so that a sanitizer
+// sees one byte too far.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -22,14 +22,14 @@ using Bytes = std::vector<uint8_t>;
 
 const Kernels kPlain = KernelsOfLevel(SimdLevel::kScalar);
 
-// Noise that ends with the row.
+// Noise around the row.
 struct Row {
     Bytes bytes;
     size_t offset;
 
     Row(Random &random, size_t size) : offset(static_cast<size_t>(Draw(random, 0, 70)))
     {
-        bytes.resize(offset + size);
+        bytes.resize(offset + size + DrawGuard(random));
         std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random()); });
     }
     uint8_t *Begin() { return bytes.data() + offset; }
@@ -312,11 +312,13 @@ struct Taps {
 template <typename Value, typename Run>
 void CompareRows(size_t count, Run run)
 {
-    std::vector<Value> row(count, Value{7});
+    const size_t guard = count % 2 * 70;
+    std::vector<Value> row(count + guard, Value{7});
     std::vector<Value> expected = row;
     run(row.data(), true);
     run(expected.data(), false);
-    ASSERT_EQ(count == 0 ? 0 : std::memcmp(row.data(), expected.data(), count * sizeof(Value)), 0);
+    ASSERT_EQ(
+        row.empty() ? 0 : std::memcmp(row.data(), expected.data(), row.size() * sizeof(Value)), 0);
 }
 
 TEST(KernelLevels, ResizeAlongRowsAlike)

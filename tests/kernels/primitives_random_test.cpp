@@ -340,17 +340,18 @@ TEST(RandomPictures, OfWordsAreResizedLinearlyToTheNearestLevel)
 }
 
 // Sources below 4 and below 2 pixels are too small for the better methods.
-TEST(RandomPictures, TooSmallForAMethodAreResizedByASimplerOne)
+template <typename Resize>
+void CompareTooSmall(Resize resize, int32_t pixelBytes)
 {
     Random random(7);
     for (int round = 0; round < kRounds; ++round) {
-        Resizing r = DrawResizing(random, 1, 1);
+        Resizing r = DrawResizing(random, pixelBytes, 1);
         if (r.x.OutputSize(r.out.width) < 1 || r.y.OutputSize(r.out.height) < 1)
             continue;
         const int32_t smaller = std::min(r.source.width, r.source.height);
         const auto asMethod = [&](int32_t method) {
             Resizing copy = r;
-            EXPECT_EQ(copy.Run(ZPrimResize8u, method), kPrimOk);
+            EXPECT_EQ(copy.Run(resize, method), kPrimOk);
             return copy.out.bytes;
         };
         if (smaller < 2) {
@@ -362,9 +363,15 @@ TEST(RandomPictures, TooSmallForAMethodAreResizedByASimplerOne)
         if (smaller < 8) {
             ASSERT_EQ(asMethod(16), asMethod(4));
         } else {
-            ASSERT_EQ(r.Run(ZPrimResize8u, 16), kPrimMethodError);
+            ASSERT_EQ(r.Run(resize, 16), kPrimMethodError);
         }
     }
+}
+
+TEST(RandomPictures, TooSmallForAMethodAreResizedByASimplerOne)
+{
+    CompareTooSmall(ZPrimResize8u, 1);
+    CompareTooSmall(ZPrimResize16u, 2);
 }
 
 // Wider than the strips in which a picture is made.
