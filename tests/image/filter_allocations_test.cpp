@@ -67,7 +67,7 @@ TEST_F(FilterAllocations, Bayer)
 {
     ZBayerInterpolation filter(1, 12);
     filter.Init(8, 8); // smaller than the frames
-    for (const uint32_t format : {8u, 10u, 11u})
+    for (const uint32_t format : {8u, 9u, 10u, 11u, 12u, 13u})
         for (const uint16_t algorithm : {uint16_t{1}, uint16_t{2}, uint16_t{4}}) {
             filter.SetOutputFormat(format);
             filter.SetAlgorithm(algorithm);
@@ -84,40 +84,54 @@ TEST_F(FilterAllocations, Wheel)
 {
     ZRGBFilterWheel filter(8);
     filter.Init(8, 8);
-    EXPECT_EQ(AllocationsOf([&] {
-                  for (const uint32_t colour : {0u, 1u, 3u}) {
-                      auto in = Frame(2, 8, colour);
-                      ZOutImageBufferStruct out{.pBuffer = m_output.Data()};
-                      EXPECT_EQ(filter.Process(&in, &out), colour == 3 ? 0 : 6);
-                  }
-              }),
-              0u);
-}
-
-TEST_F(FilterAllocations, WhiteBalance)
-{
-    const auto filter = std::make_unique<ZAutoWhiteBalance>(false);
-    for (const uint32_t format : {6u, 7u, 9u, 10u, 12u})
+    for (const uint32_t format : {6u, 7u, 8u, 9u, 10u, 11u, 12u}) {
+        filter.SetOutputFormat(format);
+        const uint32_t depth = format == 7 || format == 10 ? 14 : 8;
         EXPECT_EQ(AllocationsOf([&] {
-                      auto in = Frame(format, format == 7 || format == 10 ? 12 : 8);
-                      ZOutImageBufferStruct out{.pBuffer = m_output.Data(), .imageFormat = format};
-                      EXPECT_EQ(filter->Process(&in, &out), 0);
+                      for (const uint32_t colour : {0u, 1u, 3u}) {
+                          auto in = Frame(depth == 8 ? 2 : 3, depth, colour);
+                          ZOutImageBufferStruct out{.pBuffer = m_output.Data()};
+                          EXPECT_EQ(filter.Process(&in, &out), colour == 3 ? 0 : 6);
+                      }
                   }),
                   0u)
             << format;
+    }
+}
+
+// By tables that multiply, and by one that is looked up, as no factor gives its gain.
+TEST_F(FilterAllocations, WhiteBalance)
+{
+    const auto filter = std::make_unique<ZAutoWhiteBalance>(false);
+    for (const float scale : {1.16f, 65535.0f}) {
+        filter->SetRedScale(scale);
+        for (const uint32_t format : {6u, 7u, 8u, 9u, 10u, 11u, 12u, 13u})
+            EXPECT_EQ(AllocationsOf([&] {
+                          auto in = Frame(format, format == 7 || format == 10 ? 12 : 8);
+                          ZOutImageBufferStruct out{.pBuffer = m_output.Data(),
+                                                    .imageFormat = format};
+                          EXPECT_EQ(filter->Process(&in, &out), 0);
+                      }),
+                      0u)
+                << format << " times " << scale;
+    }
 }
 
 TEST_F(FilterAllocations, RatioCorrection)
 {
     ZBenchmateRatioCorrection filter(0);
-    for (const bool isLive : {false, true})
-        EXPECT_EQ(AllocationsOf([&] {
-                      auto in = Frame(4, 8);
-                      in.lvwFlag = isLive;
-                      ZOutImageBufferStruct out{.pBuffer = m_output.Data()};
-                      EXPECT_EQ(filter.Process(&in, &out), 0);
-                  }),
-                  0u);
+    for (const uint32_t depth : {8u, 12u})
+        for (const uint32_t binning : {2u, 3u, 4u})
+            for (const bool isLive : {false, true})
+                EXPECT_EQ(AllocationsOf([&] {
+                              auto in = Frame(depth == 8 ? 4 : 5, depth);
+                              in.symmetricalBinningMode = binning;
+                              in.lvwFlag = isLive;
+                              ZOutImageBufferStruct out{.pBuffer = m_output.Data()};
+                              EXPECT_EQ(filter.Process(&in, &out), 0);
+                          }),
+                          0u)
+                    << depth << " bits, binning " << binning;
 }
 
 // From the frame's buffer, which grows to the picture, to the picture's end; buffers come back.
@@ -153,18 +167,22 @@ TEST_F(FilterAllocations, ExposureMeasures)
     ZAutoExposure filter(true);
     filter.Init(kWidth, kHeight);
     camera.calls.reserve(100);
-    const auto step = [&] {
-        auto in = Frame(2, 8);
-        EXPECT_EQ(filter.Process(&in, nullptr), 31);
-    };
-    const uint64_t ofTheStep = AllocationsOf(step);
-    const uint64_t ofTheCamera = AllocationsOf([&] {
-        camera.SetExposure(camera.getExposure);
-        camera.SetRGBFilterRedExposure(camera.getExposure);
-        camera.SetRGBFilterBlueExposure(camera.getExposure);
-        camera.UpdateSettingsOnCamera();
-    });
-    EXPECT_EQ(ofTheStep, ofTheCamera);
+    for (const uint32_t format : {2u, 12u}) {
+        const bool isColour = format == 12;
+        const uint64_t ofTheStep = AllocationsOf([&] {
+            auto in = Frame(format, 8);
+            EXPECT_EQ(filter.Process(&in, nullptr), 31);
+        });
+        const uint64_t ofTheCamera = AllocationsOf([&] {
+            camera.SetExposure(camera.getExposure);
+            if (!isColour) {
+                camera.SetRGBFilterRedExposure(camera.getExposure);
+                camera.SetRGBFilterBlueExposure(camera.getExposure);
+            }
+            camera.UpdateSettingsOnCamera();
+        });
+        EXPECT_EQ(ofTheStep, ofTheCamera) << format;
+    }
 }
 
 // A camera that tells nonsense of its sensor must not cost the machine its memory: what is kept
