@@ -19,7 +19,8 @@ kernel::ControlResult Told(const kernel::ControlResult &result)
 } // namespace
 
 FWCameraDevice::FWCameraDevice(const char *path)
-    : deviceMutex(os::Mutex::Create()), frameWaitEvent(os::Event::Create(os::ResetMode::kManual))
+    : deviceMutex(os::Mutex::Create()), frameWaitEvent(os::Event::Create(os::ResetMode::kManual)),
+      buffersQueued(os::Event::Create(os::ResetMode::kManual))
 {
     std::strncpy(devicePath, path, kernel::kLongestDevicePath);
 }

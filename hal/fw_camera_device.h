@@ -56,7 +56,10 @@ public:
     FWCameraDevice &operator=(const FWCameraDevice &) = delete;
 
     // False if the system had no mutex or event for it; it then can't be used.
-    bool IsWhole() const { return deviceMutex != nullptr && frameWaitEvent != nullptr; }
+    bool IsWhole() const
+    {
+        return deviceMutex != nullptr && frameWaitEvent != nullptr && buffersQueued != nullptr;
+    }
 
     // Sends one control request. A failure becomes the thread's last system error. Without an
     // overlapped block it waits.
@@ -99,6 +102,10 @@ public:
 
     // The run loop's idle wait. Manual reset; lives as long as the record for the same reason.
     std::unique_ptr<os::Event> frameWaitEvent;
+
+    // The receive thread has offered every buffer to the driver. Manual reset; it may have ended,
+    // and the ring with it, before whoever started it wakes.
+    std::unique_ptr<os::Event> buffersQueued;
 
     // Cleared by the stop and read by the receive thread once a buffer; what belongs to the stream
     // is ordered by the requests, the mutex and the join, so that the flag alone needs no order.

@@ -70,20 +70,18 @@ uint32_t FailedBecause(uint32_t systemError)
     return HAL_ERROR_ASYNC_READ;
 }
 
-void QueueAll(FWCameraDevice &device)
-{
-    for (ReceiveSlot &slot : device.ring->slots) {
-        const std::lock_guard lock(*device.ring->bufferMutex);
-        QueueSlot(device, slot);
-    }
-}
-
+// The driver listens only when every buffer is queued.
 void StartReceiveThread(FWCameraDevice &device)
 {
     device.isStreaming.store(true, std::memory_order_relaxed);
+    device.buffersQueued->Reset();
+    if (HAL_ThreadCreate(ReceiveThread, &device, &device.receiveThread) == HAL_NO_ERROR) {
+        static_cast<void>(device.buffersQueued->Wait());
+        return;
+    }
     // Without a thread the stream brings nothing, but it can be stopped, and without a wait.
-    if (HAL_ThreadCreate(ReceiveThread, &device, &device.receiveThread) != HAL_NO_ERROR)
-        device.ring->stopEvent->Signal();
+    QueueAll(device);
+    device.ring->stopEvent->Signal();
 }
 
 bool Listen(FWCameraDevice &device)
@@ -112,7 +110,6 @@ uint32_t StartStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_
     device.ring = MakeRing(device);
     if (!device.ring)
         return FailedBecause(kernel::kErrorNoSystemResources);
-    QueueAll(device);
     StartReceiveThread(device);
     if (!Listen(device))
         return HAL_ERROR_ASYNC_READ;

@@ -38,10 +38,23 @@ private:
 
 enum class LoopEnd { kStopped, kRequeueRefused, kDeviceLost };
 
+// Windows says it in one of several ways, as it happens to notice.
 bool SaysDeviceLost(uint32_t systemError)
 {
-    return systemError == kernel::kErrorDeviceNotConnected ||
-           systemError == kernel::kErrorFileNotFound || systemError == kernel::kErrorInvalidHandle;
+    constexpr uint32_t kDeviceNotExist = 55;
+    constexpr uint32_t kNoSuchDevice = 433;
+    constexpr uint32_t kDeviceRemoved = 1617;
+    switch (systemError) {
+    case kernel::kErrorDeviceNotConnected:
+    case kernel::kErrorFileNotFound:
+    case kernel::kErrorInvalidHandle:
+    case kDeviceNotExist:
+    case kNoSuchDevice:
+    case kDeviceRemoved:
+        return true;
+    default:
+        return false;
+    }
 }
 
 void Parse(FWCameraDevice &device, ReceiveSlot &slot, bool realTime)
@@ -97,6 +110,14 @@ uint32_t QueueSlot(FWCameraDevice &device, ReceiveSlot &slot)
     return slot.isQueued ? 0 : result.systemError;
 }
 
+void QueueAll(FWCameraDevice &device)
+{
+    for (ReceiveSlot &slot : device.ring->slots) {
+        const std::lock_guard lock(*device.ring->bufferMutex);
+        QueueSlot(device, slot);
+    }
+}
+
 std::span<uint8_t> PayloadOf(std::span<uint8_t> packetSlot)
 {
     if (packetSlot.size() < kernel::kSlotPayloadOffset)
@@ -115,6 +136,8 @@ void ReceiveThread(void *parameter)
 {
     auto &device = *static_cast<FWCameraDevice *>(parameter);
     t_receivingFor = &device;
+    QueueAll(device);
+    device.buffersQueued->Signal();
     uint32_t word = 0;
     kernel::Overlapped begin;
     const auto begun =

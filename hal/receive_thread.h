@@ -13,11 +13,16 @@ namespace zerix::hal {
 // refuses, 0 otherwise.
 uint32_t QueueSlot(FWCameraDevice &device, ReceiveSlot &slot);
 
+// Queues every slot's buffer, in order.
+void QueueAll(FWCameraDevice &device);
+
 // The payload in one packet slot of the driver's; empty if there is none to parse or its length
 // can't be right.
 std::span<uint8_t> PayloadOf(std::span<uint8_t> packetSlot);
 
-// The thread's routine; `device` is an FWCameraDevice with its ring made and queued.
+// The thread's routine; `device` is an FWCameraDevice with its ring made. It queues
+// the buffers itself, and then signals `buffersQueued`: Windows ends the requests of a thread that
+// ends, and the thread which begins a stream may do so long before the stream does.
 void ReceiveThread(void *device);
 
 // Whether the calling thread is the receive thread of this device, in one of its callbacks.

@@ -9,33 +9,27 @@ using namespace kernel;
 
 namespace {
 
-// How long a close waits for cancelled requests, before and after the handle is closed.
+// How long a close waits for cancelled requests, all of them together, before and after the handle
+// is closed.
 constexpr uint32_t kPatienceMilliseconds = 1000;
-
-// A device that is gone answers with one of several errors, as the system happens to notice it.
-uint32_t PortError(uint32_t systemError)
-{
-    switch (systemError) {
-    case kErrorDeviceNotExist:
-    case kErrorNoSuchDevice:
-    case kErrorDeviceRemoved:
-        return kErrorDeviceNotConnected;
-    default:
-        return systemError;
-    }
-}
 
 constexpr ControlResult kPendingResult = {Completion::kPending, 0, 0};
 
 ControlResult Done(uint32_t bytes) { return {Completion::kDone, 0, bytes}; }
 
-ControlResult Failed(uint32_t systemError)
-{
-    return {Completion::kFailed, PortError(systemError), 0};
-}
+ControlResult Failed(uint32_t systemError) { return {Completion::kFailed, systemError, 0}; }
 
-// What the caller's block holds: the request while it is pending, its result afterwards.
-enum Word { kRequestWord, kCompletionWord, kErrorWord, kBytesWord };
+// What the caller's block holds: the request while it is pending, and whose it is; its result
+// afterwards.
+enum Word { kRequestWord, kOwnerWord, kCompletionWord, kErrorWord, kBytesWord };
+
+// The system gives the number of a closed handle to the next one that is opened: a block that was
+// left pending at the close must not be taken for one of the new device's.
+uintptr_t NewOwner()
+{
+    static std::atomic<uintptr_t> last{0};
+    return ++last;
+}
 
 void Store(Overlapped &overlapped, const ControlResult &result)
 {
@@ -54,12 +48,19 @@ ControlResult Stored(const Overlapped &overlapped)
 // The result of a request that is over at once, for a later wait, too.
 ControlResult Over(Overlapped *overlapped, const ControlResult &result)
 {
-    if (overlapped != nullptr)
+    if (overlapped != nullptr) {
+        overlapped->driverWords[kRequestWord] = 0;
         Store(*overlapped, result);
+    }
     return result;
 }
 
 } // namespace
+
+PendingRequests::PendingRequests(SystemCalls &system, SystemHandle device)
+    : m_system(system), m_device(device), m_owner(NewOwner())
+{
+}
 
 // Nobody is inside any more, but there may be requests that nobody waited for. One that even the
 // closed handle doesn't end keeps its block and its event for ever: the system may yet write there.
@@ -99,12 +100,21 @@ ControlResult PendingRequests::Send(uint32_t code, const Buffers &buffers, Overl
         return ResultOf(*request, nullptr);
     const std::lock_guard lock(m_mutex);
     overlapped->driverWords[kRequestWord] = reinterpret_cast<uintptr_t>(request);
+    overlapped->driverWords[kOwnerWord] = m_owner;
     return kPendingResult;
 }
 
 ControlResult PendingRequests::Wait(Overlapped &overlapped)
 {
-    if (Request *const request = RequestIn(overlapped))
+    Request *request = nullptr;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (overlapped.driverWords[kRequestWord] != 0 &&
+            overlapped.driverWords[kOwnerWord] != m_owner)
+            return Failed(kErrorInvalidHandle);
+        request = RequestIn(overlapped);
+    }
+    if (request != nullptr)
         Store(overlapped, ResultOf(*request, &overlapped));
     return Stored(overlapped);
 }
@@ -113,7 +123,7 @@ ControlResult PendingRequests::Wait(Overlapped &overlapped)
 void PendingRequests::Cancel(Overlapped &overlapped)
 {
     const std::lock_guard lock(m_mutex);
-    if (auto *const request = reinterpret_cast<Request *>(overlapped.driverWords[kRequestWord]))
+    if (Request *const request = RequestIn(overlapped))
         m_system.CancelIo(m_device, &request->block);
 }
 
@@ -151,10 +161,11 @@ void PendingRequests::GiveBack(Request &request, Overlapped *holder)
         holder->driverWords[kRequestWord] = 0;
 }
 
-PendingRequests::Request *PendingRequests::RequestIn(const Overlapped &overlapped)
+PendingRequests::Request *PendingRequests::RequestIn(const Overlapped &overlapped) const
 {
-    const std::lock_guard lock(m_mutex);
-    return reinterpret_cast<Request *>(overlapped.driverWords[kRequestWord]);
+    return overlapped.driverWords[kOwnerWord] == m_owner
+               ? reinterpret_cast<Request *>(overlapped.driverWords[kRequestWord])
+               : nullptr;
 }
 
 // Waits without limit, and gives the request back.
@@ -174,16 +185,19 @@ void PendingRequests::CancelIfClosed()
         CancelAll();
 }
 
-// False if one is not over in time.
+// False if one is not over in time. All were cancelled at once, so that behind one that isn't over
+// the others get no time of their own.
 bool PendingRequests::AwaitAll()
 {
-    bool areOver = true;
+    uint32_t patience = kPatienceMilliseconds;
     for (Request &request : m_requests) {
+        if (!request.isInUse)
+            continue;
+        request.isInUse = !m_system.WaitForEvent(request.block.event, patience);
         if (request.isInUse)
-            request.isInUse = !m_system.WaitForEvent(request.block.event, kPatienceMilliseconds);
-        areOver = areOver && !request.isInUse;
+            patience = 0;
     }
-    return areOver;
+    return patience != 0;
 }
 
 } // namespace zerix::bus

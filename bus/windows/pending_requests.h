@@ -14,9 +14,7 @@ namespace zerix::bus {
 
 class PendingRequests {
 public:
-    PendingRequests(SystemCalls &system, SystemHandle device) : m_system(system), m_device(device)
-    {
-    }
+    PendingRequests(SystemCalls &system, SystemHandle device);
     ~PendingRequests();
     PendingRequests(const PendingRequests &) = delete;
     PendingRequests &operator=(const PendingRequests &) = delete;
@@ -50,12 +48,14 @@ private:
     // The block of the request's sender, if it has one, holds nothing from then on.
     void GiveBack(Request &request, kernel::Overlapped *holder = nullptr);
     kernel::ControlResult ResultOf(Request &request, kernel::Overlapped *holder);
-    Request *RequestIn(const kernel::Overlapped &overlapped);
+    // Null if it holds none of these; under the mutex.
+    Request *RequestIn(const kernel::Overlapped &overlapped) const;
     void CancelIfClosed();
     bool AwaitAll();
 
     SystemCalls &m_system;
     const SystemHandle m_device;
+    const uintptr_t m_owner; // marks the blocks that hold a request of these
     std::atomic<bool> m_isClosed{false};
     std::mutex m_mutex;
     std::list<Request> m_requests; // under the mutex; grows to the most that ever pended

@@ -47,13 +47,10 @@ static_assert(sizeof(SystemOverlapped) == (kIs64Bit ? 32 : 20));
 // System errors that the bus itself goes by; those of the port stand in kernel_driver.h.
 enum SystemCallError : uint32_t {
     kErrorNotEnoughMemory = 8,
-    kErrorDeviceNotExist = 55,
     kErrorInsufficientBuffer = 0x7A,
     kErrorNoMoreItems = 0x103,
-    kErrorNoSuchDevice = 433,
     kErrorIoIncomplete = 996,
     kErrorIoPending = 997,
-    kErrorDeviceRemoved = 1617,
 };
 
 class SystemCalls {

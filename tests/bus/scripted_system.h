@@ -86,6 +86,16 @@ public:
     };
     void Expect(const Control &control) { m_controls.push_back(control); }
 
+    // What a request was sent with.
+    struct Sent {
+        const void *in;
+        uint32_t inBytes;
+        void *out;
+        uint32_t outBytes;
+        bool operator==(const Sent &) const = default;
+    };
+    std::vector<Sent> sent;
+
     uint32_t openError = 0;
     bool hasEvents = true;
     bool endsWhenCancelled = true;
@@ -93,6 +103,7 @@ public:
     std::function<void()> duringControl; // runs inside the next request
     std::vector<std::string> opened;
     std::vector<std::string> log;           // of cancels, closes and waits
+    std::vector<uint32_t> timeouts;         // of the waits
     std::vector<SystemOverlapped *> blocks; // of the requests sent, in order
     int openEvents = 0;
     int createdEvents = 0;
@@ -110,12 +121,15 @@ public:
         return kDevice;
     }
 
-    bool DeviceIoControl(SystemHandle device, uint32_t code, const void *, uint32_t, void *,
-                         uint32_t, uint32_t *returnedBytes, SystemOverlapped *overlapped) override
+    bool DeviceIoControl(SystemHandle device, uint32_t code, const void *in, uint32_t inBytes,
+                         void *out, uint32_t outBytes, uint32_t *returnedBytes,
+                         SystemOverlapped *overlapped) override
     {
         EXPECT_EQ(device, kDevice);
         EXPECT_NE(overlapped->event, 0u);
+        EXPECT_EQ(overlapped->position[0] | overlapped->position[1], 0u);
         blocks.push_back(overlapped);
+        sent.push_back({in, inBytes, out, outBytes});
         if (m_controls.empty()) {
             ADD_FAILURE() << "an unexpected request " << std::hex << code;
             return Fails(1);
@@ -180,9 +194,10 @@ public:
         return 1000 + static_cast<SystemHandle>(createdEvents);
     }
 
-    bool WaitForEvent(SystemHandle event, uint32_t) override
+    bool WaitForEvent(SystemHandle event, uint32_t timeoutMilliseconds) override
     {
         log.emplace_back("wait");
+        timeouts.push_back(timeoutMilliseconds);
         for (const Pending &pending : m_pending)
             if (pending.block->event == event)
                 return pending.isOver;

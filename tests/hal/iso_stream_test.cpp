@@ -41,6 +41,21 @@ TEST_F(IsoStream, QueuesListensAndTurnsTheCameraOn)
     EXPECT_EQ(Stop(), 0u);
 }
 
+// The thread that begins a stream may end long before the stream does, and Windows ends its
+// requests with it.
+TEST_F(IsoStream, QueuesFromTheReceiveThreadAlone)
+{
+    BeStreamingUnforgotten();
+    const auto thread = driver.Requests(kernel::kControlStreamBegin).at(0).sender;
+    EXPECT_NE(thread, std::this_thread::get_id());
+    const auto queued = driver.Requests(kernel::kControlQueueBuffer);
+    EXPECT_EQ(queued.size(), 60u);
+    for (const SentRequest &request : queued)
+        EXPECT_EQ(request.sender, thread);
+    EXPECT_EQ(driver.Requests(kernel::kControlListen).at(0).sender, std::this_thread::get_id());
+    EXPECT_EQ(Stop(), 0u);
+}
+
 TEST_F(IsoStream, StartsOnce)
 {
     BeStreaming();
@@ -226,11 +241,14 @@ TEST_F(IsoStream, TellsOfADeviceThatIsLost)
 
 TEST_F(IsoStream, TellsOfALossThatShowsWhenABufferIsQueued)
 {
-    BeStreaming();
-    driver.Next(kernel::kControlQueueBuffer, Fails(kernel::kErrorDeviceNotConnected));
-    ASSERT_TRUE(driver.Fill({}));
-    ASSERT_TRUE(sink.AwaitTimedOut());
-    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    for (const uint32_t error : {2u, 6u, 55u, 433u, 1167u, 1617u}) {
+        BeStreaming();
+        driver.Next(kernel::kControlQueueBuffer, Fails(error));
+        ASSERT_TRUE(driver.Fill({}));
+        ASSERT_TRUE(sink.AwaitTimedOut()) << error;
+        EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    }
+    EXPECT_EQ(sink.timedOutCount, 6u);
 }
 
 TEST_F(IsoStream, TellsOfABufferThatFails)

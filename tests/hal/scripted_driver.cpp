@@ -212,7 +212,8 @@ void ScriptedDriver::Record(kernel::DeviceHandle device, uint32_t code, const vo
     if (in != nullptr && code != kernel::kControlQueueBuffer)
         bytes.assign(static_cast<const uint8_t *>(in), static_cast<const uint8_t *>(in) + inSize);
     m_calls.push_back(Hexadecimal(code));
-    m_requests.push_back({code, device, inSize, outSize, isOverlapped, std::move(bytes)});
+    m_requests.push_back({code, device, inSize, outSize, isOverlapped, std::move(bytes),
+                          std::this_thread::get_id()});
 }
 
 uint32_t ScriptedDriver::Enumerate(kernel::DevicePath *list, uint32_t maximumCount, uint32_t *count)

@@ -9,6 +9,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "hal/kernel_driver.h"
@@ -25,6 +26,7 @@ struct SentRequest {
     uint32_t outSize;
     bool isOverlapped;
     Bytes in; // not of queued buffers
+    std::thread::id sender;
 
     // The in record as little-endian words.
     std::vector<uint32_t> Words() const;

@@ -111,9 +111,14 @@ protected:
     // Starts, and forgets how; the receive thread has begun.
     void BeStreaming()
     {
+        BeStreamingUnforgotten();
+        driver.Forget();
+    }
+
+    void BeStreamingUnforgotten()
+    {
         ASSERT_EQ(Start(), 0u);
         ASSERT_TRUE(driver.Await(kernel::kControlStreamBegin, ++m_starts));
-        driver.Forget();
     }
 
     // Stops, with an idle buffer that comes once the stop has begun, as from a camera that streams.

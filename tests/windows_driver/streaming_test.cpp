@@ -130,6 +130,21 @@ TEST_F(WindowsStreaming, BeginsAndEndsAgainAndAgain)
     EXPECT_GE(driver.State(0).requests[14], 300u); // sixty buffers each time
 }
 
+// The system ends the requests of a thread with the thread. An application may begin its stream on
+// one that does nothing else.
+TEST_F(WindowsStreaming, GoesOnWhenTheThreadThatBeganItHasEnded)
+{
+    driver.SetSilent(0, true); // every buffer is still queued by then
+    std::thread([this] { EXPECT_EQ(0u, Start()); }).join();
+    EXPECT_EQ(60u, driver.State(0).queuedBuffers);
+    driver.SetSilent(0, false);
+    for (int i = 0; i < 100; ++i)
+        ASSERT_TRUE(AwaitFrame()) << i;
+    EXPECT_EQ(os::WaitResult::kTimedOut, camera.timedOut->Wait(0));
+    EXPECT_EQ(0u, Stop());
+    EXPECT_EQ(0u, camera.brokenFrames);
+}
+
 TEST_F(WindowsStreaming, ListensLaterWhereTheDriverTakesItsTime)
 {
     driver.AddFault({0, kListen, kTestPendAndDo, 0, 0, 1});
