@@ -112,7 +112,8 @@ void SetWallClockForTest(std::function<WallTime()> clock);
 uint32_t LastError();
 void SetLastError(uint32_t systemError);
 
-// The system's text for a number, in its default language, without a line end; never empty.
+// The system's text for a number, in its default language, as the system has it: on Windows with a
+// line end, and empty for a number that it knows nothing of.
 std::string ErrorText(uint32_t systemError);
 
 // One line of the hardware layer's running commentary. Goes where the configuration value

@@ -40,7 +40,7 @@ private:
 bool TellFailure(const char *call, DWORD error)
 {
     char line[128];
-    std::snprintf(line, sizeof line, "%s  was NOT succesfull %lu", call, error);
+    std::snprintf(line, sizeof line, "%s  was NOT succesfull %d", call, static_cast<int>(error));
     os::DebugOutput(line);
     return false;
 }
@@ -53,7 +53,7 @@ bool Succeeded(const char *call, BOOL result)
 struct Selection {
     HDEVINFO list;
     SP_DEVINFO_DATA device;
-    SP_DRVINFO_DATA_A driver;
+    SP_DRVINFO_DATA_W driver; // the installer's library takes no other
 };
 
 // The path names one file: without the flag it would be taken for a folder of them.
@@ -92,7 +92,7 @@ bool SelectDriver(Selection &selection, const char *deviceId, const std::string 
                                                &selection.device)) &&
            Succeeded(
                "SetupDiGetSelectedDriver",
-               SetupDiGetSelectedDriverA(selection.list, &selection.device, &selection.driver));
+               SetupDiGetSelectedDriverW(selection.list, &selection.device, &selection.driver));
 }
 
 std::unique_ptr<os::DynamicLibrary> LoadInstaller()
@@ -120,7 +120,7 @@ void TellOutcome(BOOL result)
 
 using InstallSelectedDriverFunction = BOOL(WINAPI *)(HWND, HDEVINFO, const wchar_t *, BOOL,
                                                      DWORD *);
-using InstallDeviceFunction = BOOL(WINAPI *)(HWND, HDEVINFO, SP_DEVINFO_DATA *, SP_DRVINFO_DATA_A *,
+using InstallDeviceFunction = BOOL(WINAPI *)(HWND, HDEVINFO, SP_DEVINFO_DATA *, SP_DRVINFO_DATA_W *,
                                              DWORD, BOOL *);
 
 // False if the library has no such entry.

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <windows.h>
 
+#include "platform/configuration_places.h"
 #include "platform/os.h"
 #include "platform/windows/configuration_readings.h"
 
@@ -134,7 +135,7 @@ void ShowFailureBox(const std::string &title, const std::string &text)
 void ReopenStandardOutputOnConsole()
 {
     if (!IsRedirected(GetStdHandle(STD_OUTPUT_HANDLE)) && HasConsole())
-        static_cast<void>(std::freopen("CONOUT$", "w", stdout));
+        static_cast<void>(std::freopen("CONOUT$", "wt", stdout));
 }
 
 } // namespace zerix::os

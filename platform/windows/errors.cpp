@@ -11,34 +11,6 @@ namespace {
 // thread's variables among them.
 thread_local uint32_t lastError = 0;
 
-std::string WithoutLineEnd(std::string text)
-{
-    while (!text.empty() && (text.back() == '\r' || text.back() == '\n' || text.back() == ' '))
-        text.pop_back();
-    return text;
-}
-
-std::string SystemText(uint32_t systemError)
-{
-    char *text = nullptr;
-    const DWORD length = FormatMessageA(
-        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
-        nullptr, systemError, 0, reinterpret_cast<char *>(&text), 0, nullptr);
-    if (length == 0)
-        return {};
-    const std::unique_ptr<char, void (*)(void *)> owner(text,
-                                                        [](void *block) { LocalFree(block); });
-    return WithoutLineEnd(std::string(text, length));
-}
-
-std::string OnOneLine(std::string text)
-{
-    for (char &letter : text)
-        if (letter == '\r' || letter == '\n')
-            letter = ' ';
-    return text;
-}
-
 } // namespace
 
 uint32_t LastError() { return lastError; }
@@ -51,8 +23,15 @@ void SetLastError(uint32_t systemError)
 
 std::string ErrorText(uint32_t systemError)
 {
-    const std::string text = OnOneLine(SystemText(systemError));
-    return !text.empty() ? text : "error " + std::to_string(systemError);
+    char *text = nullptr;
+    const DWORD length = FormatMessageA(
+        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+        nullptr, systemError, 0, reinterpret_cast<char *>(&text), 0, nullptr);
+    if (length == 0)
+        return {};
+    const std::unique_ptr<char, void (*)(void *)> owner(text,
+                                                        [](void *block) { LocalFree(block); });
+    return {text, length};
 }
 
 } // namespace zerix::os

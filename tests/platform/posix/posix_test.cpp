@@ -192,6 +192,10 @@ TEST(ErrorTexts, OfThisSystemAreItsOwn)
     EXPECT_EQ(ErrorText(11), std::string(strerror(11)));
     EXPECT_EQ(ErrorText(1450), "Insufficient system resources exist to complete the request.");
     EXPECT_EQ(ErrorText(1167), "The device is not connected.");
+    for (const uint32_t number : {0u, 2u, 50u, 77u, 995u, 4'000'000'000u}) {
+        EXPECT_FALSE(ErrorText(number).empty()) << number;
+        EXPECT_EQ(ErrorText(number).find_first_of("\r\n"), std::string::npos) << number;
+    }
 }
 
 TEST(Threads, ThatTheSystemRefusesAreNull)

@@ -77,14 +77,5 @@ TEST(Console, ThatIsRedirectedStaysSo)
     EXPECT_FALSE(StandardOutputIsTerminal());
 }
 
-TEST(FailureBox, OfATestIsALineOfDebugOutput)
-{
-    std::string told;
-    SetDebugOutputForTest([&](const std::string &line) { told = line; });
-    ShowFailureBox("Error", "FWCameraIsOpen failed with error 5: Access denied.");
-    SetDebugOutputForTest({});
-    EXPECT_EQ(told, "Error: FWCameraIsOpen failed with error 5: Access denied.");
-}
-
 } // namespace
 } // namespace zerix::os

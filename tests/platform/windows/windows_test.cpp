@@ -65,9 +65,10 @@ TEST(ErrorTexts, AreTheSystems)
     ASSERT_NE(FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr,
                              1450, 0, reinterpret_cast<char *>(&text), 0, nullptr),
               0u);
-    EXPECT_EQ(ErrorText(1450) + "\r\n", text);
+    EXPECT_EQ(ErrorText(1450), text);
+    EXPECT_TRUE(ErrorText(1450).ends_with("\r\n")) << text;
     LocalFree(text);
-    EXPECT_EQ(ErrorText(4'000'000'000u), "error 4000000000");
+    EXPECT_EQ(ErrorText(4'000'000'000u), "");
 }
 
 // The system's own last error is lost to whatever is called in between.
