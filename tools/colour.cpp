@@ -10,6 +10,7 @@
 #include "tools/apply_settings.h"
 #include "tools/camera_settings.h"
 #include "tools/command_error.h"
+#include "tools/progress.h"
 #include "tools/taken_pictures.h"
 #include "tools/wait_limit.h"
 
@@ -83,6 +84,7 @@ void Measure(const Session &session, const OpenCamera &camera, uint32_t exposure
              double seconds, const char *what, const std::function<uint32_t()> &call)
 {
     FrameCredit credit(session.IsSimulated(), camera.Item().uniqueId);
+    const Progress progress(fmt::format("searching for {}", what));
     WaitLimit limit(camera.Handle(), seconds);
     const uint32_t error = credit.WhileEachGranted(call, exposuresPerPicture);
     if (limit.Finish())

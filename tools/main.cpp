@@ -1,14 +1,23 @@
 // The zerix command-line tool: parses the command line and runs a verb. Exit status 0 for success,
 // 1 for a failure (one sentence on the standard error), 2 for wrong usage.
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <iostream>
 #include <map>
 #include <string>
+#include <system_error>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "tools/command_error.h"
+#include "tools/name_match.h"
 #include "tools/verbs.h"
 
 namespace {
@@ -17,6 +26,60 @@ using namespace zerix::tool;
 
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
+// fmt throws where a stream can't be written: not here, where nobody would catch it.
+void Tell(const std::string &sentence)
+{
+    std::fputs(fmt::format("zerix: {}\n", sentence).c_str(), stderr);
+}
+
+// What waits in buffers still goes out here: a full disk behind the standard output is a failure.
+int WithOutputWritten(int status)
+{
+    errno = 0;
+    const bool isWritten =
+        std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.flush().good();
+    if (isWritten || status != 0)
+        return status;
+    const std::string reason = errno != 0 ? fmt::format(": {}", std::strerror(errno)) : "";
+    Tell(fmt::format("the standard output can't be written{}.", reason));
+    return kFailed;
+}
+
+// What a variable that isn't set leaves behind is no name.
+std::string CheckNotEmpty(const std::string &text)
+{
+    return text.empty() ? "it can't be empty" : std::string();
+}
+
+std::string CheckTime(const std::string &seconds)
+{
+    const double value = std::strtod(seconds.c_str(), nullptr);
+    return value > 0 && std::isfinite(value) ? std::string()
+                                             : "it takes a time above 0, such as 500ms, 5s or 2min";
+}
+
+// True where the command line names a command that there isn't; it is told then.
+bool HasUnknownCommand(const CLI::App &app)
+{
+    const CLI::App *last = &app;
+    while (!last->get_subcommands().empty())
+        last = last->get_subcommands().front();
+    std::vector<std::string> known;
+    for (const CLI::App *command : last->get_subcommands([](const CLI::App *) { return true; }))
+        known.push_back(command->get_name());
+    const auto rest = app.remaining(true);
+    const auto unknown = std::find_if(
+        rest.begin(), rest.end(), [](const std::string &word) { return !word.starts_with('-'); });
+    if (known.empty() || unknown == rest.end())
+        return false;
+    const auto near = NearNames(*unknown, known);
+    Tell(
+        near.empty()
+            ? fmt::format("\"{}\" is no command; known are {}.", *unknown, Enumerated(known, "and"))
+            : fmt::format("\"{}\" is no command; did you mean {}?", *unknown, Enumerated(near)));
+    return true;
+}
+
 constexpr const char *kWaitHelp =
     "Longest wait for a picture: 5s, 10min (default: a minute more than its exposure)";
 
@@ -27,9 +90,11 @@ void AddCommonOptions(CLI::App &app, CommonOptions &options)
     app.add_option(
            "--rack", options.rack,
            "Use the virtual bus with this rack: a TOML file or a known name (implies --sim)")
+        ->check(CheckNotEmpty)
         ->type_name("FILE|NAME");
     app.add_option("--camera", options.camera,
                    "The camera: its ID in the list or its unique identifier (default: the first)")
+        ->check(CheckNotEmpty)
         ->type_name("ID");
     app.add_flag("--json", options.json, "Print JSON instead of a table");
     app.fallthrough();
@@ -40,7 +105,7 @@ void AddDuration(CLI::App &verb, const char *name, double &seconds, const char *
     verb.add_option(name, seconds, help)
         ->transform(CLI::AsNumberWithUnit(
             std::map<std::string, double>{{"ms", 0.001}, {"s", 1}, {"min", 60}, {"h", 3600}}))
-        ->check(CLI::PositiveNumber)
+        ->check(CheckTime)
         ->type_name("TIME");
 }
 
@@ -105,6 +170,7 @@ void AddProcess(CLI::App &app, ProcessOptions &process)
     verb->add_option("-o,--output", process.output,
                      "The file, as with grab; several pictures get numbers")
         ->required()
+        ->check(CheckNotEmpty)
         ->type_name("FILE");
     verb->add_option("--method", process.method,
                      "How colours are interpolated: nearest, linear or cubic (default)")
@@ -124,6 +190,7 @@ void AddRecord(CLI::App &app, const CommonOptions &common, RecordOptions &record
                      ".ome.tiff, .fits .fit (a cube), .ser, .raw (raw samples with a FILE.json "
                      "beside them)")
         ->required()
+        ->check(CheckNotEmpty)
         ->type_name("FILE");
     verb->add_option("-n,--count", record.count,
                      "How many frames; without this and --for, until Ctrl-C")
@@ -169,6 +236,7 @@ void AddTrigger(CLI::App &app, const CommonOptions &common, TriggerOptions &trig
     auto *verb = app.add_subcommand("trigger", "Take one picture by a software trigger");
     verb->add_option("-o,--output", trigger.file,
                      "The file, as with grab (default: the picture is only described)")
+        ->check(CheckNotEmpty)
         ->type_name("FILE");
     AddSettings(*verb, trigger.settings);
     AddDuration(*verb, "--wait", trigger.waitSeconds, kWaitHelp);
@@ -271,6 +339,7 @@ int Run(int argc, char **argv)
                      "The file; its ending chooses the format: .tif .tiff .fits .fit .png .raw "
                      "(raw samples with a FILE.json beside them)")
         ->required()
+        ->check(CheckNotEmpty)
         ->type_name("FILE");
     take->add_option("-n,--count", grab.count,
                      "How many pictures (default: 1); several get numbers "
@@ -291,8 +360,9 @@ int Run(int argc, char **argv)
 
     auto *look = app.add_subcommand(
         "preview", "Take a picture for a quick look: small, stretched, in colour if there is any");
-    look->add_option("-o,--output", preview.file, "The file, in the format PPM")
+    look->add_option("-o,--output", preview.file, "The file, in the format PPM: FILE.ppm")
         ->required()
+        ->check(CheckNotEmpty)
         ->type_name("FILE");
     look->add_option("--size", preview.longestSide, "Most pixels of the longer side (default: 400)")
         ->check(CLI::Range(16u, 4096u))
@@ -304,7 +374,8 @@ int Run(int argc, char **argv)
     } catch (const CLI::Success &success) {
         return app.exit(success);
     } catch (const CLI::ParseError &error) {
-        app.exit(error);
+        if (!HasUnknownCommand(app))
+            app.exit(error);
         return kWrongUsage;
     }
     return 0;
@@ -315,11 +386,17 @@ int Run(int argc, char **argv)
 int main(int argc, char **argv)
 {
     try {
-        return Run(argc, argv);
+        return WithOutputWritten(Run(argc, argv));
     } catch (const zerix::tool::CommandError &error) {
-        fmt::print(stderr, "zerix: {}\n", error.what());
+        Tell(error.what());
+    } catch (const std::system_error &error) {
+        // fmt's, of a standard output that is full.
+        Tell(fmt::format("{}: {}.",
+                         std::ferror(stdout) != 0 ? "the standard output can't be written"
+                                                  : "something went wrong",
+                         error.code().message()));
     } catch (const std::exception &error) {
-        fmt::print(stderr, "zerix: something went wrong: {}\n", error.what());
+        Tell(fmt::format("something went wrong: {}.", error.what()));
     }
     return kFailed;
 }

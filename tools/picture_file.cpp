@@ -15,6 +15,11 @@ void CheckPictureFile(const std::string &file)
     std::string error;
     if (FormatOfFile(file, &error) == nullptr)
         throw CommandError(error);
+    CheckFolder(file);
+}
+
+void CheckFolder(const std::string &file)
+{
     const auto folder = std::filesystem::path(file).parent_path();
     if (!folder.empty() && !std::filesystem::is_directory(folder))
         throw CommandError(

@@ -4,10 +4,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <fstream>
 #include <string_view>
 
 #include <fmt/format.h>
+
+#include "tools/writers/whole_file.h"
 
 namespace zerix::tool {
 
@@ -105,12 +106,10 @@ Preview MakePreview(const Picture &picture, uint32_t longestSide)
 
 std::string WritePreview(const std::string &path, const Preview &preview)
 {
-    std::ofstream file(path, std::ios::binary);
-    file << fmt::format("P6\n{} {}\n255\n", preview.width, preview.height);
-    file.write(reinterpret_cast<const char *>(preview.rgb.data()),
-               static_cast<std::streamsize>(preview.rgb.size()));
-    file.close();
-    return file ? "" : fmt::format("{} can't be written.", path);
+    std::string bytes = fmt::format("P6\n{} {}\n255\n", preview.width, preview.height);
+    bytes.append(preview.rgb.begin(), preview.rgb.end());
+    return WriteWhole(path,
+                      [&](const std::string &temporary) { return WriteBytes(temporary, bytes); });
 }
 
 } // namespace zerix::tool

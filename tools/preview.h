@@ -19,7 +19,7 @@ struct Preview {
 // At most `longestSide` pixels on the longer side; a whole number of samples becomes one pixel.
 Preview MakePreview(const Picture &picture, uint32_t longestSide);
 
-// Writes a PPM file; empty, or one sentence on what went wrong.
+// Writes a PPM file, whole or not at all; empty, or one sentence on what went wrong.
 std::string WritePreview(const std::string &path, const Preview &preview);
 
 } // namespace zerix::tool

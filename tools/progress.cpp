@@ -9,27 +9,82 @@
 
 namespace zerix::tool {
 
-Progress::Progress(std::string what, uint32_t total)
-    : m_what(std::move(what)), m_total(total), m_isTerminal(os::StandardErrorIsTerminal()),
-      m_start(Clock::now())
+namespace {
+
+// A terminal may be gone, and fmt would throw then.
+void Print(const std::string &text)
 {
+    std::fputs(text.c_str(), stderr);
+    std::fflush(stderr);
+}
+
+} // namespace
+
+Progress::Progress(std::string what, uint32_t total) : m_what(std::move(what)), m_total(total)
+{
+    if (os::StandardErrorIsTerminal())
+        m_thread = std::thread([this] { Run(); });
 }
 
 Progress::~Progress()
 {
-    if (m_shown)
-        fmt::print(stderr, "\r\x1b[K");
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isOver = true;
+    }
+    m_changed.notify_one();
+    if (m_thread.joinable())
+        m_thread.join();
+    Clear();
 }
 
 void Progress::Advance(uint32_t done)
 {
-    const std::chrono::duration<double> elapsed = Clock::now() - m_start;
-    if (!m_isTerminal || elapsed.count() < 1.0)
-        return;
-    m_shown = true;
-    const double left = done == 0 ? 0 : elapsed.count() * (m_total - done) / done;
-    fmt::print(stderr, "\r\x1b[K{} {} of {}, {:.0f} s left", m_what, done, m_total, left);
-    std::fflush(stderr);
+    const std::lock_guard lock(m_mutex);
+    m_done = done;
+    m_isHidden = false;
+}
+
+void Progress::Hide()
+{
+    const std::lock_guard lock(m_mutex);
+    m_isHidden = true;
+    Clear();
+}
+
+void Progress::Run()
+{
+    constexpr std::chrono::seconds kPatience{1};
+    constexpr std::chrono::milliseconds kBetween{250};
+    std::unique_lock lock(m_mutex);
+    auto next = m_start + kPatience;
+    while (!m_changed.wait_until(lock, next, [this] { return m_isOver; })) {
+        if (!m_isHidden)
+            Show();
+        next += kBetween;
+    }
+}
+
+// "taking a picture, 3 s"; of several "taking picture 2 of 5, 12 s left".
+void Progress::Show()
+{
+    const double elapsed = std::chrono::duration<double>(Clock::now() - m_start).count();
+    std::string text = m_what;
+    if (m_total > 1)
+        text += fmt::format(" {} of {}", m_done + 1, m_total);
+    if (m_done > 0)
+        text += fmt::format(", {:.0f} s left", elapsed * (m_total - m_done) / m_done);
+    else
+        text += fmt::format(", {:.0f} s", elapsed);
+    Print("\r\x1b[K" + text);
+    m_isShown = true;
+}
+
+void Progress::Clear()
+{
+    if (m_isShown)
+        Print("\r\x1b[K");
+    m_isShown = false;
 }
 
 } // namespace zerix::tool

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "platform/configuration_places.h"
 #include "platform/os.h"
 #include "tools/command_error.h"
 #include "zerix/zerix_sim.h"
@@ -22,7 +23,8 @@ bool ChooseBus(const CommonOptions &options)
         const auto bus = os::EnvironmentVariable("ZERIX_BUS");
         if (bus)
             return bus->starts_with("simulated");
-        const auto configuration = os::Configuration::Open();
+        // The driver reads it too, and tells what is wrong with it.
+        const auto configuration = os::OpenConfigurationQuietly();
         return configuration != nullptr && configuration->Text("Bus").value_or("") == "simulated";
     }
     os::SetEnvironment("ZERIX_BUS", "simulated");

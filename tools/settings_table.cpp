@@ -10,6 +10,7 @@
 
 #include "tools/command_error.h"
 #include "tools/parameter_values.h"
+#include "tools/writers/json_text.h"
 
 namespace zerix::tool {
 
@@ -70,7 +71,7 @@ void ShowSettings(const OpenCamera &camera, const std::vector<const ParameterRow
         shown.push_back({row, state});
     }
     if (asJson)
-        fmt::print("{}\n", JsonOf(shown).dump(2));
+        fmt::print("{}\n", JsonText(JsonOf(shown), 2));
     else
         PrintSettings(shown);
 }

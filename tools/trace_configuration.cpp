@@ -11,6 +11,7 @@
 #include "platform/os.h"
 #include "tools/command_error.h"
 #include "tools/name_match.h"
+#include "tools/writers/whole_file.h"
 
 namespace zerix::tool {
 
@@ -61,24 +62,19 @@ void SetLine(std::vector<std::string> &lines, const ConfigurationValue &value)
         lines.push_back(text);
 }
 
-// Whole or not at all.
 void WriteLines(const std::string &path, const std::vector<std::string> &lines)
 {
     const std::filesystem::path target(path);
-    std::error_code error;
+    std::error_code ignored; // what is wrong is told where the file is written
     if (target.has_parent_path())
-        std::filesystem::create_directories(target.parent_path(), error);
-    const std::string temporary = path + ".new";
-    std::ofstream file(temporary, std::ios::trunc);
+        std::filesystem::create_directories(target.parent_path(), ignored);
+    std::string text;
     for (const auto &line : lines)
-        file << line << '\n';
-    file.close();
-    if (file.good())
-        std::filesystem::rename(temporary, path, error);
-    if (!file.good() || error) {
-        std::filesystem::remove(temporary, error);
-        throw CommandError(fmt::format("the configuration {} can't be written.", path));
-    }
+        text += line + '\n';
+    const std::string error =
+        WriteWhole(path, [&](const std::string &temporary) { return WriteBytes(temporary, text); });
+    if (!error.empty())
+        throw CommandError("the configuration " + error);
 }
 
 std::string DefaultTraceFile()

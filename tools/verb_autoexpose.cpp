@@ -6,6 +6,7 @@
 #include "tools/colour.h"
 #include "tools/parameter_values.h"
 #include "tools/verbs.h"
+#include "tools/writers/json_text.h"
 
 namespace zerix::tool {
 
@@ -77,7 +78,7 @@ void AutoExpose(const CommonOptions &options, const MeasureOptions &measure)
         SetToColour(camera);
     const FoundExposure found = FindExposure(session, camera, measure.colour);
     if (options.json) {
-        fmt::print("{}\n", JsonOf(found).dump(2));
+        fmt::print("{}\n", JsonText(JsonOf(found), 2));
         return;
     }
     fmt::print("{}\n", TextOf(found));
@@ -100,7 +101,7 @@ void WhiteBalance(const CommonOptions &options, const MeasureOptions &measure)
         json["gain_green"] = gains[1] / 1e3;
         json["gain_blue"] = gains[2] / 1e3;
         json.update(JsonOf(found.exposure));
-        fmt::print("{}\n", json.dump(2));
+        fmt::print("{}\n", JsonText(json, 2));
         return;
     }
     std::string settings = SettingsOf(found.exposure);

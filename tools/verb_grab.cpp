@@ -17,12 +17,13 @@ void Grab(const CommonOptions &options, const GrabOptions &grab)
     ApplySettings(camera, grab.settings);
     PrepareColour(session, camera, grab.colour);
     TakenPictures pictures(session, camera);
-    Progress progress("taking picture", grab.count);
+    Progress progress(grab.count == 1 ? "taking a picture" : "taking picture", grab.count);
 
     for (uint32_t i = 0; i < grab.count; ++i) {
         progress.Advance(i);
-        FinishPicture(NumberedFile(grab.file, i, grab.count), i + 1,
-                      pictures.Take(grab.waitSeconds));
+        const Picture picture = pictures.Take(grab.waitSeconds);
+        progress.Hide();
+        FinishPicture(NumberedFile(grab.file, i, grab.count), i + 1, picture);
     }
 }
 

@@ -7,6 +7,7 @@
 #include "tools/info_keys.h"
 #include "tools/settings_table.h"
 #include "tools/verbs.h"
+#include "tools/writers/json_text.h"
 
 namespace zerix::tool {
 
@@ -49,7 +50,7 @@ void PrintJson(const OpenCamera &camera)
             value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();
     }
     json["parameters"] = JsonOf(SettingsOf(camera));
-    fmt::print("{}\n", json.dump(2));
+    fmt::print("{}\n", JsonText(json, 2));
 }
 
 void PrintTable(const OpenCamera &camera)

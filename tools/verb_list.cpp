@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/verbs.h"
+#include "tools/writers/json_text.h"
 
 namespace zerix::tool {
 
@@ -50,7 +51,7 @@ void PrintJson(const std::vector<Row> &rows)
                         {"bit_depth", row.bits},
                         {"colour", row.isColour},
                         {"cooled", row.isCooled}});
-    fmt::print("{}\n", list.dump(2));
+    fmt::print("{}\n", JsonText(list, 2));
 }
 
 void PrintTable(const std::vector<Row> &rows)

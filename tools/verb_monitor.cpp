@@ -16,6 +16,7 @@
 #include "tools/stream_watch.h"
 #include "tools/taken_pictures.h"
 #include "tools/verbs.h"
+#include "tools/writers/json_text.h"
 
 namespace zerix::tool {
 
@@ -83,7 +84,7 @@ void PrintJson(const StreamWatch::Counts &counts, double rate, const Cooler &coo
     json["set_temperature"] =
         cooler.isRegulated ? nlohmann::ordered_json(cooler.setTemperature) : nullptr;
     json["locked"] = cooler.isRegulated ? nlohmann::ordered_json(cooler.isLocked) : nullptr;
-    fmt::print("{}\n", json.dump());
+    fmt::print("{}\n", JsonText(json));
     std::fflush(stdout);
 }
 

@@ -8,6 +8,7 @@
 
 #include "tools/command_error.h"
 #include "tools/verbs.h"
+#include "tools/writers/json_text.h"
 #include "zerix/zerix_sim.h"
 
 namespace zerix::tool {
@@ -87,7 +88,7 @@ void PrintJson(const std::vector<RackRow> &rows, const std::vector<ZerixSimScene
     }
     for (const auto &scene : scenes)
         json["scenes"].push_back({{"usage", scene.usage}, {"meaning", scene.meaning}});
-    fmt::print("{}\n", json.dump(2));
+    fmt::print("{}\n", JsonText(json, 2));
 }
 
 void PrintTable(const std::vector<RackRow> &rows, const std::vector<ZerixSimScene> &scenes)

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <new>
 
 #include <fmt/format.h>
@@ -13,8 +12,10 @@
 #include "tools/colour.h"
 #include "tools/command_error.h"
 #include "tools/interrupts.h"
+#include "tools/picture_file.h"
 #include "tools/record_stream.h"
 #include "tools/verbs.h"
+#include "tools/writers/json_text.h"
 
 namespace zerix::tool {
 
@@ -32,10 +33,7 @@ void CheckFile(const std::string &file)
     std::string error;
     if (SequenceFormatOfFile(file, &error) == nullptr)
         throw CommandError(error);
-    const auto folder = std::filesystem::path(file).parent_path();
-    if (!folder.empty() && !std::filesystem::is_directory(folder))
-        throw CommandError(
-            fmt::format("{} can't be written: there is no folder {}.", file, folder.string()));
+    CheckFolder(file);
 }
 
 std::unique_ptr<SequenceWriter> Open(const std::string &file)
@@ -99,18 +97,18 @@ Result Run(RecordStream &stream, Recording &recording, const RecordingTarget &ta
 
 void CheckResult(const std::string &file, const Result &result)
 {
-    const std::string safe = FramesText(result.outcome.frames);
+    const std::string safe = fmt::format("{} {} safe in it", FramesText(result.outcome.frames),
+                                         result.outcome.frames <= 1 ? "is" : "are");
     if (!result.outcome.writeError.empty())
-        throw CommandError(fmt::format(
-            "{} can't be written any further: {}; {} in it.", file, result.outcome.writeError,
-            result.outcome.frames == 1 ? "1 frame is safe" : safe + " are safe"));
+        throw CommandError(fmt::format("{} can't be written any further: {}; {}.", file,
+                                       result.outcome.writeError, safe));
     if (result.error != ZERIX_SUCCESS)
-        Fail(fmt::format("recording ended with {} in {}", safe, file), result.error);
+        Fail(fmt::format("recording ended with {} in {}", FramesText(result.outcome.frames), file),
+             result.error);
     if (!result.outcome.endError.empty())
-        throw CommandError(fmt::format("the end of {} can't be written: {}; {} safe in it, but not "
-                                       "what the end tells of them.",
-                                       file, result.outcome.endError,
-                                       result.outcome.frames == 1 ? "1 frame is" : safe + " are"));
+        throw CommandError(fmt::format("the end of {} can't be written: {}; {}, but not what the "
+                                       "end tells of them.",
+                                       file, result.outcome.endError, safe));
 }
 
 void PrintJson(const std::string &file, const Result &result)
@@ -123,7 +121,7 @@ void PrintJson(const std::string &file, const Result &result)
     json["with_missing_data"] = result.counts.withMissingData;
     json["seconds"] = result.seconds;
     json["interrupted"] = result.wasInterrupted;
-    fmt::print("{}\n", json.dump(2));
+    fmt::print("{}\n", JsonText(json, 2));
 }
 
 void PrintText(const std::string &file, const Result &result)

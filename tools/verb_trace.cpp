@@ -2,8 +2,10 @@
 // follows another, each ended by a NUL byte.
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <deque>
 #include <filesystem>
 #include <fstream>
@@ -41,14 +43,17 @@ bool IsWanted(const TraceOptions &trace, std::string_view kind)
 
 void SwitchOn(const TraceOptions &trace)
 {
-    const auto absolute = std::filesystem::absolute(trace.file.empty() ? TraceFile() : trace.file);
+    const auto absolute =
+        std::filesystem::absolute(trace.file.empty() ? TraceFile() : trace.file).lexically_normal();
     const std::string file = absolute.string();
     if (file.find_first_of("\"\n") != std::string::npos)
         throw CommandError("the log's file can't have a quote or a line's end in its name.");
     std::error_code ignored;
     std::filesystem::create_directories(absolute.parent_path(), ignored);
+    errno = 0;
     if (!std::ofstream(file, std::ios::app))
-        throw CommandError(fmt::format("the log {} can't be written.", file));
+        throw CommandError(
+            fmt::format("the log {} can't be written: {}.", file, std::strerror(errno)));
     std::vector<ConfigurationValue> values = {{"outputEnabled", "1"},
                                               {"outputToFile", "1"},
                                               {"outputFilePath", fmt::format("\"{}\"", file)}};

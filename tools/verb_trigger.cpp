@@ -8,6 +8,7 @@
 #include "tools/frame_credit.h"
 #include "tools/interrupts.h"
 #include "tools/picture_file.h"
+#include "tools/progress.h"
 #include "tools/taken_pictures.h"
 #include "tools/verbs.h"
 
@@ -102,10 +103,12 @@ void Trigger(const CommonOptions &options, const TriggerOptions &trigger)
     const FrameCredit credit(session.IsSimulated(), camera.Item().uniqueId);
     credit.Grant(pictures.ExposuresEach());
     TriggeredFrame frame(camera, pictures.FrameBytes());
+    Progress progress("taking a picture");
     // Behind a turning wheel each colour's exposure has a trigger of its own.
     for (uint32_t i = 0; i < pictures.ExposuresEach(); ++i)
         frame.Fire();
     const auto &taken = frame.Wait(pictures.LongestWait(trigger.waitSeconds));
+    progress.Hide();
     FinishPicture(trigger.file, 1, pictures.PictureOf(taken));
 }
 

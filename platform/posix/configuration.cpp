@@ -124,12 +124,12 @@ void TellOfBadLine(const std::string &path, uint32_t number, std::string_view li
                  static_cast<int>(line.size()), line.data());
 }
 
-Values ValuesOf(std::istream &file, const std::string &path)
+Values ValuesOf(std::istream &file, const std::string &path, bool isQuiet)
 {
     Values values;
     std::string line;
     for (uint32_t number = 1; std::getline(file, line); ++number)
-        if (!IsNothingOrComment(line) && !TakeLine(line, values))
+        if (!IsNothingOrComment(line) && !TakeLine(line, values) && !isQuiet)
             TellOfBadLine(path, number, Trimmed(line));
     return values;
 }
@@ -158,7 +158,7 @@ private:
     const Values m_values;
 };
 
-std::unique_ptr<Configuration> OpenFirst()
+std::unique_ptr<Configuration> OpenFirst(bool isQuiet)
 {
     std::istringstream places(ConfigurationPlaces());
     std::string path;
@@ -168,9 +168,19 @@ std::unique_ptr<Configuration> OpenFirst()
         if (!std::filesystem::is_directory(path, ignored))
             file.open(path);
         if (file.is_open())
-            return std::make_unique<FileConfiguration>(ValuesOf(file, path));
+            return std::make_unique<FileConfiguration>(ValuesOf(file, path, isQuiet));
     }
     return nullptr;
+}
+
+std::unique_ptr<Configuration> OpenUncancelled(bool isQuiet)
+{
+    const CancellationOff noCancellation;
+    try {
+        return OpenFirst(isQuiet);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
 }
 
 std::optional<std::string> FullVariable(const char *name)
@@ -193,15 +203,9 @@ std::string ConfigurationPlaces()
     return places + "/etc/zerix/zerix.conf\n";
 }
 
-std::unique_ptr<Configuration> Configuration::Open()
-{
-    const CancellationOff noCancellation;
-    try {
-        return OpenFirst();
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
-}
+std::unique_ptr<Configuration> Configuration::Open() { return OpenUncancelled(false); }
+
+std::unique_ptr<Configuration> OpenConfigurationQuietly() { return OpenUncancelled(true); }
 
 std::optional<std::string> EnvironmentVariable(const char *name)
 {

@@ -3,16 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-
-#include "platform/os.h"
 
 namespace zerix::os {
 
 // Readings of this process so far.
 uint32_t ConfigurationReadings();
-
-// As Configuration::Open, but not counted.
-std::unique_ptr<Configuration> OpenConfigurationQuietly();
 
 } // namespace zerix::os

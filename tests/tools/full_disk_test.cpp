@@ -124,6 +124,25 @@ TEST(FullDisk, KeepsTheFramesOfATiffThatOutgrowsItsForm)
 
 #endif
 
+TEST(FullDisk, IsToldInTheSystemsWordsByEveryFormatOfPictures)
+{
+    const test::TemporaryFolder folder;
+    std::vector<uint8_t> pixels;
+    const Picture picture = FrameOf(0, 100, 90, 2, pixels);
+    for (const auto &format : PictureFormats()) {
+        if (!format.available) // in this build
+            continue;
+        const std::string path = folder.Path() + "/p" + format.endings.front();
+        std::string error;
+        {
+            const FileSizeLimit limit(100);
+            error = WritePicture(path, picture);
+        }
+        EXPECT_EQ(error, path + " can't be written: File too large.");
+        EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << format.name;
+    }
+}
+
 TEST(FullDisk, IsToldByEveryFormatForTheFirstFrame)
 {
     const test::TemporaryFolder folder;

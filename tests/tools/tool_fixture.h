@@ -35,12 +35,32 @@ protected:
     Outcome Run(const std::string &arguments, const std::string &environment = "",
                 const std::string &runner = "timeout 60")
     {
+        return RunInto("out.txt", arguments, environment, runner);
+    }
+
+    // The same with the standard output to `target`.
+    Outcome RunInto(const std::string &target, const std::string &arguments,
+                    const std::string &environment = "", const std::string &runner = "timeout 60")
+    {
         const std::string command = "cd '" + m_folder.Path() +
                                     "' && env -u ZERIX_BUS ZERIX_CONFIG=/nowhere/zerix.conf " +
                                     environment + " " + runner + " '" + ToolPath() + "' " +
-                                    arguments + " >out.txt 2>err.txt </dev/null";
+                                    arguments + " >" + target + " 2>err.txt </dev/null";
         const int status = std::system(command.c_str());
-        return {WEXITSTATUS(status), Contents(Path("out.txt")), Contents(Path("err.txt"))};
+        return {WEXITSTATUS(status), target == "out.txt" ? Contents(Path("out.txt")) : "",
+                Contents(Path("err.txt"))};
+    }
+
+    // What a terminal shows of it; script(1) makes one.
+    std::string ShownOnATerminal(const std::string &arguments)
+    {
+        Write("run.sh", "exec '" + ToolPath() + "' " + arguments + "\n");
+        const std::string command =
+            "cd '" + m_folder.Path() +
+            "' && env -u ZERIX_BUS ZERIX_CONFIG=/nowhere/zerix.conf timeout 60 script -qec "
+            "'sh run.sh' shown >/dev/null 2>&1 </dev/null";
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        return Contents(Path("shown"));
     }
 
     std::string Path(const std::string &name) { return m_folder.Path() + "/" + name; }

@@ -275,8 +275,94 @@ TEST_F(Tool, APreviewIsSmallAndInColour)
     }
     EXPECT_LT(static_cast<uint8_t>(grey[13]), 40);
     EXPECT_GT(static_cast<uint8_t>(grey[13 + 98 * 3]), 215);
-    EXPECT_EQ(Run("--rack two.toml preview -o nowhere/p.ppm").err,
-              "zerix: nowhere/p.ppm can't be written.\n");
+}
+
+// The picture's own line begins where the progress was taken away.
+TEST_F(Tool, OneLongExposureHasItsProgressOnATerminalAlone)
+{
+    Write("real.toml",
+          "clock = \"real\"\n[[camera]]\nmodel = \"Astrel C2\"\nscene = \"gradient\"\n");
+    const std::string grab = "--rack real.toml grab --set exposure=1700ms -o p.raw";
+    const std::string shown = ShownOnATerminal(grab);
+    EXPECT_NE(shown.find("\r\x1b[Ktaking a picture, 1 s"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("\r\x1b[Kp.raw: 1392 x 1040"), std::string::npos) << shown;
+    EXPECT_EQ(Run(grab).err, "");
+    const std::string quick = ShownOnATerminal("--rack real.toml grab -o p.raw");
+    EXPECT_EQ(quick.find('\x1b'), std::string::npos) << quick;
+}
+
+TEST_F(Tool, APreviewThatCannotBeWrittenSaysWhyAndLeavesNoHalfFile)
+{
+    EXPECT_EQ(Run("--sim preview -o nowhere/p.ppm").err,
+              "zerix: nowhere/p.ppm can't be written: there is no folder nowhere.\n");
+    EXPECT_EQ(Run("--sim preview -o p.png").err,
+              "zerix: p.png: a preview goes to a file that ends in .ppm.\n");
+    EXPECT_FALSE(std::filesystem::exists(Path("p.png")));
+    // 348 x 260 pixels are 271,455 bytes; a block is 512.
+    const Outcome full = Run("--sim preview -o p.ppm", "",
+                             "timeout 60 sh -c 'trap \"\" XFSZ; ulimit -f 200; exec \"$@\"' sh");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_EQ(full.err, "zerix: p.ppm can't be written: File too large.\n");
+    EXPECT_FALSE(std::filesystem::exists(Path("p.ppm")));
+    EXPECT_FALSE(std::filesystem::exists(Path(".p.ppm.part")));
+}
+
+TEST_F(Tool, AFullStandardOutputIsAFailure)
+{
+    for (const char *verb : {"list", "info", "info --json", "racks", "get", "--help"}) {
+        const Outcome outcome = RunInto("/dev/full", std::string("--sim ") + verb);
+        EXPECT_EQ(outcome.status, 1) << verb;
+        EXPECT_EQ(outcome.err,
+                  "zerix: the standard output can't be written: No space left on device.\n")
+            << verb;
+    }
+}
+
+TEST_F(Tool, AFullStandardErrorIsNoCrash)
+{
+    EXPECT_EQ(Run("list", "", "sh -c 'exec timeout 60 \"$@\" 2>/dev/full' sh").status, 1);
+}
+
+TEST_F(Tool, AFileNameThatIsNoUtf8IsToldInJson)
+{
+    const Outcome outcome = Run("--sim record -n 1 --json -o 'a\xFF.raw'");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(nlohmann::json::parse(outcome.out)["file"], "a\xEF\xBF\xBD.raw");
+}
+
+TEST_F(Tool, AnUnknownCommandIsToldWithTheKnownOnes)
+{
+    const Outcome unknown = Run("frobnicate");
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_TRUE(
+        unknown.err.starts_with("zerix: \"frobnicate\" is no command; known are list, info, "))
+        << unknown.err;
+    EXPECT_EQ(Run("--sim lst").err, "zerix: \"lst\" is no command; did you mean list?\n");
+    EXPECT_EQ(Run("trace sow").err, "zerix: \"sow\" is no command; did you mean show?\n");
+}
+
+// As an unset variable of a script gives it: another bus or camera than the wanted one is no
+// answer.
+TEST_F(Tool, AnEmptyRackCameraOrFileIsWrongUsage)
+{
+    for (const char *arguments :
+         {"--rack '' list", "--sim --camera '' list", "--sim grab -o ''", "--sim record -n 1 -o ''",
+          "--sim preview -o ''", "--sim trigger -o ''", "process in.raw -o ''"}) {
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments;
+        EXPECT_NE(outcome.err.find("it can't be empty"), std::string::npos) << outcome.err;
+    }
+}
+
+TEST_F(Tool, ATimeThatIsNoneIsToldInOneShortSentence)
+{
+    for (const char *time : {"0", "-5s", "1e400s", "-0.0min"}) {
+        const Outcome outcome = Run(std::string("--sim grab -o p.raw --wait=") + time);
+        EXPECT_EQ(outcome.status, 2) << time;
+        EXPECT_TRUE(outcome.err.starts_with("--wait: it takes a time above 0, such as 500ms, 5s "
+                                            "or 2min\n"))
+            << outcome.err;
+    }
 }
 
 TEST_F(Tool, ABayerCameraNamesItsMosaic)
@@ -320,7 +406,8 @@ TEST_F(Tool, AMalformedConfigurationIsToldAndTheRestIsUsed)
     Write("zerix.conf", "Bus = simulated\nthis is no value\n");
     const Outcome outcome = Run("list", "ZERIX_CONFIG='" + Path("zerix.conf") + "'");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_NE(outcome.err.find("zerix.conf:2"), std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.err,
+              Path("zerix.conf") + ":2: expected \"name = value\", found \"this is no value\"\n");
     EXPECT_NE(outcome.out.find("Astrel C2"), std::string::npos);
 }
 

@@ -112,8 +112,15 @@ TEST_F(ToolTrace, WhatIsMissingIsTold)
     EXPECT_EQ(RunHere("trace follow --file none.log").status, 1);
     const Outcome folder = RunHere("trace on --file '" + Path("") + "'");
     EXPECT_EQ(folder.status, 1);
-    EXPECT_NE(folder.err.find("can't be written."), std::string::npos) << folder.err;
+    EXPECT_NE(folder.err.find("can't be written: Is a directory."), std::string::npos)
+        << folder.err;
     EXPECT_EQ(Configuration(), "") << "nothing is switched on without a file";
+    Write("file", "");
+    const std::string configuration = Path("file") + "/zerix.conf";
+    const Outcome nowhere = Run("trace on --file my.log",
+                                "HOME='" + Path("") + "' ZERIX_CONFIG='" + configuration + "'");
+    EXPECT_EQ(nowhere.err, "zerix: the configuration " + configuration +
+                               " can't be written: Not a directory.\n");
     EXPECT_EQ(RunHere("trace").status, 2);
     EXPECT_EQ(RunHere("trace on everything").status, 2);
 }

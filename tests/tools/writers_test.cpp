@@ -137,6 +137,16 @@ TEST(PictureWriting, AFullDiskIsToldByEveryFormat)
     }
 }
 
+TEST(PictureMetadata, IsJsonWhateverBytesACameraHasForItsName)
+{
+    Picture picture = SixPixels(kPixels8, 1, 8);
+    picture.serialNumber = "a\xFF"
+                           "b";
+    const auto json = nlohmann::json::parse(MetadataJson(picture));
+    EXPECT_EQ(json["serial"], "a\xEF\xBF\xBD"
+                              "b");
+}
+
 TEST(PngWriter, FillsTheRangeAndSaysHowManyBitsAreReal)
 {
     const test::TemporaryFolder folder;

@@ -4,6 +4,8 @@
 
 #if defined(ZERIX_HAS_FITS)
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -35,6 +37,7 @@ public:
         std::error_code ignored;
         if (std::filesystem::is_regular_file(path, ignored))
             std::filesystem::remove(path, ignored);
+        errno = 0;
         fits_create_diskfile(&m_file, path.c_str(), &m_status);
     }
     ~FitsFile()
@@ -78,6 +81,11 @@ public:
         m_file = nullptr;
         if (m_status == 0)
             return {};
+        // What the system says is more than that the file can't be written.
+        if ((m_status == WRITE_ERROR || m_status == FILE_NOT_CREATED ||
+             m_status == FILE_NOT_CLOSED) &&
+            errno != 0)
+            return std::strerror(errno);
         char text[FLEN_STATUS] = {};
         fits_get_errstatus(m_status, text);
         return text;

@@ -3,13 +3,14 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <ctime>
 #include <filesystem>
-#include <system_error>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+
+#include "tools/writers/json_text.h"
+#include "tools/writers/whole_file.h"
 
 namespace zerix::tool {
 
@@ -51,26 +52,6 @@ std::string KnownEndings()
             list += (list.empty() ? "" : ", ") + ending;
     }
     return list;
-}
-
-// Writes under a temporary name and moves the file to its place when it is whole.
-std::string WriteWhole(const std::string &path, const Picture &picture,
-                       std::string (*write)(const std::string &, const Picture &))
-{
-    const fs::path target(path);
-    const fs::path temporary =
-        target.parent_path() / fmt::format(".{}.part", target.filename().string());
-    std::string error = write(temporary.string(), picture);
-    std::error_code code;
-    if (error.empty()) {
-        fs::rename(temporary, target, code);
-        if (code)
-            error = code.message();
-    }
-    if (error.empty())
-        return {};
-    fs::remove(temporary, code);
-    return fmt::format("{} can't be written: {}.", path, error);
 }
 
 } // namespace
@@ -125,7 +106,7 @@ std::string MetadataJson(const Picture &picture)
         json["bayer_pattern"] = picture.bayerPattern;
     json["frame_number"] = picture.frameNumber;
     json["missing_data"] = picture.hasMissingData;
-    return json.dump(2);
+    return JsonText(json, 2);
 }
 
 const std::vector<PictureFormat> &PictureFormats()
@@ -163,9 +144,12 @@ std::string WritePicture(const std::string &path, const Picture &picture)
     const PictureFormat *format = FormatOfFile(path, &error);
     if (format == nullptr)
         return error;
-    error = WriteWhole(path, picture, format->write);
+    error = WriteWhole(
+        path, [&](const std::string &temporary) { return format->write(temporary, picture); });
     if (error.empty() && format->metadataBeside)
-        error = WriteWhole(path + ".json", picture, WriteMetadata);
+        error = WriteWhole(path + ".json", [&](const std::string &temporary) {
+            return WriteMetadata(temporary, picture);
+        });
     return error;
 }
 

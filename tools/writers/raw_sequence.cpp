@@ -2,6 +2,7 @@
 // metadata as FILE.json beside them, with one line a frame, whole after every frame.
 #include <nlohmann/json.hpp>
 
+#include "tools/writers/json_text.h"
 #include "tools/writers/sequence.h"
 
 namespace zerix::tool {
@@ -31,7 +32,7 @@ protected:
         json["binning"] = {first.horizontalBinning, first.verticalBinning};
         if (first.setTemperatureCelsius)
             json["set_temperature_c"] = *first.setTemperatureCelsius;
-        std::string text = json.dump();
+        std::string text = JsonText(json);
         text.back() = ','; // what was the closing brace
         return m_text.Append(text + "\n\"frames\": [" + std::string(kTail));
     }
@@ -48,7 +49,7 @@ protected:
         m_tailAt = m_text.Size() - kTail.size();
         if (!File().Append(picture.pixels) ||
             !m_text.Write(m_tailAt,
-                          (Frames() == 0 ? "\n" : ",\n") + json.dump() + std::string(kTail)))
+                          (Frames() == 0 ? "\n" : ",\n") + JsonText(json) + std::string(kTail)))
             return false;
         m_text.Keep();
         return true;
