@@ -20,13 +20,27 @@ std::vector<KeptPicture> Read(const std::string &file)
     return pictures;
 }
 
+// The n-th exposures of the three files are the n-th picture.
 std::vector<KeptPicture> ReadWheel(const std::vector<std::string> &files)
 {
-    std::vector<KeptPicture> exposures;
+    std::vector<std::vector<KeptPicture>> exposures;
     exposures.reserve(files.size());
-    for (const std::string &file : files)
-        exposures.push_back(std::move(Read(file).front()));
-    return exposures;
+    for (const std::string &file : files) {
+        exposures.push_back(Read(file));
+        if (exposures.back().size() != exposures.front().size())
+            throw CommandError(fmt::format(
+                "{} has {} pictures, {} has {}: each exposure of a filter "
+                "wheel needs its other two.",
+                files.front(), exposures.front().size(), file, exposures.back().size()));
+    }
+    std::vector<KeptPicture> pictures;
+    for (size_t i = 0; i < exposures.front().size(); ++i) {
+        std::vector<KeptPicture> cycle;
+        for (std::vector<KeptPicture> &ofOneColour : exposures)
+            cycle.push_back(std::move(ofOneColour[i]));
+        pictures.push_back(Composed(cycle));
+    }
+    return pictures;
 }
 
 // What is colour already is only balanced.
@@ -51,7 +65,7 @@ void Process(const ProcessOptions &process)
     const auto gains = ParseGains(process.gains);
     std::vector<KeptPicture> pictures;
     if (process.inputs.size() == 3)
-        pictures.push_back(Composed(ReadWheel(process.inputs)));
+        pictures = ReadWheel(process.inputs);
     else if (process.inputs.size() == 1)
         pictures = Read(process.inputs.front());
     else

@@ -122,6 +122,64 @@ TEST_F(Colour, ThreeExposuresOfAWheelAreOnePicture)
     EXPECT_EQ(Run("process r.raw g.raw -o d.raw").status, 1);
 }
 
+// Recordings of the three colours: every exposure finds the other two of its number.
+TEST_F(Colour, RecordedExposuresOfAWheelAreAsManyPictures)
+{
+    const auto record = [this](const std::string &name, const std::string &bytes) {
+        Write(name + ".raw", bytes);
+        std::string frames;
+        for (size_t i = 0; i < bytes.size() / 2; ++i)
+            frames += (i == 0 ? "" : ", ") + ("{\"frame_number\": " + std::to_string(i) + "}");
+        Write(name + ".raw.json",
+              R"({"width": 2, "height": 1, "bytes_per_sample": 1, "significant_bits": 8,
+                  "binning": [1, 1], "frames": [)" +
+                  frames + "]}");
+    };
+    record("r", "\x01\x02\x11\x12");
+    record("g", "\x03\x04\x13\x14");
+    record("b", "\x05\x06\x15\x16");
+    const Outcome outcome = Run("process r.raw g.raw b.raw -o c.raw");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(Contents(Path("c-0001.raw")), "\x01\x03\x05\x02\x04\x06");
+    EXPECT_EQ(Contents(Path("c-0002.raw")), "\x11\x13\x15\x12\x14\x16");
+    record("b", "\x05\x06");
+    const Outcome lacking = Run("process r.raw g.raw b.raw -o d.raw");
+    EXPECT_EQ(lacking.status, 1);
+    EXPECT_EQ(lacking.err,
+              "zerix: r.raw has 2 pictures, b.raw has 1: each exposure of a filter wheel "
+              "needs its other two.\n");
+}
+
+// The verb looks at its region alone, and what it prints makes that region grey.
+TEST_F(Colour, ThePrintedGainsMakeTheMeasuredRegionGrey)
+{
+    Write("chart.toml", "[[camera]]\nmodel = \"Astrel B2\"\nsensor = 53\nnoise = false\n"
+                        "scene = \"colour-chart\"\nlight = [1.5, 1.0, 0.5]\n");
+    const auto measure = [this](const std::string &region) {
+        const Outcome outcome = Run("--rack chart.toml --json whitebalance --region " + region);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return nlohmann::json::parse(outcome.out);
+    };
+    const auto white = measure("100,890,160,160");
+    const auto yellow = measure("850,650,140,140");
+    EXPECT_GT(white["gain_blue"], 1.8);
+    EXPECT_GT(yellow["gain_blue"], 1.5 * double(white["gain_blue"]));
+    EXPECT_EQ(white["gain_green"], 1.0);
+    const auto factor = [&](const char *name) {
+        return std::to_string(double(white[name])) + "x ";
+    };
+    const Outcome grab =
+        Run("--rack chart.toml grab --color --set post-gain-red=" + factor("gain_red") +
+            "--set post-gain-green=1x --set post-gain-blue=" + factor("gain_blue") +
+            "--set roi=100,890,160,160 -o p.raw");
+    ASSERT_EQ(grab.status, 0) << grab.err;
+    const Means means = MeansOfRaw("p.raw");
+    EXPECT_GT(means[1], 100);
+    EXPECT_LT(means[1], 250);
+    EXPECT_NEAR(means[0] / means[1], 1, 0.01);
+    EXPECT_NEAR(means[2] / means[1], 1, 0.01);
+}
+
 TEST_F(Colour, WhatCannotBeIsTold)
 {
     EXPECT_NE(Run("--sim autoexpose --region 1,2,3").err.find("is no region"), std::string::npos);
