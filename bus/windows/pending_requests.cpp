@@ -66,10 +66,10 @@ PendingRequests::PendingRequests(SystemCalls &system, SystemHandle device)
 // closed handle doesn't end keeps its block and its event for ever: the system may yet write there.
 PendingRequests::~PendingRequests()
 {
-    CancelAll();
-    AwaitAll();
+    if (!m_isClosed.load())
+        Close();
     m_system.CloseHandle(m_device);
-    if (!AwaitAll()) {
+    if (!AwaitHandedOut()) {
         static std::mutex mutex;
         static auto &keptForEver = *new std::list<Request>;
         const std::lock_guard lock(mutex);
@@ -84,7 +84,7 @@ ControlResult PendingRequests::Send(uint32_t code, const Buffers &buffers, Overl
 {
     Request *const request = Take();
     if (request == nullptr)
-        return Over(overlapped, Failed(kErrorNotEnoughMemory));
+        return Over(overlapped, NotSent());
     uint32_t bytes = 0;
     if (m_system.DeviceIoControl(m_device, code, buffers.in, buffers.inBytes, buffers.out,
                                  buffers.outBytes, &bytes, &request->block)) {
@@ -95,13 +95,12 @@ ControlResult PendingRequests::Send(uint32_t code, const Buffers &buffers, Overl
         GiveBack(*request);
         return Over(overlapped, Failed(error));
     }
-    CancelIfClosed();
-    if (overlapped == nullptr)
-        return ResultOf(*request, nullptr);
-    const std::lock_guard lock(m_mutex);
-    overlapped->driverWords[kRequestWord] = reinterpret_cast<uintptr_t>(request);
-    overlapped->driverWords[kOwnerWord] = m_owner;
-    return kPendingResult;
+    if (overlapped != nullptr && HandOut(*request, *overlapped))
+        return kPendingResult;
+    // A close that came while the request was on its way cancelled too early for it.
+    if (m_isClosed.load())
+        CancelAll();
+    return Over(overlapped, ResultOf(*request, nullptr));
 }
 
 ControlResult PendingRequests::Wait(Overlapped &overlapped)
@@ -127,15 +126,23 @@ void PendingRequests::Cancel(Overlapped &overlapped)
         m_system.CancelIo(m_device, &request->block);
 }
 
+// Whoever was told that his request pends may come to wait for it only now, and must not take back
+// his buffers before it is over.
 void PendingRequests::Close()
 {
-    m_isClosed.store(true);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isClosed.store(true);
+    }
     CancelAll();
+    AwaitHandedOut();
 }
 
 PendingRequests::Request *PendingRequests::Take()
 {
     const std::lock_guard lock(m_mutex);
+    if (m_isClosed.load())
+        return nullptr;
     for (Request &request : m_requests)
         if (!request.isInUse) {
             request.isInUse = true;
@@ -156,9 +163,28 @@ PendingRequests::Request *PendingRequests::Take()
 void PendingRequests::GiveBack(Request &request, Overlapped *holder)
 {
     const std::lock_guard lock(m_mutex);
-    request.isInUse = false;
+    request.isInUse = request.isHandedOut = false;
     if (holder != nullptr)
         holder->driverWords[kRequestWord] = 0;
+}
+
+ControlResult PendingRequests::NotSent() const
+{
+    if (m_isClosed.load())
+        return Failed(kErrorInvalidHandle);
+    return Failed(kErrorNotEnoughMemory);
+}
+
+// False, and nothing has changed, for a closed device: nothing more is left pending on it.
+bool PendingRequests::HandOut(Request &request, Overlapped &overlapped)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_isClosed.load())
+        return false;
+    request.isHandedOut = true;
+    overlapped.driverWords[kRequestWord] = reinterpret_cast<uintptr_t>(&request);
+    overlapped.driverWords[kOwnerWord] = m_owner;
+    return true;
 }
 
 PendingRequests::Request *PendingRequests::RequestIn(const Overlapped &overlapped) const
@@ -178,25 +204,20 @@ ControlResult PendingRequests::ResultOf(Request &request, Overlapped *holder)
     return result;
 }
 
-// A close that came while the request was on its way cancelled too early for it.
-void PendingRequests::CancelIfClosed()
+bool PendingRequests::IsHandedOut(const Request &request)
 {
-    if (m_isClosed.load())
-        CancelAll();
+    const std::lock_guard lock(m_mutex);
+    return request.isHandedOut;
 }
 
 // False if one is not over in time. All were cancelled at once, so that behind one that isn't over
-// the others get no time of their own.
-bool PendingRequests::AwaitAll()
+// the others get no time of their own. The list doesn't grow any more.
+bool PendingRequests::AwaitHandedOut()
 {
     uint32_t patience = kPatienceMilliseconds;
-    for (Request &request : m_requests) {
-        if (!request.isInUse)
-            continue;
-        request.isInUse = !m_system.WaitForEvent(request.block.event, patience);
-        if (request.isInUse)
+    for (const Request &request : m_requests)
+        if (IsHandedOut(request) && !m_system.WaitForEvent(request.block.event, patience))
             patience = 0;
-    }
     return patience != 0;
 }
 

@@ -34,31 +34,37 @@ public:
     void CancelAll() { m_system.CancelIo(m_device, nullptr); }
     // As KernelDriver::Cancel.
     void Cancel(kernel::Overlapped &overlapped);
-    // Cancels, now and whatever is still being sent. The device closes with the object, when no
-    // thread is inside any more.
+    // Cancels, now and whatever is still being sent, and waits a second for what pends. Waits are
+    // still answered. The device closes with the object, when no thread is inside any more.
     void Close();
 
 private:
     struct Request {
         SystemOverlapped block{};
-        bool isInUse = false; // under the mutex
+        // Under the mutex.
+        bool isInUse = false;
+        bool isHandedOut = false; // it pends, and a caller's block holds it
     };
 
+    // Null without the memory for another, and when the device is closed.
     Request *Take();
+    kernel::ControlResult NotSent() const; // because there was none to take
+    bool HandOut(Request &request, kernel::Overlapped &overlapped);
     // The block of the request's sender, if it has one, holds nothing from then on.
     void GiveBack(Request &request, kernel::Overlapped *holder = nullptr);
     kernel::ControlResult ResultOf(Request &request, kernel::Overlapped *holder);
     // Null if it holds none of these; under the mutex.
     Request *RequestIn(const kernel::Overlapped &overlapped) const;
-    void CancelIfClosed();
-    bool AwaitAll();
+    bool IsHandedOut(const Request &request);
+    bool AwaitHandedOut();
 
     SystemCalls &m_system;
     const SystemHandle m_device;
     const uintptr_t m_owner; // marks the blocks that hold a request of these
     std::atomic<bool> m_isClosed{false};
     std::mutex m_mutex;
-    std::list<Request> m_requests; // under the mutex; grows to the most that ever pended
+    // Grows, under the mutex, to the most that ever pended; not when the device is closed.
+    std::list<Request> m_requests;
 };
 
 } // namespace zerix::bus

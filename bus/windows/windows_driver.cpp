@@ -77,11 +77,9 @@ void WindowsDriver::Close(DeviceHandle device)
     const auto requests = RequestsOf(device);
     if (!requests)
         return;
-    {
-        const std::lock_guard lock(m_mutex);
-        m_devices.erase(device);
-    }
     requests->Close();
+    const std::lock_guard lock(m_mutex);
+    m_devices.erase(device);
 }
 
 std::shared_ptr<PendingRequests> WindowsDriver::RequestsOf(DeviceHandle device)

@@ -282,8 +282,21 @@ TEST_F(WindowsRequests, AreCancelledAndAwaitedByTheClose)
     system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
     Send(kControlQueueBuffer, &overlapped);
     driver.Close(device);
-    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "wait", "close"}));
+    EXPECT_EQ(system.log, (Lines{"cancel all", "wait", "close", "wait"}));
     EXPECT_EQ(system.openEvents, 0);
+}
+
+// His buffers are the system's until then.
+TEST_F(WindowsRequests, AreWaitedForByTheirSenderWhileTheDeviceCloses)
+{
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+    Send(kControlQueueBuffer, &overlapped);
+    system.duringWait = [this] {
+        Expect(driver.Wait(device, &overlapped), Completion::kFailed, 995, 0);
+        Expect(Send(kControlIsOpen, nullptr), Completion::kFailed, 6, 0); // and isn't sent
+    };
+    driver.Close(device);
+    EXPECT_EQ(system.log, (Lines{"cancel all", "wait", "close"}));
 }
 
 TEST_F(WindowsRequests, ThatOnlyTheClosedHandleEndsAreAwaitedBehindIt)
@@ -292,7 +305,8 @@ TEST_F(WindowsRequests, ThatOnlyTheClosedHandleEndsAreAwaitedBehindIt)
     system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
     Send(kControlQueueBuffer, &overlapped);
     driver.Close(device);
-    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "wait", "close", "wait"}));
+    EXPECT_EQ(system.log, (Lines{"cancel all", "wait", "close", "wait"}));
+    EXPECT_EQ(system.timeouts, (std::vector<uint32_t>{1000, 1000}));
     EXPECT_EQ(system.openEvents, 0);
 }
 
@@ -351,7 +365,16 @@ TEST_F(WindowsRequests, OnTheirWayWhenTheDeviceClosesAreCancelledToo)
     system.Expect({.code = 0x22A0A0, .error = kErrorIoPending});
     // The close's own cancel came before the request pended, the second one ends it.
     Expect(Send(kControlAllocateBandwidth, nullptr), Completion::kFailed, 995, 0);
-    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "cancel all", "close"}));
+    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "close"}));
+}
+
+// Its sender could no longer wait for it.
+TEST_F(WindowsRequests, OnTheirWayWhenTheDeviceClosesDoNotPend)
+{
+    system.duringControl = [this] { driver.Close(device); };
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+    Expect(Send(kControlQueueBuffer, &overlapped), Completion::kFailed, 995, 0);
+    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "close"}));
 }
 
 TEST_F(WindowsRequests, ToAClosedDeviceFail)
@@ -362,7 +385,7 @@ TEST_F(WindowsRequests, ToAClosedDeviceFail)
     driver.CancelPending(device);
     driver.Cancel(device, &overlapped);
     driver.Close(device);
-    EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "close"}));
+    EXPECT_EQ(system.log, (Lines{"cancel all", "close"}));
 }
 
 TEST(WindowsOpen, ThatFailsLeavesTheHandleAlone)
