@@ -75,4 +75,16 @@ TEST_F(ToolCompletion, OffersEverySetting)
               (Words{"settings", "info", "frames", "tables", "nested", "all"}));
 }
 
+TEST_F(ToolCompletion, OffersFilesAlsoWithBlanksInTheirNames)
+{
+    Write("red light.raw", "");
+    Write("red.toml", "");
+    const Words files = {"red light.raw", "red.toml"};
+    EXPECT_EQ(Offered("zerix process red"), files);
+    EXPECT_EQ(Offered("zerix grab -o red"), files);
+    EXPECT_EQ(Offered("zerix trace show --file red"), files);
+    EXPECT_EQ(Offered("zerix --rack red"), files);
+    EXPECT_EQ(Offered("zerix --rack fam"), (Words{"family-1", "family-2", "family-3"}));
+}
+
 } // namespace

@@ -64,8 +64,8 @@ _zerix()
     [[ $current == = || $previous == = ]] && return
     _zerix_command
     case $previous in
-    -o | --output | --file) COMPREPLY=($(compgen -f -- "$current")) ;;
-    --rack) COMPREPLY=($(compgen -W "default family-1 family-2 family-3" -f -- "$current")) ;;
+    -o | --output | --file) _zerix_files ;;
+    --rack) _zerix_files -W "default family-1 family-2 family-3" ;;
     --method) COMPREPLY=($(compgen -W "nearest linear cubic" -- "$current")) ;;
     --set) COMPREPLY=($(compgen -S = -W "$(_zerix_keys)" -- "$current")) ;;
     --camera | -n | --count | --lines | --for | --every | --wait | --size | --buffer | --region | --gains) ;;
@@ -73,6 +73,14 @@ _zerix()
     esac
     [[ ${COMPREPLY[0]} == *= ]] && compopt -o nospace 2>/dev/null
     return 0
+}
+
+# Files, and what else compgen is asked for. A name may hold blanks; bash escapes it, and puts a
+# slash behind a folder.
+_zerix_files()
+{
+    mapfile -t COMPREPLY < <(compgen "$@" -f -- "$current")
+    compopt -o filenames 2>/dev/null
 }
 
 _zerix_words()
@@ -87,6 +95,10 @@ _zerix_words()
         get) words=$(_zerix_keys) ;;
         set)
             COMPREPLY=($(compgen -S = -W "$(_zerix_keys)" -- "$current"))
+            return
+            ;;
+        process)
+            _zerix_files
             return
             ;;
         trace) words="on off show follow" ;;
