@@ -132,16 +132,25 @@ TEST_F(VirtualAutomatic, AMosaicUnderWarmLightBecomesGrey)
 {
     OpenWith(kMosaicRack);
     TakeAPart();
-    Set(zprmImageFormat, zfmtBayer8);
-    Set(zprmPostProcessImageFormat, zfmtRgb24);
-    Send();
-    EXPECT_EQ(Zerix_AutoExpose(&settings, 0, 0, 320, 240), 0u);
-    const uint64_t exposure = Exposure() * 3 / 4;
-    Expose(exposure);
-    Send();
-    EXPECT_EQ(Zerix_WhiteBalance(&settings, 100, 100, 200, 100), 0u);
-    EXPECT_EQ(Exposure(), exposure);
-    ExpectGrey(MeansOf(Take(zfmtRgb24)));
+    for (const bool isWide : {false, true}) {
+        SCOPED_TRACE(isWide);
+        const uint32_t format = isWide ? zfmtRgb48 : zfmtRgb24;
+        Set(zprmImageFormat, isWide ? zfmtBayer16 : zfmtBayer8);
+        Set(zprmPostProcessImageFormat, format);
+        Send();
+        EXPECT_EQ(Zerix_AutoExpose(&settings, 0, 0, 320, 240), 0u);
+        const uint64_t exposure = Exposure() * 3 / 4;
+        Expose(exposure);
+        for (const uint32_t gain : {zprmPostProcessGainRed, zprmPostProcessGainBlue})
+            Set(gain, 1000);
+        Send();
+        const Means before = MeansOf(Take(format));
+        EXPECT_GT(before[0], before[1] * 1.1);
+        EXPECT_LT(before[2], before[1] * 0.8);
+        EXPECT_EQ(Zerix_WhiteBalance(&settings, 100, 100, 200, 100), 0u);
+        EXPECT_EQ(Exposure(), exposure);
+        ExpectGrey(MeansOf(Take(format)));
+    }
 }
 
 // Its balance lies in the exposures, with the gains at 1.
