@@ -4,6 +4,7 @@
 #include <chrono>
 #include <memory>
 #include <thread>
+#include <windows.h>
 
 #include "camera/assembler/frame_info.h"
 #include "hal_camera.h"
@@ -29,6 +30,8 @@ struct EightBytes {
     uint8_t data[8] = {};
     uint32_t wholeFrames = 0; // of the receive thread, until it has ended
     uint32_t brokenFrames = 0;
+    int threadPriority = 0; // in the callback
+    uint32_t processClass = 0;
     std::unique_ptr<os::Semaphore> done = os::Semaphore::Create(0, 1000000);
     std::unique_ptr<os::Semaphore> timedOut = os::Semaphore::Create(0, 10);
 
@@ -49,6 +52,8 @@ struct EightBytes {
         const bool isWhole =
             camera.frame.status == 0 && std::equal(camera.data, camera.data + 8, kPicture.begin());
         ++(isWhole ? camera.wholeFrames : camera.brokenFrames);
+        camera.threadPriority = GetThreadPriority(GetCurrentThread());
+        camera.processClass = GetPriorityClass(GetCurrentProcess());
         camera.done->Signal();
     }
     static void Overrun(void *) {}
@@ -117,6 +122,16 @@ TEST_F(WindowsStreaming, BringsFrames)
     EXPECT_GT(driver.State(0).buffersFilled, 60u);
     EXPECT_EQ(0u, driver.State(0).queuedBuffers);
     EXPECT_EQ("", said.Text());
+}
+
+TEST_F(WindowsStreaming, IsUrgentWhileABufferIsParsedAndNoLonger)
+{
+    ASSERT_EQ(0u, Start());
+    ASSERT_TRUE(AwaitFrame());
+    EXPECT_EQ(0u, Stop());
+    EXPECT_EQ(15, camera.threadPriority);
+    EXPECT_EQ(0x100u, camera.processClass);
+    EXPECT_EQ(0x20u, GetPriorityClass(GetCurrentProcess()));
 }
 
 TEST_F(WindowsStreaming, BeginsAndEndsAgainAndAgain)
