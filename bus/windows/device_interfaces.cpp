@@ -70,13 +70,13 @@ uint32_t EnumerateDeviceInterfaces(SystemCalls &system, kernel::DevicePath *path
 {
     const DeviceList list(system, system.GetClassDevices(kCameras, kPresentInterfaces));
     if (!list.IsThere())
-        return system.LastError();
+        return WhyItFailed(system);
     uint32_t found = 0;
     for (; found < maximumCount; ++found) {
         DeviceInterface next{};
         next.sizeWord = kDeviceInterfaceSizeWord;
         if (!system.EnumDeviceInterfaces(list.Get(), kCameras, found, &next)) {
-            const uint32_t error = system.LastError();
+            const uint32_t error = WhyItFailed(system);
             if (error == kErrorNoMoreItems)
                 break;
             *count = 0;

@@ -91,7 +91,7 @@ ControlResult PendingRequests::Send(uint32_t code, const Buffers &buffers, Overl
         GiveBack(*request);
         return Over(overlapped, Done(bytes));
     }
-    if (const uint32_t error = m_system.LastError(); error != kErrorIoPending) {
+    if (const uint32_t error = WhyItFailed(m_system); error != kErrorIoPending) {
         GiveBack(*request);
         return Over(overlapped, Failed(error));
     }
@@ -199,7 +199,7 @@ ControlResult PendingRequests::ResultOf(Request &request, Overlapped *holder)
 {
     uint32_t bytes = 0;
     const bool isDone = m_system.GetOverlappedResult(m_device, &request.block, &bytes, true);
-    const ControlResult result = isDone ? Done(bytes) : Failed(m_system.LastError());
+    const ControlResult result = isDone ? Done(bytes) : Failed(WhyItFailed(m_system));
     GiveBack(request, holder);
     return result;
 }

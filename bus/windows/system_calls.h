@@ -47,6 +47,7 @@ static_assert(sizeof(SystemOverlapped) == (kIs64Bit ? 32 : 20));
 // System errors that the bus itself goes by; those of the port stand in kernel_driver.h.
 enum SystemCallError : uint32_t {
     kErrorNotEnoughMemory = 8,
+    kErrorUnknownFailure = 31,
     kErrorInsufficientBuffer = 0x7A,
     kErrorNoMoreItems = 0x103,
     kErrorIoIncomplete = 996,
@@ -87,5 +88,13 @@ public:
     // WaitForSingleObject; true if it was signalled in time.
     virtual bool WaitForEvent(SystemHandle event, uint32_t timeoutMilliseconds) = 0;
 };
+
+// Why the call failed that has just failed. Never 0, whatever stands between the call and the
+// system has left behind: 0 would go on as success.
+inline uint32_t WhyItFailed(SystemCalls &system)
+{
+    const uint32_t error = system.LastError();
+    return error != 0 ? error : kErrorUnknownFailure;
+}
 
 } // namespace zerix::bus

@@ -30,7 +30,7 @@ uint32_t WindowsDriver::Open(const char *devicePath, DeviceHandle *device)
     const SystemHandle handle =
         m_system.CreateFile(devicePath, kReadAndWrite, kNoSharing, kOpenExisting, kOverlappedFile);
     if (handle == kInvalidSystemHandle)
-        return m_system.LastError();
+        return WhyItFailed(m_system);
     try {
         auto requests = std::make_shared<PendingRequests>(m_system, handle);
         const std::lock_guard lock(m_mutex);

@@ -19,6 +19,8 @@ class ScriptedSystem final : public SystemCalls {
 public:
     ~ScriptedSystem() override { EXPECT_TRUE(m_controls.empty()) << "requests were not sent"; }
 
+    static constexpr uint32_t kNoNumber = 0xFFFFFFFF; // a failure that sets no last error
+
     // ---- Devices: their paths, and what goes wrong in the walk over them.
     std::vector<std::string> paths;
     uint32_t listError = 0;                 // no list at all
@@ -221,7 +223,7 @@ private:
 
     bool Fails(uint32_t error)
     {
-        m_error = error;
+        m_error = error != kNoNumber ? error : 0;
         return false;
     }
 

@@ -77,6 +77,16 @@ TEST_F(WindowsEnumeration, ThatBreaksOffFindsNothing)
     EXPECT_EQ(count, 0u);
 }
 
+TEST_F(WindowsEnumeration, ThatFailsWithoutANumberStillFails)
+{
+    system.walkError = ScriptedSystem::kNoNumber;
+    EXPECT_EQ(Paths(10), Lines{});
+    EXPECT_EQ(error, 31u);
+    system.listError = ScriptedSystem::kNoNumber;
+    Paths(10);
+    EXPECT_EQ(error, 31u);
+}
+
 TEST_F(WindowsEnumeration, EndsAtADeviceWithoutAPath)
 {
     system.paths = {"a", "b"};
@@ -134,6 +144,16 @@ TEST_F(WindowsRequests, OpenTheDeviceForThisProcessAlone)
 {
     EXPECT_EQ(system.opened, Lines{"\\\\?\\camera"});
     EXPECT_FALSE(driver.IsSimulated());
+}
+
+TEST_F(WindowsRequests, ThatFailWithoutANumberStillFail)
+{
+    system.Expect({.code = 0x22A07C, .error = ScriptedSystem::kNoNumber});
+    Expect(Send(kControlAsyncWrite, &overlapped), Completion::kFailed, 31, 0);
+    system.Expect(
+        {.code = 0x22A0BA, .error = kErrorIoPending, .laterError = ScriptedSystem::kNoNumber});
+    Expect(Send(kControlQueueBuffer, &overlapped), Completion::kPending, 0, 0);
+    Expect(driver.Wait(device, &overlapped), Completion::kFailed, 31, 0);
 }
 
 // In record and out record of all 18, as many bytes as the kernel's driver takes on 32 and on 64
@@ -398,6 +418,10 @@ TEST(WindowsOpen, ThatFailsLeavesTheHandleAlone)
         EXPECT_EQ(driver.Open("nowhere", &device), error);
         EXPECT_EQ(device, 7u);
     }
+    system.openError = ScriptedSystem::kNoNumber;
+    DeviceHandle device = 7;
+    EXPECT_EQ(driver.Open("nowhere", &device), 31u);
+    EXPECT_EQ(device, 7u);
     EXPECT_EQ(system.log, Lines{});
 }
 
