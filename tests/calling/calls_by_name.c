@@ -1,5 +1,5 @@
 /* Calls Zerix.dll as the applications do that know it by its name alone: loaded at run time, every
- * function looked up. Lists the cameras of the virtual bus, opens one, sets it up, grabs a picture
+ * export looked up. Lists the cameras of the virtual bus, opens one, sets it up, grabs a picture
  * and closes it. Argument: the list of the exports. Prints what it did; 0 if all of it went well.
  */
 #include <stdio.h>
@@ -59,6 +59,30 @@ static void FindAll(const char *listPath)
     }
     fclose(list);
     printf("%d functions found\n", count);
+}
+
+/* And every name of the library's own table, which has the classes too: each is where the table
+ * says. */
+static void FindWhatTheTableHas(void)
+{
+    const char *const start = (const char *)library;
+    const IMAGE_DOS_HEADER *const stub = (const void *)start;
+    const IMAGE_NT_HEADERS *const headers = (const void *)(start + stub->e_lfanew);
+    const IMAGE_DATA_DIRECTORY *const place =
+        &headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
+    const IMAGE_EXPORT_DIRECTORY *const table = (const void *)(start + place->VirtualAddress);
+    const DWORD *const names = (const void *)(start + table->AddressOfNames);
+    const WORD *const numbers = (const void *)(start + table->AddressOfNameOrdinals);
+    const DWORD *const places = (const void *)(start + table->AddressOfFunctions);
+    DWORD at;
+    for (at = 0; at < table->NumberOfNames; ++at) {
+        const char *const name = start + names[at];
+        if ((uintptr_t)Find(name) != (uintptr_t)(start + places[numbers[at]])) {
+            printf("%s is elsewhere\n", name);
+            ++failures;
+        }
+    }
+    printf("%lu exports found\n", (unsigned long)table->NumberOfNames);
 }
 
 static void SetUp(ZerixHandle camera)
@@ -125,6 +149,7 @@ int main(int argumentCount, char **arguments)
         return 1;
     }
     FindAll(arguments[1]);
+    FindWhatTheTableHas();
     RunSession();
     Expect("free", FreeLibrary(library) != 0, 1);
     printf("%d failures\n", failures);
