@@ -168,6 +168,27 @@ TEST_F(WindowsStreaming, ListensLaterWhereTheDriverTakesItsTime)
     EXPECT_EQ(0u, Stop());
 }
 
+// Whatever a driver may leave pending, it is waited for: from the list to the end of the stream.
+TEST_F(WindowsStreaming, WorksWhereEveryRequestTakesItsTime)
+{
+    ASSERT_EQ(0u, HAL_CameraDisconnect(&Camera(0)));
+    for (const uint32_t code :
+         {0x22207Au, 0x22A07Cu, 0x222096u, 0x22A084u, 0x22A08Cu, 0x22A090u, 0x22A0A0u, 0x22A0A4u,
+          0x22A0A8u, 0x22A0ACu, 0x22A0B0u, 0x22A0B4u, 0x22A0BCu, 0x22A0C0u, 0x22A0C4u})
+        driver.AddFault({0, code, kTestPendAndDo, 0, 0, 1000});
+    ASSERT_EQ(0u, List());
+    EXPECT_EQ(0x00120000u, Camera(0).modelWord);
+    ASSERT_EQ(0u, Reconnect());
+    ASSERT_EQ(0u, Start());
+    for (int i = 0; i < 100; ++i)
+        ASSERT_TRUE(AwaitFrame()) << i;
+    EXPECT_EQ(0u, Stop());
+    EXPECT_EQ(0u, camera.brokenFrames);
+    EXPECT_EQ(0u, HAL_CameraDisconnect(&Camera(0)));
+    EXPECT_EQ((std::vector<uint32_t>{0, 0, 0}), Held());
+    ASSERT_EQ(0u, Reconnect());
+}
+
 TEST_F(WindowsStreaming, FailsWhereTheDriverDoesNotListen)
 {
     for (const uint32_t action : {kTestFail, kTestPendAndFail}) {
