@@ -150,8 +150,10 @@ void ReceiveThread(void *parameter)
 
     uint32_t lastWord = 0;
     static_cast<void>(device.Exchange(kernel::kControlStreamEnd, lastWord));
-    if (begun.completion == kernel::Completion::kPending)
+    if (begun.completion == kernel::Completion::kPending) {
+        device.Cancel(begin); // the driver may have kept it
         static_cast<void>(device.Wait(&begin));
+    }
     // The callback comes last: it may stop the stream from here, and after that the ring is gone.
     const HAL_EventCallback timedOut = end == LoopEnd::kDeviceLost ? device.timedOut : nullptr;
     void *const context = device.context;

@@ -189,6 +189,20 @@ TEST_F(WindowsStreaming, WorksWhereEveryRequestTakesItsTime)
     ASSERT_EQ(0u, Reconnect());
 }
 
+// Nobody waits for that request while the stream goes on, and the stop ends it.
+TEST_F(WindowsStreaming, StopsAtOnceWhereTheStreamsBeginIsNeverAnswered)
+{
+    driver.AddFault({0, 0x22A084, kTestHang, 0, 0, 1});
+    ASSERT_EQ(0u, Start());
+    ASSERT_TRUE(AwaitFrame());
+    EXPECT_EQ(1u, driver.State(0).pendingRequests);
+    const auto begun = std::chrono::steady_clock::now();
+    EXPECT_EQ(0u, Stop());
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(4));
+    EXPECT_EQ("", said.Text());
+    EXPECT_EQ(0u, driver.State(0).pendingRequests);
+}
+
 TEST_F(WindowsStreaming, FailsWhereTheDriverDoesNotListen)
 {
     for (const uint32_t action : {kTestFail, kTestPendAndFail}) {
