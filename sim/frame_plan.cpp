@@ -20,6 +20,7 @@ constexpr uint32_t kWheelGreen = 1;
 constexpr uint32_t kWheelBlack = 2;
 constexpr uint32_t kWheelBlue = 3;
 constexpr uint32_t kWheelPlaces = 4;
+constexpr uint8_t kNoFilter = 0xFF;
 constexpr uint32_t kBlackLevelParts = 128; // black is this part of the converter's range
 constexpr uint32_t kLegacyPacket = 4080;
 constexpr uint32_t kLegacyFastPacket = 4980; // deep pixels at 20 MHz without binning
@@ -96,14 +97,28 @@ uint64_t WheelNanoseconds(const CameraDescription &description, Words words, uin
     return (uint64_t{steps} * step + rest) * kMillisecond;
 }
 
+bool IsWheelTurning(Words words) { return ReadField(words, control::kWheelTurns) != 0; }
+
+// The filter before a monochrome sensor. A wheel that stands still lets through the colour that it
+// is told to begin with; at red, where cameras come up, it is out of the light.
+uint8_t FilterOf(Words words, uint32_t wheelFrame)
+{
+    if (IsWheelTurning(words))
+        return static_cast<uint8_t>(WheelPlace(words, wheelFrame));
+    const uint32_t start = ReadField(words, control::kWheelStart);
+    return start == kWheelGreen || start == kWheelBlue ? static_cast<uint8_t>(start) : kNoFilter;
+}
+
+// Red and blue have exposures of their own only while the wheel turns.
 void PlanExposureTime(const CameraDescription &description, Words words, FramePlan &plan)
 {
     RegisterField upper = control::kExposure;
     RegisterField lower = control::kExposureLow;
-    if (plan.exposure.filterColour == kWheelRed) {
+    const uint8_t filter = IsWheelTurning(words) ? plan.exposure.filterColour : kNoFilter;
+    if (filter == kWheelRed) {
         upper = control::kRedExposure;
         lower = control::kRedExposureLow;
-    } else if (plan.exposure.filterColour == kWheelBlue) {
+    } else if (filter == kWheelBlue) {
         upper = control::kBlueExposure;
         lower = control::kBlueExposureLow;
     }
@@ -175,9 +190,9 @@ uint8_t MosaicCode(const SensorType &sensor, const ExposureSettings &exposure)
     return static_cast<uint8_t>(5 + (column & 1u) + 2 * (row & 1u));
 }
 
-uint8_t ColourCode(const SensorType &sensor, const ExposureSettings &exposure)
+uint8_t ColourCode(const SensorType &sensor, const ExposureSettings &exposure, bool isTurning)
 {
-    if (exposure.filterColour != 0xFF)
+    if (isTurning && exposure.filterColour != kNoFilter)
         return exposure.filterColour;
     const bool binned = exposure.horizontalBinning > 1 || exposure.verticalBinning > 1;
     return sensor.mosaic == Mosaic::kNone || binned ? 0 : MosaicCode(sensor, exposure);
@@ -216,7 +231,7 @@ void PlanLayout(const CameraDescription &description, const SensorType &sensor, 
     FrameLayout &layout = plan.layout;
     layout.streamingVersion = description.streamingVersion;
     layout.tag = static_cast<uint8_t>(ReadField(words, control::kTag));
-    layout.colourCode = ColourCode(sensor, exposure);
+    layout.colourCode = ColourCode(sensor, exposure, IsWheelTurning(words));
     layout.bitDepth = static_cast<uint8_t>(exposure.outputBits);
     layout.lineBytes = exposure.width * (exposure.outputBits > 8 ? 2 : 1);
     layout.twoFields =
@@ -229,9 +244,10 @@ FramePlan PlanFrame(const CameraDescription &description, const SensorType &sens
                     uint32_t wheelFrame)
 {
     FramePlan plan;
-    if (HasWheel(description, sensor) && ReadField(words, control::kWheelTurns) != 0) {
-        plan.exposure.filterColour = static_cast<uint8_t>(WheelPlace(words, wheelFrame));
-        plan.leadNanoseconds += WheelNanoseconds(description, words, wheelFrame);
+    if (HasWheel(description, sensor)) {
+        plan.exposure.filterColour = FilterOf(words, wheelFrame);
+        if (IsWheelTurning(words))
+            plan.leadNanoseconds += WheelNanoseconds(description, words, wheelFrame);
     }
     if (TriggerOf(words) != Trigger::kFree)
         plan.leadNanoseconds += ReadField(words, control::kTriggerDelay);

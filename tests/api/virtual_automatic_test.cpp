@@ -153,6 +153,19 @@ TEST_F(VirtualAutomatic, AMosaicUnderWarmLightBecomesGrey)
     }
 }
 
+// The search looks through green alone, so that it is green that comes near the top.
+TEST_F(VirtualAutomatic, AWheelsExposureIsFoundBehindItsGreen)
+{
+    OpenWith(kWheelRack);
+    Set(zprmImageFormat, zfmtRgb24);
+    Set(zprmPostProcessImageFormat, zfmtRgb24);
+    Send();
+    EXPECT_EQ(Zerix_AutoExpose(&settings, 0, 0, 1024, 58), 0u);
+    const double green = MeansOf(Take(zfmtRgb24))[1];
+    EXPECT_GT(green, 220.0);
+    EXPECT_LT(green, 255.0);
+}
+
 // Its balance lies in the exposures, with the gains at 1.
 TEST_F(VirtualAutomatic, AWheelsExposuresMakeWarmLightGrey)
 {
@@ -161,6 +174,7 @@ TEST_F(VirtualAutomatic, AWheelsExposuresMakeWarmLightGrey)
     Set(zprmPostProcessImageFormat, zfmtRgb24);
     Send();
     EXPECT_EQ(Zerix_AutoExpose(&settings, 0, 0, 1024, 58), 0u);
+    Expose(Exposure() / 2); // leaves room for red, which is brighter
     Expose(Exposure(), zprm64ExposureRed);
     Expose(Exposure(), zprm64ExposureBlue);
     Send();

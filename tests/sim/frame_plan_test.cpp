@@ -108,6 +108,26 @@ TEST(FramePlan, OnlyAnAstrelE1IsToldItsPlaceFromTheFarCorner)
     }
 }
 
+// At red, where cameras come up, it is out of the light. Its frames are plain ones, exposed for the
+// camera's own time.
+TEST(FramePlan, AWheelThatStandsStillLetsGreenOrBlueThrough)
+{
+    const struct {
+        uint32_t start;
+        uint8_t filter;
+    } kPlaces[] = {{0, 0xFF}, {1, 1}, {2, 0xFF}, {3, 3}};
+    for (const auto &place : kPlaces) {
+        const FramePlan plan = Plan({.model = 18, .ccdModel = 6}, {{0x30, 0x10 | place.start << 8},
+                                                                   {0x3C, 1'000'000},
+                                                                   {0x40, 2'000'000},
+                                                                   {0x44, 4'000'000}});
+        EXPECT_EQ(plan.exposure.filterColour, place.filter) << place.start;
+        EXPECT_EQ(plan.exposure.exposureNanoseconds, 1'000'000u) << place.start;
+        EXPECT_EQ(plan.layout.colourCode, 0) << place.start;
+        EXPECT_EQ(plan.leadNanoseconds, 0u) << place.start;
+    }
+}
+
 TEST(FramePlan, ColourSensorsAndTwoModelsHaveNoWheel)
 {
     const auto colourOf = [](uint32_t modelNumber, uint16_t ccdModel) {
