@@ -1,5 +1,4 @@
-// Debug output as a debugger's viewer gets it, and as the machine's console sees it.
-#include <cstdio>
+// Debug output as a debugger's viewer gets it.
 #include <cstring>
 #include <gtest/gtest.h>
 #include <thread>
@@ -7,7 +6,6 @@
 
 #include "platform/os.h"
 #include "tests/support/configuration_values.h"
-#include "tests/support/standard_output_capture.h"
 
 namespace zerix::os {
 namespace {
@@ -66,15 +64,6 @@ TEST(DebuggerOutput, IsWhereLinesGoByDefault)
     EXPECT_EQ(viewer.Next(), "FWCameraGetList - got 0 devices using setup API\n");
     EXPECT_EQ(viewer.Next(), "100 %s\n");
     writer.join();
-}
-
-TEST(Console, ThatIsRedirectedStaysSo)
-{
-    const test::StandardOutputCapture capture;
-    ReopenStandardOutputOnConsole();
-    std::printf("still here\n");
-    EXPECT_EQ(capture.Text(), "still here\n");
-    EXPECT_FALSE(StandardOutputIsTerminal());
 }
 
 } // namespace

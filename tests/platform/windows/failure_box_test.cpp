@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/os.h"
+#include "tests/platform/windows/without_screen.h"
 
 namespace zerix::os {
 namespace {
@@ -18,33 +19,6 @@ TEST(FailureBox, OfATestIsALineOfDebugOutput)
     SetDebugOutputForTest({});
     EXPECT_EQ(told, "Error: FWCameraIsOpen failed with error 5: Access denied.");
 }
-
-// A desktop of its own for boxes, where the machine has no screen: Wine asks for a desktop's driver
-// when the first window on it is made.
-class UnseenDesktop {
-public:
-    UnseenDesktop()
-    {
-        HKEY key = nullptr;
-        RegCreateKeyA(HKEY_CURRENT_USER, "Software\\Wine\\Drivers", &key);
-        RegSetValueExA(key, "Graphics", 0, REG_SZ, reinterpret_cast<const BYTE *>("null"), 5);
-        RegCloseKey(key);
-        m_desktop = CreateDesktopA("zerix tests", nullptr, nullptr, 0, GENERIC_ALL, nullptr);
-        Enter();
-    }
-    ~UnseenDesktop()
-    {
-        SetThreadDesktop(m_before);
-        CloseDesktop(m_desktop);
-    }
-    UnseenDesktop(const UnseenDesktop &) = delete;
-    UnseenDesktop &operator=(const UnseenDesktop &) = delete;
-    void Enter() const { EXPECT_NE(SetThreadDesktop(m_desktop), 0); }
-
-private:
-    const HDESK m_before = GetThreadDesktop(GetCurrentThreadId());
-    HDESK m_desktop = nullptr;
-};
 
 struct SeenBox {
     std::vector<std::string> texts; // of its parts, buttons and all
@@ -81,11 +55,13 @@ SeenBox SeeAndClose(const char *title)
 
 TEST(FailureBox, OfAnApplicationIsTheSystemsWithOneButton)
 {
-    UnseenDesktop desktop;
+    const HDESK before = GetThreadDesktop(GetCurrentThreadId());
+    test::UnseenDesktop desktop;
+    ASSERT_TRUE(desktop.Enter());
     const auto user = Thread::Start(
         [](void *place) {
-            static_cast<UnseenDesktop *>(place)->Enter();
-            ShowFailureBox("Error", "FWCameraIsOpen failed with error 31: 100%s");
+            if (static_cast<test::UnseenDesktop *>(place)->Enter())
+                ShowFailureBox("Error", "FWCameraIsOpen failed with error 31: 100%s");
         },
         &desktop);
     ASSERT_NE(user, nullptr);
@@ -95,6 +71,7 @@ TEST(FailureBox, OfAnApplicationIsTheSystemsWithOneButton)
               (std::vector<std::string>{"OK", "FWCameraIsOpen failed with error 31: 100%s"}));
     EXPECT_FALSE(seen.hasIcon);
     EXPECT_FALSE(seen.hasOwner);
+    SetThreadDesktop(before);
 }
 
 } // namespace
