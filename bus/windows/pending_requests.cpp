@@ -60,6 +60,7 @@ ControlResult Over(Overlapped *overlapped, const ControlResult &result)
 PendingRequests::PendingRequests(SystemCalls &system, SystemHandle device)
     : m_system(system), m_device(device), m_owner(NewOwner())
 {
+    KeptForEver(); // made here, where there may lack the memory for it
 }
 
 // Nobody is inside any more, but there may be requests that nobody waited for. One that even the
@@ -71,13 +72,18 @@ PendingRequests::~PendingRequests()
     m_system.CloseHandle(m_device);
     if (!AwaitHandedOut()) {
         static std::mutex mutex;
-        static auto &keptForEver = *new std::list<Request>;
         const std::lock_guard lock(mutex);
-        keptForEver.splice(keptForEver.end(), m_requests);
+        KeptForEver().splice(KeptForEver().end(), m_requests);
         return;
     }
     for (const Request &request : m_requests)
         m_system.CloseHandle(request.block.event);
+}
+
+std::list<PendingRequests::Request> &PendingRequests::KeptForEver()
+{
+    static auto &requests = *new std::list<Request>;
+    return requests;
 }
 
 ControlResult PendingRequests::Send(uint32_t code, const Buffers &buffers, Overlapped *overlapped)

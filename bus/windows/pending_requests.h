@@ -46,6 +46,7 @@ private:
         bool isHandedOut = false; // it pends, and a caller's block holds it
     };
 
+    static std::list<Request> &KeptForEver();
     // Null without the memory for another, and when the device is closed.
     Request *Take();
     kernel::ControlResult NotSent() const; // because there was none to take
