@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "tools/answer_limit.h"
 #include "tools/command_error.h"
 #include "tools/parameter_values.h"
 
@@ -185,6 +186,7 @@ void CameraSettings::Set(const ParameterRow &row, int64_t value)
 
 void CameraSettings::Send()
 {
+    const AnswerLimit limit;
     Check(Zerix_SendSettingsToCam(m_camera.Handle(), &m_record),
           "the settings can't be sent to the camera");
 }

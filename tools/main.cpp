@@ -199,6 +199,9 @@ void AddRecord(CLI::App &app, const CommonOptions &common, RecordOptions &record
     AddDuration(*verb, "--for", record.seconds,
                 "How long: 10s, 500ms, 5min, 1h; by the frames' own times on the virtual "
                 "bus's fast clock");
+    AddDuration(*verb, "--wait", record.waitSeconds,
+                "Longest wait for the next frame: 5s, 10min (default: a minute more than its "
+                "exposure; with a trigger, as long as it takes)");
     verb->add_option("--buffer", record.bufferMegabytes,
                      "Most memory for frames that wait for the disk, but for at least four frames; "
                      "one frame more while FITS is written (default: 256)")

@@ -4,6 +4,7 @@
 
 #include <exception>
 
+#include "tools/answer_limit.h"
 #include "tools/command_error.h"
 
 namespace zerix::tool {
@@ -39,11 +40,12 @@ void RecordStream::Start(size_t inFlight, uint32_t frameSize)
     }
     m_isRunning = true;
     m_recording.WhenFreed([this] { PayCredit(); });
-    m_start = m_lastArrival = Clock::now();
+    m_start = m_lastArrival = m_lastFrame = Clock::now();
     for (Slot &slot : m_slots)
         Queue(slot);
     m_credit.Grant(m_pictures.ExposuresEach());
     uint32_t error = Error();
+    const AnswerLimit limit;
     if (error == ZERIX_SUCCESS)
         error = Zerix_SetStreaming(m_camera.Handle(), 1);
     if (error != ZERIX_SUCCESS)
@@ -72,7 +74,10 @@ bool RecordStream::WaitForEnd(std::chrono::milliseconds longest)
     const auto now = Clock::now();
     const bool hasTimePassed = !m_credit.IsGranting() && m_target.seconds > 0 &&
                                now - m_start > std::chrono::duration<double>(m_target.seconds);
-    if (m_recording.HasFailed() || hasTimePassed)
+    // A slow disk holds a camera of the fast clock up, and is no lack of frames.
+    m_hasWaitedInVain = m_target.waitSeconds > 0 && m_recording.HasFree() &&
+                        now - m_lastFrame > std::chrono::duration<double>(m_target.waitSeconds);
+    if (m_recording.HasFailed() || hasTimePassed || m_hasWaitedInVain)
         m_isOver = true;
     else if (m_credit.IsGranting() && now - m_lastArrival > kLostFrame) {
         m_lastArrival = now;
@@ -97,6 +102,12 @@ uint32_t RecordStream::Error() const
 {
     const std::lock_guard lock(m_mutex);
     return m_error;
+}
+
+bool RecordStream::HasWaitedInVain() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_hasWaitedInVain;
 }
 
 void RecordStream::OnFrame(void *slot, uint32_t, uint32_t error, uint32_t)
@@ -151,6 +162,7 @@ void RecordStream::Record(Slot &slot, uint32_t error)
         return EndWith(ZERIX_SUCCESS);
     FrameBuffer *const fresh = m_recording.TakeFree();
     const std::lock_guard lock(m_mutex);
+    m_lastFrame = Clock::now();
     if (fresh == nullptr) {
         ++m_counts.droppedSlowDisk;
         return;

@@ -42,6 +42,8 @@ public:
     [[nodiscard]] double RecordedSeconds() const;
     // The error of the library that ended the stream, or 0.
     [[nodiscard]] uint32_t Error() const;
+    // True where no frame came for as long as the target says.
+    [[nodiscard]] bool HasWaitedInVain() const;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -73,6 +75,7 @@ private:
     mutable std::mutex m_mutex; // of all below
     std::condition_variable m_ended;
     bool m_isOver = false;
+    bool m_hasWaitedInVain = false;
     uint32_t m_error = 0;
     RecordingCounts m_counts;
     FrameNumbers m_numbers;
@@ -80,6 +83,7 @@ private:
     uint64_t m_lastNanoseconds = 0;
     Clock::time_point m_start;
     Clock::time_point m_lastArrival;
+    Clock::time_point m_lastFrame; // that could be recorded
 };
 
 } // namespace zerix::tool

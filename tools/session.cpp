@@ -7,6 +7,7 @@
 
 #include "platform/configuration_places.h"
 #include "platform/os.h"
+#include "tools/answer_limit.h"
 #include "tools/command_error.h"
 #include "zerix/zerix_sim.h"
 
@@ -46,6 +47,7 @@ std::string TextOf(uint32_t (*read)(ZerixHandle, char *, uint32_t), ZerixHandle 
 
 OpenCamera::OpenCamera(const ZerixCameraListItem &item) : m_item(item)
 {
+    const AnswerLimit limit;
     const uint32_t error = Zerix_OpenCamera(item.cameraId, &m_handle);
     if (error != ZERIX_SUCCESS)
         Fail(fmt::format("camera {} can't be opened", item.cameraId), error);
@@ -92,6 +94,7 @@ Session::~Session() { Zerix_ReleaseDriver(); }
 
 void Session::List()
 {
+    const AnswerLimit limit;
     std::array<ZerixCameraListItem, kMostCameras> table{};
     auto count = static_cast<uint32_t>(table.size());
     const uint32_t error = Zerix_ListCameras(table.data(), &count);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "tools/answer_limit.h"
 #include "tools/command_error.h"
 
 namespace zerix::tool {
@@ -21,6 +22,7 @@ StreamWatch::StreamWatch(const OpenCamera &camera, const FrameCredit &credit,
         error = error == 0 ? Queue(slot) : error;
     }
     m_credit.Grant(m_exposuresPerPicture);
+    const AnswerLimit limit;
     error = error == 0 ? Zerix_SetStreaming(m_camera.Handle(), 1) : error;
     if (error == 0)
         return;

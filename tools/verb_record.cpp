@@ -71,7 +71,16 @@ struct Result {
     uint32_t error = 0;
     double seconds = 0; // that it took
     bool wasInterrupted = false;
+    bool hasWaitedInVain = false;
 };
+
+// A camera that runs by itself sends a frame after each exposure; a trigger may take its time.
+double LongestWait(const RecordOptions &record, const OpenCamera &camera,
+                   const TakenPictures &pictures)
+{
+    const bool runsByItself = camera.ReadSettings().values[zprmTriggerType] == 0;
+    return record.waitSeconds > 0 || runsByItself ? pictures.LongestWait(record.waitSeconds) : 0;
+}
 
 Result Run(RecordStream &stream, Recording &recording, const RecordingTarget &target)
 {
@@ -89,13 +98,14 @@ Result Run(RecordStream &stream, Recording &recording, const RecordingTarget &ta
     result.seconds = elapsed();
     stream.Stop();
     result.error = stream.Error();
+    result.hasWaitedInVain = stream.HasWaitedInVain();
     result.counts = stream.Counts();
     line.Show(fmt::format("writing the last of {}", FramesText(result.counts.recorded)));
     result.outcome = recording.Finish();
     return result;
 }
 
-void CheckResult(const std::string &file, const Result &result)
+void CheckResult(const std::string &file, const Result &result, const RecordingTarget &target)
 {
     const std::string safe = fmt::format("{} {} safe in it", FramesText(result.outcome.frames),
                                          result.outcome.frames <= 1 ? "is" : "are");
@@ -105,6 +115,10 @@ void CheckResult(const std::string &file, const Result &result)
     if (result.error != ZERIX_SUCCESS)
         Fail(fmt::format("recording ended with {} in {}", FramesText(result.outcome.frames), file),
              result.error);
+    if (result.hasWaitedInVain)
+        throw CommandError(fmt::format("recording ended with {} in {}: {}",
+                                       FramesText(result.outcome.frames), file,
+                                       NoPictureWithin(target.waitSeconds)));
     if (!result.outcome.endError.empty())
         throw CommandError(fmt::format("the end of {} can't be written: {}; {}, but not what the "
                                        "end tells of them.",
@@ -152,13 +166,14 @@ try {
     const auto frameSize = static_cast<uint32_t>(std::max<size_t>(1, pictures.FrameBytes()));
     const size_t buffers =
         std::max(kFewestBuffers, (size_t{record.bufferMegabytes} << 20) / frameSize);
-    const RecordingTarget target{record.count, record.seconds};
+    const RecordingTarget target{record.count, record.seconds,
+                                 LongestWait(record, camera, pictures)};
 
     Recording recording(Open(record.file), buffers, frameSize);
     RecordStream stream(camera, pictures, credit, recording, target);
     stream.Start(std::min(kMostInFlight, buffers / 2), frameSize);
     const Result result = Run(stream, recording, target);
-    CheckResult(record.file, result);
+    CheckResult(record.file, result, target);
     options.json ? PrintJson(record.file, result) : PrintText(record.file, result);
 } catch (const std::bad_alloc &) {
     throw CommandError(fmt::format("there is no memory for {} MB of frames: choose a smaller "

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "tools/answer_limit.h"
 #include "tools/apply_settings.h"
 #include "tools/command_error.h"
 #include "tools/frame_credit.h"
@@ -25,6 +26,7 @@ public:
         m_frame.pBuffer = m_buffer.data();
         m_frame.bufferSize = static_cast<uint32_t>(m_buffer.size());
         Check(Zerix_QueueFrame(m_handle, &m_frame, OnFrame, ZERIX_FLAG_FRAME_DONE, this, 0));
+        const AnswerLimit limit;
         Check(Zerix_SetStreaming(m_handle, 1));
     }
 
@@ -37,7 +39,11 @@ public:
     TriggeredFrame(const TriggeredFrame &) = delete;
     TriggeredFrame &operator=(const TriggeredFrame &) = delete;
 
-    void Fire() { Check(Zerix_Trigger(m_handle)); }
+    void Fire()
+    {
+        const AnswerLimit limit;
+        Check(Zerix_Trigger(m_handle));
+    }
 
     const Zerix_Frame &Wait(double seconds)
     {

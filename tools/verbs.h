@@ -34,8 +34,10 @@ void Grab(const CommonOptions &options, const GrabOptions &grab);
 
 struct RecordOptions {
     std::string file;
-    uint64_t count = 0; // 0: no limit
-    double seconds = 0; // 0: no limit
+    uint64_t count = 0;     // 0: no limit
+    double seconds = 0;     // 0: no limit
+    double waitSeconds = 0; // for each frame; 0: a minute more than its exposure, or for a trigger
+                            // as long as it takes
     uint32_t bufferMegabytes = 256;
     std::vector<std::string> settings; // KEY=VALUE
     ColourOptions colour;

@@ -198,6 +198,17 @@ TEST_F(Record, WhatCannotBeIsToldBeforeAnythingIsExposed)
     EXPECT_EQ(folder.err, "zerix: nowhere/a.ser can't be written: there is no folder nowhere.\n");
 }
 
+TEST_F(Record, EndsWhereNoFrameComesAnyMore)
+{
+    const std::string rack = Rack("faults = [\"wrong tag at frame 4 from then on\"]\n");
+    const Outcome outcome = Run(rack + "record -n 10 --wait 2s -o a.ser", "", "timeout 30");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.err.starts_with(
+        "zerix: recording ended with 3 frames in a.ser: no picture came within 2 s: "))
+        << outcome.err;
+    EXPECT_EQ(ReadSequenceFile(Path("a.ser")).frames.size(), 3u);
+}
+
 TEST_F(Record, HelpTellsTheBoundOfItsMemory)
 {
     const Outcome help = Run("record --help");

@@ -365,6 +365,17 @@ TEST_F(Tool, ATimeThatIsNoneIsToldInOneShortSentence)
     }
 }
 
+// While it is opened, and in the middle of a send.
+TEST_F(Tool, ACameraThatNeverAnswersEndsTheTool)
+{
+    Write("opened.toml", "[[camera]]\nmodel = \"Astrel C2\"\nfaults = [\"hang at write 4\"]\n");
+    EXPECT_EQ(Run("--rack opened.toml list", "", "timeout 40").err,
+              "zerix: the camera doesn't answer: check its cable and its power, and switch it off "
+              "and on.\n");
+    Write("sent.toml", "[[camera]]\nmodel = \"Astrel C2\"\nfaults = [\"hang at write 42\"]\n");
+    EXPECT_EQ(Run("--rack sent.toml set exposure=3ms roi=1,2,100,100", "", "timeout 40").status, 1);
+}
+
 TEST_F(Tool, ABayerCameraNamesItsMosaic)
 {
     ASSERT_EQ(Run("--sim --camera 1 grab -o p.raw").status, 0);

@@ -7,7 +7,7 @@ _zerix_options()
     case $1 in
     grab) echo "-o --output -n --count --set --wait --color --autoexpose --whitebalance --region" ;;
     trigger) echo "-o --output --set --wait" ;;
-    record) echo "-o --output -n --count --for --buffer --set --color --autoexpose --whitebalance --region" ;;
+    record) echo "-o --output -n --count --for --wait --buffer --set --color --autoexpose --whitebalance --region" ;;
     monitor) echo "-n --count --for --every --set" ;;
     preview) echo "-o --output --size" ;;
     autoexpose) echo "--color --region --set --wait" ;;

@@ -35,8 +35,9 @@ std::string FramesText(uint64_t frames);
 std::string LossesText(const RecordingCounts &counts);
 
 struct RecordingTarget {
-    uint64_t frames = 0; // 0: no limit
-    double seconds = 0;  // 0: no limit
+    uint64_t frames = 0;    // 0: no limit
+    double seconds = 0;     // 0: no limit
+    double waitSeconds = 0; // longest wait for the next frame; 0: no limit
 };
 
 // "[######    ] 60 of 100 frames, 15.0 frames/s, 2 lost, 0 dropped, 3 s left". Without a limit
