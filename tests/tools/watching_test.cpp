@@ -1,6 +1,8 @@
 // The verbs that stream: trigger and monitor.
 #include <algorithm>
 #include <chrono>
+#include <iterator>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -103,6 +105,17 @@ TEST_F(ToolStreams, TheMonitorCountsTheFramesBehindATurningWheel)
     ASSERT_EQ(lines.size(), 1U) << outcome.err;
     EXPECT_GE(lines[0]["frames"], 3U);
     EXPECT_EQ(lines[0]["lost"], 0);
+}
+
+TEST_F(ToolStreams, TheMonitorsLineStaysInItsPlaceOnATerminal)
+{
+    const std::string shown = ShownOnATerminal("--sim monitor -n 3 --every 100ms");
+    const std::regex line(
+        "\r\x1b\\[K[0-9]+ frames, [^\r\n]*; cooler on, set to -30 C, (not )?locked");
+    EXPECT_EQ(std::distance(std::sregex_iterator(shown.begin(), shown.end(), line),
+                            std::sregex_iterator()),
+              3)
+        << shown;
 }
 
 TEST_F(ToolStreams, TheMonitorPrintsPlainLinesIntoAPipe)
