@@ -14,8 +14,8 @@ namespace zerix::tool {
 FrameCredit::FrameCredit(bool isSimulated, uint32_t uniqueId)
 {
     uint32_t isFast = 0;
-    m_isSimulated = isSimulated && ZerixSim_FindCamera(uniqueId, &m_camera) == ZERIX_SIM_OK &&
-                    ZerixSim_IsFastClock(&isFast) == ZERIX_SIM_OK && isFast == 1;
+    m_isVirtual = isSimulated && ZerixSim_FindCamera(uniqueId, &m_camera) == ZERIX_SIM_OK;
+    m_isSimulated = m_isVirtual && ZerixSim_IsFastClock(&isFast) == ZERIX_SIM_OK && isFast == 1;
 }
 
 uint32_t FrameCredit::WhileGranted(const std::function<uint32_t()> &grab, uint32_t exposures)
@@ -65,7 +65,7 @@ void FrameCredit::Grant(uint32_t exposures) const
 uint64_t FrameCredit::StartOfExposure(uint16_t frameNumber, uint64_t exposureNanoseconds) const
 {
     uint64_t start = 0;
-    if (m_isSimulated && ZerixSim_GetFrameTime(m_camera, frameNumber, &start) == ZERIX_SIM_OK)
+    if (m_isVirtual && ZerixSim_GetFrameTime(m_camera, frameNumber, &start) == ZERIX_SIM_OK)
         return start;
     const os::WallTime now = os::WallClock();
     const uint64_t nanoseconds =

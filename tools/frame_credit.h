@@ -32,6 +32,7 @@ public:
 private:
     uint32_t WithRefills(const std::function<uint32_t()> &call, uint32_t exposures) const;
 
+    bool m_isVirtual = false; // knows its frames' times, on either clock
     bool m_isSimulated = false;
     uint32_t m_camera = 0;
 };

@@ -198,6 +198,22 @@ TEST_F(Record, WhatCannotBeIsToldBeforeAnythingIsExposed)
     EXPECT_EQ(folder.err, "zerix: nowhere/a.ser can't be written: there is no folder nowhere.\n");
 }
 
+// The exposures follow one another evenly, however unevenly their frames arrive.
+TEST_F(Record, TellsTheTimesOfTheExposuresOnTheRealClockToo)
+{
+    ASSERT_EQ(Run(Rack("", "real") + "record -n 12 -o a.raw").status, 0);
+    const auto frames = nlohmann::json::parse(Contents(Path("a.raw.json")))["frames"];
+    ASSERT_EQ(frames.size(), 12u);
+    // 768 x 494 pixels at 20 MHz; the exposure of 16.384 ms is shorter and lies in the readout
+    // before.
+    for (const auto &frame : frames) {
+        const auto number = frame["frame_number"].get<uint64_t>();
+        EXPECT_EQ(frame["time_unix_ns"].get<uint64_t>() - frames[0]["time_unix_ns"].get<uint64_t>(),
+                  number * 18'969'600u)
+            << number;
+    }
+}
+
 TEST_F(Record, EndsWhereNoFrameComesAnyMore)
 {
     const std::string rack = Rack("faults = [\"wrong tag at frame 4 from then on\"]\n");
