@@ -22,7 +22,7 @@ namespace {
 
 constexpr uint32_t kSide = 2048;
 constexpr size_t kFrameBytes = size_t{kSide} * kSide * 2;
-constexpr uint32_t kFrames = 64;
+constexpr uint32_t kFrames = 32;
 constexpr size_t kBuffers = 8;
 
 std::string FileIn(const char *name)

@@ -36,6 +36,7 @@ std::vector<KeptPicture> ReadWheel(const std::vector<std::string> &files)
     std::vector<KeptPicture> pictures;
     for (size_t i = 0; i < exposures.front().size(); ++i) {
         std::vector<KeptPicture> cycle;
+        cycle.reserve(exposures.size());
         for (std::vector<KeptPicture> &ofOneColour : exposures)
             cycle.push_back(std::move(ofOneColour[i]));
         pictures.push_back(Composed(cycle));

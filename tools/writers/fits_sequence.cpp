@@ -1,6 +1,7 @@
 // FITS cubes: frame behind frame along the last axis, rows top down, and behind them a table FRAMES
 // with a row for each. A colour frame is three planes along an axis of its own before. The length
 // of the last axis is put right with every frame; the table comes at the end.
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -38,20 +39,19 @@ void PutPlane(const uint8_t *from, size_t count, uint8_t *to)
     }
 }
 
-// The frame as it stands in the file, in `space` where it isn't that already.
-std::span<const uint8_t> DataOf(const Picture &picture, std::vector<uint8_t> &space)
+// Pixels are turned and written a piece at a time, which stays in the nearer caches. The pieces end
+// where the system's own do, in large powers of two.
+constexpr size_t kPieceBytes = size_t{1} << 20;
+
+// Samples `first` and on of a plane, as they stand in the file.
+void PutPiece(const Picture &picture, size_t plane, size_t first, std::span<uint8_t> piece)
 {
     const bool isWide = picture.bytesPerSample == 2;
     const bool isColour = picture.samplesPerPixel == 3;
-    if (!isWide && !isColour)
-        return picture.pixels;
-    space.resize(picture.pixels.size());
-    const size_t count = size_t{picture.width} * picture.height;
     const auto put = !isColour ? PutPlane<2, 1> : isWide ? PutPlane<2, 3> : PutPlane<1, 3>;
-    for (size_t plane = 0; plane < picture.samplesPerPixel; ++plane)
-        put(picture.pixels.data() + plane * picture.bytesPerSample, count,
-            space.data() + plane * count * picture.bytesPerSample);
-    return space;
+    const size_t from = first * picture.samplesPerPixel + plane;
+    put(picture.pixels.data() + from * picture.bytesPerSample,
+        piece.size() / picture.bytesPerSample, piece.data());
 }
 
 FitsCards CubeCards(const Picture &first)
@@ -162,11 +162,11 @@ protected:
 
     bool AddFrame(const Picture &picture) override
     {
-        const std::span<const uint8_t> data = DataOf(picture, m_space);
-        if (!File().Write(m_dataEnd, data) || !Fill(m_dataEnd + data.size()) ||
+        const uint64_t end = m_dataEnd + picture.pixels.size();
+        if (!WritePixels(picture) || !Fill(end) ||
             !File().Write(FrameAxisAt(m_isColour), FrameAxis(m_isColour, Frames() + 1)))
             return false;
-        m_dataEnd += data.size();
+        m_dataEnd = end;
         return true;
     }
 
@@ -184,14 +184,34 @@ protected:
     }
 
 private:
+    bool WritePixels(const Picture &picture)
+    {
+        if (picture.bytesPerSample == 1 && picture.samplesPerPixel == 1)
+            return File().Write(m_dataEnd, picture.pixels);
+        const size_t count = size_t{picture.width} * picture.height;
+        uint64_t at = m_dataEnd;
+        for (size_t plane = 0; plane < picture.samplesPerPixel; ++plane)
+            for (size_t first = 0; first < count;) {
+                const size_t room = kPieceBytes - at % kPieceBytes;
+                const size_t samples = std::min(count - first, room / picture.bytesPerSample);
+                const auto piece = std::span(m_piece).first(samples * picture.bytesPerSample);
+                PutPiece(picture, plane, first, piece);
+                if (!File().Write(at, piece))
+                    return false;
+                first += samples;
+                at += piece.size();
+            }
+        return true;
+    }
+
     bool Fill(uint64_t dataEnd)
     {
         const std::vector<uint8_t> zeros(FitsFill(dataEnd));
         return File().Write(dataEnd, zeros);
     }
 
-    uint64_t m_dataEnd = 0;       // without the fill behind it, which the next frame overwrites
-    std::vector<uint8_t> m_space; // for a frame
+    uint64_t m_dataEnd = 0; // without the fill behind it, which the next frame overwrites
+    std::vector<uint8_t> m_piece = std::vector<uint8_t>(kPieceBytes);
     bool m_isColour = false;
 };
 

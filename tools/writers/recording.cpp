@@ -2,6 +2,7 @@
 #include "tools/writers/recording.h"
 
 #include <exception>
+#include <new>
 #include <utility>
 
 namespace zerix::tool {
@@ -10,7 +11,9 @@ Recording::Recording(std::unique_ptr<SequenceWriter> writer, size_t bufferCount,
     : m_writer(std::move(writer)), m_buffers(bufferCount)
 {
     for (FrameBuffer &buffer : m_buffers) {
-        buffer.bytes = std::make_unique_for_overwrite<uint8_t[]>(bufferSize);
+        buffer.bytes.reset(static_cast<uint8_t *>(AllocateBlock(bufferSize)));
+        if (!buffer.bytes)
+            throw std::bad_alloc();
         m_free.push_back(&buffer);
     }
     m_thread = std::thread([this] { Run(); });

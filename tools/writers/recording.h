@@ -15,12 +15,17 @@
 #include <thread>
 #include <vector>
 
+#include "platform/large_blocks.h"
 #include "tools/writers/sequence.h"
 
 namespace zerix::tool {
 
+struct BlockDeleter {
+    void operator()(uint8_t *block) const { FreeBlock(block); }
+};
+
 struct FrameBuffer {
-    std::unique_ptr<uint8_t[]> bytes;
+    std::unique_ptr<uint8_t[], BlockDeleter> bytes;
     Picture picture; // whose pixels are among the bytes
 };
 
