@@ -9,6 +9,7 @@
 #include <string>
 
 #include "diag/key_names.h"
+#include "platform/file_path.h"
 #include "platform/os.h"
 #include "tables/error_phrases.h"
 
@@ -34,7 +35,7 @@ public:
     bool Open(const std::string &path)
     {
         const std::lock_guard lock(m_mutex);
-        m_stream.reset(std::fopen(path.c_str(), "a"));
+        m_stream.reset(os::OpenToAppend(path));
         return m_stream != nullptr;
     }
 

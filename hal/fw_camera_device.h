@@ -33,13 +33,9 @@ struct ReceiveSlot {
     bool isQueued = false; // the driver has or had it, and its request can be waited for
 };
 
-struct BlockDeleter {
-    void operator()(uint8_t *block) const { FreeBlock(block); }
-};
-
 // What a stream holds from its start to its stop.
 struct ReceiveRing {
-    std::unique_ptr<uint8_t[], BlockDeleter> memory;
+    Block memory;
     std::unique_ptr<os::Mutex> bufferMutex; // over parsing and queueing
     std::unique_ptr<os::Event> stopEvent;   // the receive thread has left its loop
     uint32_t packetSlotBytes = 0;

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 
 namespace zerix {
 
@@ -11,5 +13,10 @@ namespace zerix {
 // copies. Null without the memory. FreeBlock() takes it back, and null too.
 [[nodiscard]] void *AllocateBlock(size_t bytes);
 void FreeBlock(void *block);
+
+struct BlockDeleter {
+    void operator()(uint8_t *block) const { FreeBlock(block); }
+};
+using Block = std::unique_ptr<uint8_t[], BlockDeleter>;
 
 } // namespace zerix

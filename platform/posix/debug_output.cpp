@@ -58,8 +58,8 @@ void Choose(Sink &sink)
     else if (*value == "syslog")
         sink.place = Place::kSystemLog;
     else
-        ChooseDescriptor(sink,
-                         open(value->c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644));
+        ChooseDescriptor(sink, open(value->c_str(),
+                                    O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0644));
 }
 
 // The choice holds as long as the configuration is looked for in the same places.

@@ -26,4 +26,6 @@ std::string PathText(const std::filesystem::path &path)
     return text;
 }
 
+std::FILE *OpenToAppend(const std::string &name) { return std::fopen(name.c_str(), "a"); }
+
 } // namespace zerix::os

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <deque>
 #include <functional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -143,8 +144,10 @@ public:
         if (duringControl)
             std::exchange(duringControl, nullptr)();
         *returnedBytes = control.bytes;
-        if (control.error == kErrorIoPending)
+        if (control.error == kErrorIoPending) {
             m_pending.push_back({overlapped, control});
+            m_waitable.insert(overlapped->event);
+        }
         return control.error == 0 || Fails(control.error);
     }
 
@@ -181,6 +184,7 @@ public:
     {
         if (handle != kDevice) {
             --openEvents;
+            m_waitable.erase(handle);
             return;
         }
         log.emplace_back("close");
@@ -206,7 +210,10 @@ public:
         for (const Pending &pending : m_pending)
             if (pending.block->event == event)
                 return pending.isOver;
-        return true; // stays signalled behind its request
+        // It stays signalled behind its request.
+        const bool isKnown = m_waitable.contains(event);
+        EXPECT_TRUE(isKnown) << "a wait for an event of no request";
+        return isKnown;
     }
 
     static constexpr SystemHandle kDevice = 77;
@@ -230,6 +237,7 @@ private:
     uint32_t m_error = 0;
     std::deque<Control> m_controls;
     std::vector<Pending> m_pending;
+    std::set<SystemHandle> m_waitable; // events of requests that pend or did
 };
 
 } // namespace zerix::bus

@@ -20,12 +20,8 @@
 
 namespace zerix::tool {
 
-struct BlockDeleter {
-    void operator()(uint8_t *block) const { FreeBlock(block); }
-};
-
 struct FrameBuffer {
-    std::unique_ptr<uint8_t[], BlockDeleter> bytes;
+    Block bytes;
     Picture picture; // whose pixels are among the bytes
 };
 

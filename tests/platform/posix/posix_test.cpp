@@ -1,12 +1,19 @@
 // What the port does on POSIX systems alone: where it finds the configuration and what it reads
 // there, where debug output goes, forced ends that unwind, and threads that the system refuses.
 #include <atomic>
+#include <chrono>
+#include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
+#include <future>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include "platform/file_path.h"
 #include "platform/os.h"
 #include "tests/support/environment_variable.h"
 #include "tests/support/refused_threads.h"
@@ -192,10 +199,35 @@ TEST(ErrorTexts, OfThisSystemAreItsOwn)
     EXPECT_EQ(ErrorText(11), std::string(strerror(11)));
     EXPECT_EQ(ErrorText(1450), "Insufficient system resources exist to complete the request.");
     EXPECT_EQ(ErrorText(1167), "The device is not connected.");
-    for (const uint32_t number : {0u, 2u, 50u, 77u, 995u, 4'000'000'000u}) {
+    for (const uint32_t number :
+         {0u, 2u, 5u, 6u, 31u, 32u, 50u, 87u, 170u, 995u, 1167u, 1450u, 1u, 77u, 4'000'000'000u}) {
         EXPECT_FALSE(ErrorText(number).empty()) << number;
         EXPECT_EQ(ErrorText(number).find_first_of("\r\n"), std::string::npos) << number;
     }
+}
+
+// A pipe that nobody reads would otherwise hold its writer up for ever.
+TEST(AppendedFiles, NeverWaitForAReader)
+{
+    const TemporaryFolder folder;
+    const std::string pipe = folder.Path() + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    auto opening = std::async(std::launch::async, [&] { return OpenToAppend(pipe); });
+    const bool isBack = opening.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    EXPECT_TRUE(isBack);
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    std::FILE *const unread = opening.get();
+    EXPECT_EQ(isBack ? unread : nullptr, nullptr);
+    if (unread != nullptr)
+        std::fclose(unread);
+    std::FILE *const file = OpenToAppend(pipe);
+    ASSERT_NE(file, nullptr);
+    std::fputs("heard", file);
+    std::fclose(file);
+    char text[8] = {};
+    EXPECT_EQ(read(reader, text, sizeof text), 5);
+    EXPECT_STREQ(text, "heard");
+    close(reader);
 }
 
 TEST(Threads, ThatTheSystemRefusesAreNull)
