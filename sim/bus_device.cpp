@@ -18,15 +18,31 @@ BusDevice::BusDevice(DeviceHandle handle, std::shared_ptr<VirtualCamera> camera,
 BusDevice::~BusDevice()
 {
     EndPending(kErrorOperationAborted);
-    for (const Bandwidth &bandwidth : m_bandwidths)
-        m_accounts.ReturnUnits(bandwidth.units);
-    for (uint32_t channel : m_channels)
-        m_accounts.ReturnChannel(channel);
+    ReturnToBus();
 }
 
 bool BusDevice::IsConnected() const
 {
     return m_camera->IsPlugged() && m_camera->PlugNumber() == m_plugNumber;
+}
+
+void BusDevice::LoseDriver()
+{
+    EndPending(kErrorDeviceNotConnected);
+    ReturnToBus();
+    m_listening = false;
+    m_resources.reset();
+    m_hasLostDriver = true;
+}
+
+void BusDevice::ReturnToBus()
+{
+    for (const Bandwidth &bandwidth : m_bandwidths)
+        m_accounts.ReturnUnits(bandwidth.units);
+    for (uint32_t channel : m_channels)
+        m_accounts.ReturnChannel(channel);
+    m_bandwidths.clear();
+    m_channels.clear();
 }
 
 uint32_t BusDevice::AllocateBandwidth(uint32_t slotBytes, uint32_t speedFlag, uint32_t *id)

@@ -32,6 +32,10 @@ public:
     [[nodiscard]] bool IsConnected() const;
     // From its first allocation of bandwidth until it closes.
     [[nodiscard]] bool IsOwner() const { return m_isOwner; }
+    // The device went together with its driver: every request of the handle fails from now on.
+    // What the handle held has gone back to the bus.
+    void LoseDriver();
+    [[nodiscard]] bool HasLostDriver() const { return m_hasLostDriver; }
 
     // Each returns 0 or a system error; ids are the driver's own and never 0.
     uint32_t AllocateBandwidth(uint32_t slotBytes, uint32_t speedFlag, uint32_t *id);
@@ -104,6 +108,7 @@ private:
         return m_resources && m_resources->id == resources;
     }
     void EndBuffers(uint32_t systemError);
+    void ReturnToBus();
 
     kernel::DeviceHandle m_handle;
     std::shared_ptr<VirtualCamera> m_camera;
@@ -112,6 +117,7 @@ private:
     BusAccounts &m_accounts;
     RequestBook &m_requests;
     bool m_isOwner = false;
+    bool m_hasLostDriver = false;
     bool m_listening = false;
     std::vector<Bandwidth> m_bandwidths;
     std::vector<uint32_t> m_channels;

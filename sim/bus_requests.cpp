@@ -91,8 +91,8 @@ ControlResult Answer(const Call &call, bool pends, ControlResult result)
 // What the plan of faults makes of an access; true if it has decided the answer.
 bool DecidedByFault(const Call &call, const AccessFault &fault, bool pends, ControlResult *result)
 {
-    if (fault.unplug) {
-        Bus().Unplug(call.device.Camera());
+    if (fault.unplug != Unplugging::kNone) {
+        Bus().Unplug(call.device.Camera(), fault.unplug);
         *result = Answer(call, pends, Failed(kErrorDeviceNotConnected));
     } else if (fault.hang) {
         *result = WaitForEver(call, BusDevice::Waiting::kNothing);
@@ -260,7 +260,8 @@ struct RequestRow {
     ControlCode code;
     uint32_t inSize;
     uint32_t outSize;
-    bool needsCamera; // fails once the camera is off the bus; what gives something back never does
+    bool needsCamera; // fails once the camera is off the bus; what gives something back does not,
+                      // unless the driver has gone as well
     ControlResult (*handle)(const Call &);
 };
 
@@ -319,7 +320,8 @@ ControlResult HandleRequest(uint32_t code, const Call &call)
         return Failed(kErrorNotSupported);
     if (!SizesFit(*row, call.in, call.inSize, call.out, call.outSize))
         return Failed(kErrorInvalidParameter);
-    if (row->needsCamera && !call.device.IsConnected())
+    const bool needsCamera = row->needsCamera || call.device.HasLostDriver();
+    if (needsCamera && !call.device.IsConnected())
         return Failed(kErrorDeviceNotConnected);
     return row->handle(call);
 }

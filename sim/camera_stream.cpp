@@ -153,8 +153,8 @@ void CameraStream::SendFrame(BusLock &lock, FrameJob &job, const std::vector<uin
 bool CameraStream::SendPacket(BusLock &lock, const FrameJob &job, std::vector<uint8_t> &packet)
 {
     const PacketFault fault = m_camera->Faults().OnPacket();
-    if (fault.unplug) {
-        m_bus.Unplug(*m_camera);
+    if (fault.unplug != Unplugging::kNone) {
+        m_bus.Unplug(*m_camera, fault.unplug);
         return false;
     }
     Damage(packet, fault, job.plan.layout.streamingVersion);

@@ -1,7 +1,19 @@
 // Counts operations against the plan and tells which faults are due.
 #include "sim/fault_plan.h"
 
+#include <algorithm>
+
 namespace zerix::sim {
+namespace {
+
+Unplugging UnpluggingOf(FaultKind kind)
+{
+    if (kind == FaultKind::kUnplugWithDriver)
+        return Unplugging::kWithDriver;
+    return kind == FaultKind::kUnplug ? Unplugging::kDeviceOnly : Unplugging::kNone;
+}
+
+} // namespace
 
 void FaultPlan::Add(const Fault &fault) { m_entries.push_back({.fault = fault}); }
 
@@ -64,7 +76,8 @@ PacketFault FaultPlan::OnPacket()
             result.badTrailer = true;
             break;
         case FaultKind::kUnplug:
-            result.unplug = true;
+        case FaultKind::kUnplugWithDriver:
+            result.unplug = std::max(result.unplug, UnpluggingOf(entry.fault.kind));
             break;
         default:
             break;
@@ -111,12 +124,13 @@ AccessFault FaultPlan::OnAccess(FaultKind failing, Operation operation)
     AccessFault result;
     for (Entry &entry : m_entries) {
         const FaultKind kind = entry.fault.kind;
-        if (kind != failing && kind != FaultKind::kHang && kind != FaultKind::kUnplug)
+        const Unplugging unplugging = UnpluggingOf(kind);
+        if (kind != failing && kind != FaultKind::kHang && unplugging == Unplugging::kNone)
             continue;
         if (!CountAny(entry, operation))
             continue;
         result.hang |= kind == FaultKind::kHang;
-        result.unplug |= kind == FaultKind::kUnplug;
+        result.unplug = std::max(result.unplug, unplugging);
         if (kind == failing)
             result.systemError = entry.fault.systemError;
     }

@@ -29,7 +29,12 @@ enum class FaultKind : uint8_t {
     kFailRequeue,
     kInUse,
     kUnplug,
+    kUnplugWithDriver,
 };
+
+// How a camera leaves the bus. Some systems take its driver away with it: then nothing that a
+// handle holds can be given back, and the camera can't return before the handle is closed.
+enum class Unplugging : uint8_t { kNone, kDeviceOnly, kWithDriver };
 
 // What faults count.
 enum class Operation : uint8_t { kRead, kWrite, kRequest, kBuffer, kPacket, kFrame };
@@ -54,7 +59,7 @@ bool ParseFault(std::string_view text, Fault *fault, std::string *error);
 // What happens to a register access.
 struct AccessFault {
     bool hang = false;
-    bool unplug = false;
+    Unplugging unplug = Unplugging::kNone;
     uint32_t systemError = 0;
 };
 
@@ -67,7 +72,7 @@ struct PacketFault {
     bool afterNext = false;
     bool badMarker = false;
     bool badTrailer = false;
-    bool unplug = false;
+    Unplugging unplug = Unplugging::kNone;
 };
 
 class FaultPlan {

@@ -27,7 +27,7 @@ struct Phrase {
     uint32_t places;
 };
 
-constexpr std::array<Phrase, 18> kPhrases = {{
+constexpr std::array<Phrase, 19> kPhrases = {{
     {"lose packet", FaultKind::kLosePacket, false, kPacketPlaces},
     {"cut packet", FaultKind::kCutPacket, false, kPacketPlaces},
     {"corrupt packet", FaultKind::kCorruptPacket, false, kPacketPlaces},
@@ -45,6 +45,9 @@ constexpr std::array<Phrase, 18> kPhrases = {{
     {"no fast speed", FaultKind::kNoFastSpeed, false, kNowhere | kAtRequest},
     {"fail requeue", FaultKind::kFailRequeue, false, kNowhere | kAtBuffer},
     {"in use", FaultKind::kInUse, false, kNowhere},
+    // The longer words first.
+    {"unplug with driver", FaultKind::kUnplugWithDriver, false,
+     kAtFrame | kAtPacket | kAtRead | kAtWrite},
     {"unplug", FaultKind::kUnplug, false, kAtFrame | kAtPacket | kAtRead | kAtWrite},
 }};
 

@@ -12,6 +12,7 @@ namespace {
 using zerix::sim::Fail;
 using zerix::sim::NullPointer;
 using zerix::sim::Succeed;
+using zerix::sim::Unplugging;
 using zerix::sim::VirtualBus;
 using zerix::sim::VirtualCamera;
 
@@ -30,6 +31,13 @@ uint32_t WithCamera(uint32_t camera, Work work)
     const std::lock_guard lock(bus.Lock());
     const auto found = bus.Camera(camera);
     return found == nullptr ? NoSuchCamera(camera) : work(*found);
+}
+
+uint32_t Unplug(uint32_t camera, Unplugging how)
+{
+    VirtualBus &bus = VirtualBus::Instance();
+    bus.EnsureRack();
+    return bus.UnplugAndWait(camera, how) == ZERIX_SIM_OK ? Succeed() : NoSuchCamera(camera);
 }
 
 } // namespace
@@ -71,11 +79,11 @@ uint32_t ZerixSim_FindCamera(uint32_t uniqueId, uint32_t *camera)
                                               std::to_string(uniqueId) + ".");
 }
 
-uint32_t ZerixSim_Unplug(uint32_t camera)
+uint32_t ZerixSim_Unplug(uint32_t camera) { return Unplug(camera, Unplugging::kDeviceOnly); }
+
+uint32_t ZerixSim_UnplugWithDriver(uint32_t camera)
 {
-    VirtualBus::Instance().EnsureRack();
-    return VirtualBus::Instance().UnplugAndWait(camera) == ZERIX_SIM_OK ? Succeed()
-                                                                        : NoSuchCamera(camera);
+    return Unplug(camera, Unplugging::kWithDriver);
 }
 
 uint32_t ZerixSim_Plug(uint32_t camera)

@@ -165,6 +165,12 @@ void VirtualBus::Close(kernel::DeviceHandle handle)
     }
     device->EndPending(kernel::kErrorOperationAborted);
     m_devices.erase(handle);
+    if (place == nullptr || !place->comesBack || IsHeldUp(*place->camera))
+        return;
+    place->comesBack = false;
+    if (ended == nullptr)
+        ended = TakeStream(*place);
+    place->camera->Plug();
 }
 
 std::unique_ptr<CameraStream> VirtualBus::FollowStreamingRegister(BusDevice &device)
@@ -185,24 +191,32 @@ std::unique_ptr<CameraStream> VirtualBus::FollowStreamingRegister(BusDevice &dev
     return ended;
 }
 
-void VirtualBus::Unplug(VirtualCamera &camera)
+void VirtualBus::Unplug(VirtualCamera &camera, Unplugging how)
 {
     camera.Unplug();
-    if (Place *place = PlaceOf(camera); place != nullptr && place->stream != nullptr)
-        place->stream->RequestStop();
-    for (const auto &[handle, device] : m_devices)
-        if (&device->Camera() == &camera)
+    if (Place *place = PlaceOf(camera); place != nullptr) {
+        place->comesBack = false;
+        if (place->stream != nullptr)
+            place->stream->RequestStop();
+    }
+    for (const auto &[handle, device] : m_devices) {
+        if (&device->Camera() != &camera)
+            continue;
+        if (how == Unplugging::kWithDriver)
+            device->LoseDriver();
+        else
             device->EndPending(kernel::kErrorDeviceNotConnected);
+    }
     camera.Changed().notify_all();
 }
 
-uint32_t VirtualBus::UnplugAndWait(uint32_t index)
+uint32_t VirtualBus::UnplugAndWait(uint32_t index, Unplugging how)
 {
     std::unique_ptr<CameraStream> ended;
     const std::lock_guard lock(m_lock);
     if (index >= m_cameras.size())
         return ZERIX_SIM_NO_SUCH_CAMERA;
-    Unplug(*m_cameras[index].camera);
+    Unplug(*m_cameras[index].camera, how);
     ended = TakeStream(m_cameras[index]);
     return ZERIX_SIM_OK;
 }
@@ -213,10 +227,14 @@ uint32_t VirtualBus::Plug(uint32_t index)
     const std::lock_guard lock(m_lock);
     if (index >= m_cameras.size())
         return ZERIX_SIM_NO_SUCH_CAMERA;
-    if (m_cameras[index].camera->IsPlugged())
+    Place &place = m_cameras[index];
+    if (place.camera->IsPlugged())
         return ZERIX_SIM_OK;
-    ended = TakeStream(m_cameras[index]);
-    m_cameras[index].camera->Plug();
+    place.comesBack = IsHeldUp(*place.camera);
+    if (place.comesBack)
+        return ZERIX_SIM_OK;
+    ended = TakeStream(place);
+    place.camera->Plug();
     return ZERIX_SIM_OK;
 }
 
@@ -226,6 +244,13 @@ VirtualBus::Place *VirtualBus::PlaceOf(const VirtualCamera &camera)
         if (place.camera.get() == &camera)
             return &place;
     return nullptr;
+}
+
+bool VirtualBus::IsHeldUp(const VirtualCamera &camera) const
+{
+    return std::any_of(m_devices.begin(), m_devices.end(), [&camera](const auto &open) {
+        return &open.second->Camera() == &camera && open.second->HasLostDriver();
+    });
 }
 
 std::unique_ptr<CameraStream> VirtualBus::TakeStream(Place &place)

@@ -58,8 +58,9 @@ public:
     std::unique_ptr<CameraStream> FollowStreamingRegister(BusDevice &device);
 
     // Takes a camera off the bus: everything that is pending on it ends. Locked.
-    void Unplug(VirtualCamera &camera);
-    uint32_t UnplugAndWait(uint32_t index);
+    void Unplug(VirtualCamera &camera, Unplugging how);
+    uint32_t UnplugAndWait(uint32_t index, Unplugging how);
+    // A camera whose driver has gone comes back when the last handle from before is closed.
     uint32_t Plug(uint32_t index);
 
     // Streams report the beginning and end of their threads. Locked.
@@ -72,10 +73,12 @@ private:
         std::string path;
         std::shared_ptr<VirtualCamera> camera;
         std::unique_ptr<CameraStream> stream;
+        bool comesBack = false; // plugged, but held up by a handle whose driver has gone
     };
 
     VirtualBus() = default;
     Place *PlaceOf(const VirtualCamera &camera);
+    [[nodiscard]] bool IsHeldUp(const VirtualCamera &camera) const;
     std::unique_ptr<CameraStream> TakeStream(Place &place);
     uint32_t Install(Rack rack, std::string *error);
 

@@ -124,6 +124,13 @@ ZERIX_API uint32_t ZerixSim_FindCamera(uint32_t uniqueId, uint32_t *camera);
 ZERIX_API uint32_t ZerixSim_Unplug(uint32_t camera);
 ZERIX_API uint32_t ZerixSim_Plug(uint32_t camera);
 
+/* Takes the camera off the bus together with its driver, as some systems do with a device that is
+ * removed while it is open. Every request of the open handles then fails, requests that give
+ * something back included, and the camera returns only when ZerixSim_Plug has been called and these
+ * handles are closed.
+ *   ZERIX_SIM_NO_SUCH_CAMERA  there is none */
+ZERIX_API uint32_t ZerixSim_UnplugWithDriver(uint32_t camera);
+
 /* One pulse on the trigger line.
  *   ZERIX_SIM_NO_SUCH_CAMERA  there is none */
 ZERIX_API uint32_t ZerixSim_FireTrigger(uint32_t camera);

@@ -272,6 +272,25 @@ TEST_F(Faults, UnpluggingInTheMiddleOfAFrame)
     EXPECT_EQ(0u, count);
 }
 
+TEST_F(Faults, UnpluggingWithItsDriverAtAnAccessOrAPacket)
+{
+    {
+        Inject("unplug with driver at read 2");
+        BusClient client;
+        std::vector<uint32_t> words;
+        EXPECT_EQ(0u, client.Read(0xD0000000, 1, &words));
+        ASSERT_EQ(0u, client.Connect());
+        EXPECT_EQ(1167u, client.Read(0xD0000000, 1, &words));
+        EXPECT_EQ(1167u, client.SendWord(kControlFreeResources, client.resources));
+    }
+    OneCamera();
+    Inject("unplug with driver at frame 2 packet 3");
+    BusClient client;
+    const auto packets = StreamOf(client, 5).packets;
+    EXPECT_EQ(1167u, client.lastError);
+    EXPECT_EQ(1167u, client.SendWord(kControlFreeChannel, client.channel));
+}
+
 TEST_F(Faults, StandInTheRackFile)
 {
     OneCamera("faults = [\"read error 31 at read 1\", \"write error 5 at write 1\"]\n");
@@ -303,6 +322,8 @@ constexpr const char *kGoodTexts[] = {
     "in use",
     "unplug at frame 2 packet 10",
     "unplug at read 3",
+    "unplug with driver at write 3",
+    "unplug with driver at frame 1 packet 2",
     "  lose packet  at   frame 1 ",
     "wrong tag",
 };
@@ -326,6 +347,8 @@ constexpr const char *kBadTexts[] = {
     "read error 31 at write 1",
     "hang",
     "unplug",
+    "unplug with driver",
+    "unplug with",
     "in use at frame 1",
     "in use once",
     "no bandwidth at buffer 1",

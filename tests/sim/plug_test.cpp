@@ -50,6 +50,71 @@ TEST_F(Plug, AnOldHandleStaysDeadButGivesBackWhatItHolds)
     EXPECT_EQ(0u, again.Connect(9056));
 }
 
+// The bus is whole again at once, the handle is not: nobody can give back what the driver took.
+TEST_F(Plug, WithoutItsDriverADeviceTakesNothingBack)
+{
+    BusClient client;
+    ASSERT_EQ(0u, client.Connect());
+    client.QueueAll(4);
+    EXPECT_EQ(0u, ZerixSim_UnplugWithDriver(0));
+    EXPECT_EQ(1167u, client.SendWord(kControlFreeResources, client.resources));
+    EXPECT_EQ(1167u, client.SendWord(kControlFreeChannel, client.channel));
+    EXPECT_EQ(1167u, client.SendWord(kControlFreeBandwidth, client.bandwidth));
+    EXPECT_EQ(1167u, client.SendWord(kControlStreamBegin, 0));
+    EXPECT_EQ(1167u, client.SendWord(kControlStreamEnd, 0));
+    EXPECT_EQ(1167u, client.SendWord(kControlCancelBusEvent, 0));
+    EXPECT_EQ(1167u, client.SendWord(kControlDetachBuffers, client.resources));
+    EXPECT_EQ(1167u, client.Stop());
+    const ZerixSimHeld held = Held();
+    EXPECT_EQ(1u, held.openHandles);
+    EXPECT_EQ(0u, held.channels + held.bandwidthHandles + held.resourcesHandles);
+    EXPECT_EQ(0u, held.queuedBuffers + held.pendingRequests + held.threads);
+    EXPECT_EQ(2u, ZerixSim_UnplugWithDriver(1));
+}
+
+TEST_F(Plug, WithoutItsDriverADeviceReturnsWhenItsOldHandlesAreClosed)
+{
+    BusClient first;
+    ASSERT_EQ(0u, first.Connect());
+    BusClient second;
+    EXPECT_EQ(0u, ZerixSim_UnplugWithDriver(0));
+    EXPECT_EQ(0u, Present());
+    EXPECT_EQ(0u, ZerixSim_Plug(0));
+    EXPECT_EQ(0u, Present());
+    first.Close();
+    EXPECT_EQ(0u, Present());
+    second.Close();
+    EXPECT_EQ(1u, Present());
+    BusClient again;
+    EXPECT_EQ(0u, again.Connect());
+    EXPECT_EQ(0u, ZerixSim_UnplugWithDriver(0));
+    EXPECT_EQ(0u, ZerixSim_Plug(0));
+    EXPECT_EQ(0u, ZerixSim_Unplug(0)); // pulled out again before it could appear
+    again.Close();
+    EXPECT_EQ(0u, Present());
+}
+
+TEST_F(Plug, AStreamOfADeviceThatLostItsDriverEndsWithItsHandle)
+{
+    BusClient client;
+    ASSERT_EQ(0u, client.Connect());
+    client.Apply({});
+    client.Start(8);
+    ASSERT_TRUE(client.NextFrame(64 * 48 * 2));
+    EXPECT_EQ(0u, ZerixSim_UnplugWithDriver(0));
+    while (client.NextBuffer() && client.lastError == 0)
+        ;
+    EXPECT_EQ(1167u, client.lastError);
+    EXPECT_EQ(0u, ZerixSim_Plug(0));
+    client.Close();
+    EXPECT_EQ(0u, Held().threads);
+    BusClient again;
+    ASSERT_EQ(0u, again.Connect());
+    again.Apply({});
+    again.Start(8);
+    EXPECT_TRUE(again.NextFrame(64 * 48 * 2));
+}
+
 TEST_F(Plug, PluggingIsAPowerOn)
 {
     {
