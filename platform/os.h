@@ -112,8 +112,8 @@ void SetWallClockForTest(std::function<WallTime()> clock);
 uint32_t LastError();
 void SetLastError(uint32_t systemError);
 
-// The system's text for a number, in its default language, as the system has it: on Windows with a
-// line end, and empty for a number that it knows nothing of.
+// The system's text for a number, in its default language. It ends in one line end of the system:
+// CR LF on Windows, a line feed elsewhere. On Windows it is empty for a number without a text.
 std::string ErrorText(uint32_t systemError);
 
 // One line of the hardware layer's running commentary. Goes where the configuration value

@@ -147,7 +147,7 @@ ZERIX_API uint32_t HAL_Open(void);
 ZERIX_API uint32_t HAL_Close(void);
 ZERIX_API uint32_t HAL_AdapterOpen(uint32_t first, uint32_t second);
 
-/* The system's text for the calling thread's last error. Doesn't block.
+/* The system's text for the calling thread's last error, with a line end. Doesn't block.
  *   halError, reserved  in: not read
  *   returns             the text, or null; the caller frees it with HAL_MemoryFree */
 ZERIX_API char *HAL_ErrorMessage(uint32_t halError, uint32_t reserved);

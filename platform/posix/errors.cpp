@@ -38,13 +38,7 @@ static_assert(std::is_sorted(kBusErrors.begin(), kBusErrors.end(),
 
 thread_local uint32_t lastError = 0;
 
-} // namespace
-
-uint32_t LastError() { return lastError; }
-
-void SetLastError(uint32_t systemError) { lastError = systemError; }
-
-std::string ErrorText(uint32_t systemError)
+std::string Sentence(uint32_t systemError)
 {
     for (const ErrorRow &row : kBusErrors)
         if (row.number == systemError)
@@ -53,5 +47,13 @@ std::string ErrorText(uint32_t systemError)
     const char *text = strerror_r(static_cast<int>(systemError), buffer, sizeof buffer);
     return text[0] != '\0' ? std::string(text) : "error " + std::to_string(systemError);
 }
+
+} // namespace
+
+uint32_t LastError() { return lastError; }
+
+void SetLastError(uint32_t systemError) { lastError = systemError; }
+
+std::string ErrorText(uint32_t systemError) { return Sentence(systemError) + '\n'; }
 
 } // namespace zerix::os

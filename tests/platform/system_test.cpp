@@ -79,10 +79,10 @@ TEST(Errors, TheLastErrorBelongsToItsThread)
     EXPECT_EQ(LastError(), 0u);
 }
 
-TEST(Errors, EveryNumberOfThePortHasAText)
+TEST(Errors, EveryNumberOfThePortHasATextWithALineEnd)
 {
     for (const uint32_t number : {0u, 1u, 2u, 5u, 6u, 31u, 32u, 50u, 87u, 170u, 995u, 1167u, 1450u})
-        EXPECT_FALSE(ErrorText(number).empty()) << number;
+        EXPECT_TRUE(ErrorText(number).ends_with('\n')) << number;
     EXPECT_NE(ErrorText(6), ErrorText(1450));
 }
 

@@ -196,13 +196,19 @@ TEST(DynamicLibraries, TheProgramLiesInItsOwnFolder)
 
 TEST(ErrorTexts, OfThisSystemAreItsOwn)
 {
-    EXPECT_EQ(ErrorText(11), std::string(strerror(11)));
-    EXPECT_EQ(ErrorText(1450), "Insufficient system resources exist to complete the request.");
-    EXPECT_EQ(ErrorText(1167), "The device is not connected.");
+    EXPECT_EQ(ErrorText(11), std::string(strerror(11)) + "\n");
+    EXPECT_EQ(ErrorText(1450), "Insufficient system resources exist to complete the request.\n");
+    EXPECT_EQ(ErrorText(1167), "The device is not connected.\n");
+}
+
+TEST(ErrorTexts, EndInOneLineFeed)
+{
     for (const uint32_t number :
          {0u, 2u, 5u, 6u, 31u, 32u, 50u, 87u, 170u, 995u, 1167u, 1450u, 1u, 77u, 4'000'000'000u}) {
-        EXPECT_FALSE(ErrorText(number).empty()) << number;
-        EXPECT_EQ(ErrorText(number).find_first_of("\r\n"), std::string::npos) << number;
+        const std::string text = ErrorText(number);
+        EXPECT_GT(text.size(), 1u) << number;
+        EXPECT_EQ(text.find_first_of("\r\n"), text.size() - 1) << number;
+        EXPECT_TRUE(text.ends_with('\n')) << number;
     }
 }
 
