@@ -60,7 +60,8 @@ double MultiplicationFactor(uint32_t raw)
 
 double IntensifierFactor(uint32_t raw)
 {
-    return FactorFromDecibels(static_cast<double>(raw) * kIntensifierDecibelsPerCount);
+    return FactorFromDecibels(static_cast<double>(raw) * kIntensifierDecibelsPerCount +
+                              kIntensifierDecibelsAtZero);
 }
 
 bool HasRegulatedCooling(const CameraDescription &description)

@@ -26,6 +26,7 @@ inline constexpr uint32_t kHundredfoldMultiplication = 2048;
 inline constexpr double kDecibelsPerCount = 34.1516 / 4096.0; // newer boards
 inline constexpr double kPiecewiseDecibels = 30.8929; // whole range of boards with a bent gain
 inline constexpr double kIntensifierDecibelsPerCount = 0.015765398;
+inline constexpr double kIntensifierDecibelsAtZero = 33.5092631; // the tube multiplies at least so
 
 // A board of the first kind: its gain is dead below 500 and above 4000 counts and twice as steep
 // from 3500 on. Later boards are straight.
@@ -37,7 +38,7 @@ double GainDecibels(const CameraDescription &description, uint32_t rawGain);
 // Factor of electron multiplication of a raw value above its minimum.
 double MultiplicationFactor(uint32_t raw);
 
-// Factor of an image intensifier of a raw value above none.
+// Factor of an image intensifier at a raw value. There is no value at which it is 1.
 double IntensifierFactor(uint32_t raw);
 
 // Cameras whose blocks are too old to tell of regulated cooling cool as far as they can.

@@ -55,13 +55,14 @@ TEST(FramePlan, ARackCanTurnNoiseOff)
     EXPECT_FALSE(Plan({.model = 18, .ccdModel = 6, .noise = false}, {}).exposure.noise);
 }
 
-// 0.015765398 dB a count: 20 dB, a factor of 10, are 1268.6 counts.
-TEST(FramePlan, TheIntensifierGainIsInDecibels)
+// 33.5092631 dB at 0, a factor of 10^(33.5092631 / 20) = 47.366, and 0.015765398 dB a count: 20 dB,
+// a factor of 10, are 1268.6 counts.
+TEST(FramePlan, TheIntensifierGainIsInDecibelsAndBeginsFarAboveNone)
 {
     const CameraDescription camera{.model = 9, .ccdModel = 6};
-    EXPECT_EQ(Plan(camera, {}).exposure.intensification, 1.0);
-    EXPECT_NEAR(Plan(camera, {{0x48, 1269u << 4}}).exposure.intensification, 10.00724, 1e-4);
-    EXPECT_NEAR(Plan(camera, {{0x48, 4095u << 4}}).exposure.intensification, 1690.31, 0.1);
+    EXPECT_NEAR(Plan(camera, {}).exposure.intensification, 47.3656, 1e-3);
+    EXPECT_NEAR(Plan(camera, {{0x48, 1269u << 4}}).exposure.intensification, 473.999, 1e-2);
+    EXPECT_NEAR(Plan(camera, {{0x48, 4095u << 4}}).exposure.intensification, 80062.4, 1);
     EXPECT_EQ(Plan({.model = 18, .ccdModel = 6}, {{0x48, 4095u << 4}}).exposure.intensification,
               1.0);
 }
