@@ -28,5 +28,8 @@ add_test(NAME windows_driver.install COMMAND ${driver_source}/install.sh ${drive
 add_test(NAME windows_driver.remove COMMAND ${driver_source}/remove.sh ${driver_wine})
 set_tests_properties(windows_driver.install PROPERTIES FIXTURES_SETUP windows_driver TIMEOUT 340)
 set_tests_properties(windows_driver.remove PROPERTIES FIXTURES_CLEANUP windows_driver TIMEOUT 90)
-set_tests_properties(windows_driver PROPERTIES FIXTURES_REQUIRED windows_driver TIMEOUT 300
-                                               ENVIRONMENT "WINEPREFIX=${driver_wine};ZERIX_BUS=kernel;ZERIX_TEST_DRIVER=Z:${driver_file}")
+foreach(part IN ITEMS windows_driver windows_driver_night)
+  set_tests_properties(${part} PROPERTIES FIXTURES_REQUIRED windows_driver
+                                          ENVIRONMENT "WINEPREFIX=${driver_wine};ZERIX_BUS=kernel;ZERIX_TEST_DRIVER=Z:${driver_file}")
+endforeach()
+set_tests_properties(windows_driver PROPERTIES TIMEOUT 300)

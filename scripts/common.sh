@@ -9,6 +9,7 @@ BUILD_PACKAGES=(g++ cmake ninja-build ccache pkg-config googletest libtomlpluspl
 I386_PACKAGES=(g++-multilib)
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64)
 CHECK_PACKAGES=(clang-format clang-tidy python3)
+FUZZ_PACKAGES=(clang)
 BENCH_PACKAGES=(libbenchmark-dev)
 PEER_PACKAGES=(libopencv-core-dev libopencv-imgproc-dev libdc1394-dev libswscale-dev)
 

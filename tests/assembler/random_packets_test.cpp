@@ -148,12 +148,13 @@ void Spoil(std::mt19937 &random, std::vector<Bytes> &packets)
     }
 }
 
-TEST(RandomPackets, GiveWhatAPlainAssemblerGives)
+// A round has up to six frames.
+void CompareWithThePlainAssembler(uint32_t seed, int rounds)
 {
-    std::mt19937 random(20);
+    std::mt19937 random(seed);
     size_t damaged = 0;
     size_t whole = 0;
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < rounds; ++round) {
         const uint8_t version = round % 2 == 0 ? 1 : 2;
         const uint32_t frameBytes = 1 + Below(random, 200);
         std::vector<Bytes> packets = MakeStream(random, frameBytes);
@@ -180,17 +181,28 @@ TEST(RandomPackets, GiveWhatAPlainAssemblerGives)
     EXPECT_GT(whole, 1000u);
 }
 
-TEST(RandomBytes, NeverLeaveTheirBuffers)
+TEST(RandomPackets, GiveWhatAPlainAssemblerGives) { CompareWithThePlainAssembler(20, 3000); }
+
+TEST(RandomPacketsNight, GiveWhatAPlainAssemblerGivesInAMillionFrames)
 {
-    std::mt19937 random(7);
+    CompareWithThePlainAssembler(21, 170'000);
+}
+
+void ReadRandomBytes(uint32_t seed, int rounds)
+{
+    std::mt19937 random(seed);
     size_t arrived = 0;
-    for (int round = 0; round < 5000; ++round) {
+    for (int round = 0; round < rounds; ++round) {
         Bytes input(Below(random, 1500));
         std::generate(input.begin(), input.end(), [&] { return static_cast<uint8_t>(random()); });
         arrived += fuzz::RunAssemblerInput(input);
     }
     EXPECT_GT(arrived, 1000u);
 }
+
+TEST(RandomBytes, NeverLeaveTheirBuffers) { ReadRandomBytes(7, 5000); }
+
+TEST(RandomBytesNight, NeverLeaveTheirBuffers) { ReadRandomBytes(8, 200'000); }
 
 } // namespace
 } // namespace zerix::test
