@@ -1,6 +1,7 @@
 // Bus speed, packet limits, and taking and giving back what a connection holds of the bus.
 #include "hal/bandwidth.h"
 
+#include "hal/camera_connection.h"
 #include "hal/debug_text.h"
 
 namespace zerix::hal {
@@ -18,6 +19,7 @@ bool TakeBandwidth(FWCameraDevice &device)
                                      .unset = {}};
     const bool taken = device.Exchange(kernel::kControlAllocateBandwidth, request);
     device.bandwidthHandle = taken ? request.handle : 0;
+    device.holdings.bandwidth = taken;
     return taken;
 }
 
@@ -28,12 +30,13 @@ bool TakeChannel(FWCameraDevice &device)
     if (!device.Exchange(kernel::kControlAllocateChannel, request))
         return false;
     device.channel = request.channel;
+    device.holdings.channel = true;
     return true;
 }
 
 bool TakeResourcesAt(FWCameraDevice &device, uint32_t speedFlag, uint16_t tag)
 {
-    device.speedFlag = speedFlag;
+    device.speedFlag.store(speedFlag, std::memory_order_relaxed);
     kernel::ResourcesRequest request{
         .speedFlag = speedFlag,
         .flags = kernel::kResourceFlags,
@@ -47,6 +50,8 @@ bool TakeResourcesAt(FWCameraDevice &device, uint32_t speedFlag, uint16_t tag)
     };
     const bool taken = device.Exchange(kernel::kControlAllocateResources, request);
     device.resourcesHandle = taken ? request.handle : 0;
+    device.holdings.resources = taken;
+    device.heldSlotBytes.store(taken ? device.packetSize : 0, std::memory_order_relaxed);
     return taken;
 }
 
@@ -56,7 +61,7 @@ bool TakeResources(FWCameraDevice &device, uint16_t tag)
 {
     if (TakeResourcesAt(device, kernel::kSpeedFlag800, tag))
         return true;
-    device.speedFlag = kernel::kSpeedFlag400;
+    device.speedFlag.store(kernel::kSpeedFlag400, std::memory_order_relaxed);
     if (device.packetSize > kBiggestSlotAt400)
         return false;
     return TakeResourcesAt(device, kernel::kSpeedFlag400, tag);
@@ -65,7 +70,16 @@ bool TakeResources(FWCameraDevice &device, uint16_t tag)
 bool IsFast(const HALCamera &camera)
 {
     const FWCameraDevice *device = LiveDeviceOf(camera);
-    return device != nullptr && device->speedFlag == kernel::kSpeedFlag800;
+    return device != nullptr &&
+           device->speedFlag.load(std::memory_order_relaxed) == kernel::kSpeedFlag800;
+}
+
+// Gives one booking back, if there is one. True if it is no longer held.
+bool GiveBack(FWCameraDevice &device, uint32_t code, uint32_t booking, bool &isHeld)
+{
+    if (isHeld)
+        isHeld = !device.Exchange(code, booking);
+    return !isHeld;
 }
 
 } // namespace
@@ -91,16 +105,24 @@ uint32_t TakeBusResources(FWCameraDevice &device, uint16_t tag)
 
 uint32_t GiveBackBusResources(FWCameraDevice &device)
 {
-    uint32_t resources = device.resourcesHandle;
-    if (!device.Exchange(kernel::kControlFreeResources, resources))
+    BusHoldings &held = device.holdings;
+    if (!GiveBack(device, kernel::kControlFreeResources, device.resourcesHandle, held.resources))
         return HAL_ERROR_ISOCH_RESOURCES_FREE;
-    uint32_t channel = device.channel;
-    if (!device.Exchange(kernel::kControlFreeChannel, channel))
+    device.heldSlotBytes.store(0, std::memory_order_relaxed);
+    if (!GiveBack(device, kernel::kControlFreeChannel, device.channel, held.channel))
         return HAL_ERROR_ISOCH_CHANNEL_FREE;
-    uint32_t bandwidth = device.bandwidthHandle;
-    if (!device.Exchange(kernel::kControlFreeBandwidth, bandwidth))
+    if (!GiveBack(device, kernel::kControlFreeBandwidth, device.bandwidthHandle, held.bandwidth))
         return HAL_ERROR_ISOCH_BANDWIDTH_FREE;
     return HAL_NO_ERROR;
+}
+
+uint16_t HeldPacketBytes(const HALCamera &camera)
+{
+    const FWCameraDevice *device = LiveDeviceOf(camera);
+    const uint32_t slot =
+        device != nullptr ? device->heldSlotBytes.load(std::memory_order_relaxed) : 0;
+    return static_cast<uint16_t>(
+        slot > kernel::kSlotOverheadBytes ? slot - kernel::kSlotOverheadBytes : 0);
 }
 
 } // namespace zerix::hal
@@ -142,6 +164,10 @@ uint32_t FWCameraReallocateBandwidth(HALCamera *camera, uint16_t packetSize, uin
     FWCameraDevice *device = LiveDeviceOf(*camera);
     if (device == nullptr)
         return HAL_ERROR_ISOCH_RESOURCES_FREE;
+    if (!device->handleIsOpen.load(std::memory_order_acquire)) {
+        os::SetLastError(kernel::kErrorInvalidHandle);
+        return HAL_ERROR_ISOCH_RESOURCES_FREE;
+    }
     if (const uint32_t error = GiveBackBusResources(*device))
         return error;
     StorePacketSize(*camera, packetSize);

@@ -19,8 +19,8 @@ void StorePacketSize(HALCamera &camera, uint16_t packetSize);
 // ..._RESOURCES_ALLOCATE; what was taken before the failure stays taken.
 uint32_t TakeBusResources(FWCameraDevice &device, uint16_t tag);
 
-// Gives them back, the other way round. 0, or HAL_ERROR_ISOCH_RESOURCES_FREE, ..._CHANNEL_FREE or
-// ..._BANDWIDTH_FREE; the first failure ends it.
+// Gives back what is held of them, in the opposite order. 0, or HAL_ERROR_ISOCH_RESOURCES_FREE,
+// ..._CHANNEL_FREE or ..._BANDWIDTH_FREE; the first failure ends it, and the rest stays held.
 uint32_t GiveBackBusResources(FWCameraDevice &device);
 
 } // namespace zerix::hal

@@ -17,6 +17,23 @@ uint32_t FWCameraIsOpen(kernel::DeviceHandle device, uint32_t *isOpen, bool show
 // The handle of the camera's open device; 0 if it has none. Any thread.
 kernel::DeviceHandle OpenDeviceOf(const HALCamera &camera);
 
+// Bytes of the packets for which the connection holds bandwidth, a channel and resources: 0 when a
+// booking was refused, until the next one is granted. Any thread.
+uint16_t HeldPacketBytes(const HALCamera &camera);
+
+// What became of the last stream.
+enum class StreamEnd : uint32_t {
+    kStopped,        // by a stop or a disconnect; or none was started
+    kRunning,        // its thread receives
+    kLost,           // the device is lost: the loss callback has been called, or is about to be
+    kRequeueRefused, // the driver did not take a buffer again
+    kNoThread,       // the thread could not be created
+};
+
+// The answer holds until the next start: a stop does not hide that the stream had ended before.
+// Any thread.
+StreamEnd EndOfStream(const HALCamera &camera);
+
 // Before a camera is closed, possibly beside calls that are at work with it: ends the register
 // accesses that hang, and shuts out those of every other thread. Takes half a second at the most.
 void BeginClosing(const HALCamera &camera);

@@ -62,6 +62,8 @@ void FWCameraDevice::CloseDevice()
 {
     if (handleIsOpen.exchange(false, std::memory_order_acq_rel))
         kernel::Driver().Close(deviceHandle.load(std::memory_order_relaxed));
+    holdings = {};
+    heldSlotBytes.store(0, std::memory_order_relaxed);
 }
 
 } // namespace zerix::hal

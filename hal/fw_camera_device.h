@@ -12,6 +12,7 @@
 
 #include "camera/assembler/frame_assembler.h"
 #include "hal/access_gate.h"
+#include "hal/camera_connection.h"
 #include "hal/kernel_driver.h"
 #include "hal/kernel_requests.h"
 #include "platform/large_blocks.h"
@@ -41,6 +42,13 @@ struct ReceiveRing {
     uint32_t packetSlotBytes = 0;
     uint32_t bufferBytes = 0;
     ReceiveSlot slots[kernel::kReceiveBuffers];
+};
+
+// Which of its three bookings the driver has granted and not taken back.
+struct BusHoldings {
+    bool bandwidth = false;
+    bool channel = false;
+    bool resources = false;
 };
 
 class FWCameraDevice {
@@ -87,8 +95,11 @@ public:
     uint32_t bandwidthHandle = 0;
     uint32_t resourcesHandle = 0;
     uint32_t channel = kNoChannel;
-    uint32_t speedFlag = 0;  // kSpeedFlag800 or kSpeedFlag400: what the resources were given at
-    uint16_t packetSize = 0; // bytes of a packet slot
+    BusHoldings holdings;
+    // Read by any thread; a plain number each, so that they order nothing.
+    std::atomic<uint32_t> speedFlag{0};     // of the last request for resources
+    std::atomic<uint32_t> heldSlotBytes{0}; // of the resources; 0 without any
+    uint16_t packetSize = 0;                // bytes of a packet slot, as last asked for
 
     // Over writes and bus-event requests. Lives as long as the record, because a writer may still
     // wait for it while the connection closes.
@@ -106,6 +117,8 @@ public:
     // Cleared by the stop and read by the receive thread once a buffer; what belongs to the stream
     // is ordered by the requests, the mutex and the join, so that the flag alone needs no order.
     std::atomic<bool> isStreaming{false};
+    // Why the last stream brings no more frames. Orders nothing, as `isStreaming`.
+    std::atomic<StreamEnd> streamEnd{StreamEnd::kStopped};
     FrameAssembler stream;
     HAL_EventCallback timedOut = nullptr; // the device was lost while streaming
     void *context = nullptr;              // of the callbacks

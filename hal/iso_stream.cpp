@@ -74,12 +74,14 @@ uint32_t FailedBecause(uint32_t systemError)
 void StartReceiveThread(FWCameraDevice &device)
 {
     device.isStreaming.store(true, std::memory_order_relaxed);
+    device.streamEnd.store(StreamEnd::kRunning, std::memory_order_relaxed);
     device.buffersQueued->Reset();
     if (HAL_ThreadCreate(ReceiveThread, &device, &device.receiveThread) == HAL_NO_ERROR) {
         static_cast<void>(device.buffersQueued->Wait());
         return;
     }
     // Without a thread the stream brings nothing, but it can be stopped, and without a wait.
+    device.streamEnd.store(StreamEnd::kNoThread, std::memory_order_relaxed);
     QueueAll(device);
     device.ring->stopEvent->Signal();
 }
@@ -178,6 +180,13 @@ uint32_t StopStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_t
 }
 
 } // namespace
+
+StreamEnd EndOfStream(const HALCamera &camera)
+{
+    const FWCameraDevice *device = LiveDeviceOf(camera);
+    return device != nullptr ? device->streamEnd.load(std::memory_order_relaxed)
+                             : StreamEnd::kStopped;
+}
 
 bool AbandonStream(FWCameraDevice &device)
 {

@@ -36,8 +36,6 @@ private:
     bool m_wanted;
 };
 
-enum class LoopEnd { kStopped, kRequeueRefused, kDeviceLost };
-
 // Windows says it in one of several ways, as it happens to notice.
 bool SaysDeviceLost(uint32_t systemError)
 {
@@ -71,25 +69,25 @@ void Parse(FWCameraDevice &device, ReceiveSlot &slot, bool realTime)
 }
 
 // One turn of one slot. Nothing while the stream goes on.
-std::optional<LoopEnd> TakeTurn(FWCameraDevice &device, ReceiveSlot &slot, bool realTime)
+std::optional<StreamEnd> TakeTurn(FWCameraDevice &device, ReceiveSlot &slot, bool realTime)
 {
     auto received = kernel::Completion::kDone;
     if (slot.isQueued)
         received = device.Wait(&slot.overlapped).completion;
     if (!device.isStreaming.load(std::memory_order_relaxed))
-        return LoopEnd::kStopped;
+        return StreamEnd::kStopped;
     // Closing may have to cancel everything that is pending, and nothing is lost then.
     if (received == kernel::Completion::kFailed)
-        return device.gate.IsClosing() ? LoopEnd::kStopped : LoopEnd::kDeviceLost;
+        return device.gate.IsClosing() ? StreamEnd::kStopped : StreamEnd::kLost;
     // A buffer that was refused at the start holds nothing yet; its turn to be queued is now.
     if (slot.isQueued)
         Parse(device, slot, realTime);
     if (const uint32_t error = QueueSlot(device, slot))
-        return SaysDeviceLost(error) ? LoopEnd::kDeviceLost : LoopEnd::kRequeueRefused;
+        return SaysDeviceLost(error) ? StreamEnd::kLost : StreamEnd::kRequeueRefused;
     return {};
 }
 
-LoopEnd Receive(FWCameraDevice &device, bool realTime)
+StreamEnd Receive(FWCameraDevice &device, bool realTime)
 {
     for (;;) {
         for (ReceiveSlot &slot : device.ring->slots) {
@@ -146,7 +144,8 @@ void ReceiveThread(void *parameter)
     if (realTime)
         os::SetCurrentThreadPriority(kTimeCritical);
 
-    const LoopEnd end = Receive(device, realTime);
+    const StreamEnd end = Receive(device, realTime);
+    device.streamEnd.store(end, std::memory_order_relaxed);
 
     uint32_t lastWord = 0;
     static_cast<void>(device.Exchange(kernel::kControlStreamEnd, lastWord));
@@ -155,7 +154,7 @@ void ReceiveThread(void *parameter)
         static_cast<void>(device.Wait(&begin));
     }
     // The callback comes last: it may stop the stream from here, and after that the ring is gone.
-    const HAL_EventCallback timedOut = end == LoopEnd::kDeviceLost ? device.timedOut : nullptr;
+    const HAL_EventCallback timedOut = end == StreamEnd::kLost ? device.timedOut : nullptr;
     void *const context = device.context;
     device.ring->stopEvent->Signal();
     if (timedOut != nullptr)

@@ -317,9 +317,10 @@ ZERIX_API uint32_t HAL_CameraConnectionSpeed(HALCamera camera, uint16_t *speed);
  *   returns  0, always */
 ZERIX_API uint32_t HAL_CameraFastestPacketSizeSupported(HALCamera camera, uint16_t *size);
 
-/* Change the size of the image packets of a camera that doesn't stream: give back what the earlier
- * size took on the bus and take anew. What was taken before an error stays
- * taken.
+/* Change the size of the image packets of a camera that doesn't stream: give back what the camera
+ * holds on the bus and take anew. What was taken before an error stays taken until the next call or
+ * the disconnect, which give back exactly that. A smaller size may succeed where a larger one was
+ * refused.
  *   camera      in, out: the camera
  *   packetSize  in: bytes
  *   tag         in: of the stream's packets

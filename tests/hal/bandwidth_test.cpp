@@ -1,4 +1,5 @@
 // Bus speed, packet limits and the change of packet size.
+#include "hal/camera_connection.h"
 #include "tests/hal/hal_fixture.h"
 
 using namespace zerix;
@@ -119,6 +120,85 @@ TEST_F(BandwidthTest, LeavesTheDeviceOpenAfterEveryFailure)
         EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
     }
     EXPECT_EQ(Said(), "Allocating Resources Failed with error 24");
+}
+
+// A refused booking, and the requests that give back what it left.
+struct Refusal {
+    uint32_t code;
+    int times;
+    uint32_t error;
+    Calls givingBack;
+};
+
+const Refusal kRefusals[] = {
+    {kernel::kControlAllocateBandwidth, 1, 24, {}},
+    {kernel::kControlAllocateChannel, 1, 26, {"22A0A4"}},
+    {kernel::kControlAllocateResources, 2, 28, {"22A0AC", "22A0A4"}},
+};
+
+Calls Joined(Calls calls, const Calls &more)
+{
+    calls.insert(calls.end(), more.begin(), more.end());
+    return calls;
+}
+
+TEST_F(BandwidthTest, ASmallerBookingSucceedsAfterARefusedOne)
+{
+    for (const Refusal &refusal : kRefusals) {
+        BeConnected();
+        driver.Next(refusal.code, Fails(kernel::kErrorNoSystemResources), refusal.times);
+        EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 4000, 1), refusal.error);
+        driver.Forget();
+        EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 2000, 1), 0u) << refusal.error;
+        EXPECT_EQ(driver.Calls(), Joined(refusal.givingBack, {"22A0A0", "22A0A8", "22A0B0"}));
+        driver.Forget();
+        EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
+        EXPECT_EQ(driver.Calls(), (Calls{"22A0B4", "22A0AC", "22A0A4", "22A08C", "close"}));
+    }
+}
+
+TEST_F(BandwidthTest, DisconnectAndConnectSucceedAfterARefusedBooking)
+{
+    for (const Refusal &refusal : kRefusals) {
+        BeConnected();
+        driver.Next(refusal.code, Fails(kernel::kErrorNoSystemResources), refusal.times);
+        EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 4000, 1), refusal.error);
+        driver.Forget();
+        EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u) << refusal.error;
+        EXPECT_EQ(driver.Calls(), Joined(refusal.givingBack, {"22A08C", "close"}));
+        EXPECT_EQ(camera.isConnected, 0u);
+    }
+    EXPECT_EQ(Connect(), 0u);
+}
+
+TEST_F(BandwidthTest, ReportsThePacketsThatItHolds)
+{
+    EXPECT_EQ(hal::HeldPacketBytes(camera), 0u) << "not connected yet";
+    BeConnected();
+    EXPECT_EQ(hal::HeldPacketBytes(camera), 100u);
+    EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 4000, 1), 0u);
+    EXPECT_EQ(hal::HeldPacketBytes(camera), 4000u);
+    for (const Refusal &refusal : kRefusals) {
+        driver.Next(refusal.code, Fails(kernel::kErrorNoSystemResources), refusal.times);
+        EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 4000, 1), refusal.error);
+        EXPECT_EQ(hal::HeldPacketBytes(camera), 0u) << refusal.error;
+        EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 200, 1), 0u);
+        EXPECT_EQ(hal::HeldPacketBytes(camera), 200u);
+    }
+    driver.Next(kernel::kControlFreeResources, Fails(kernel::kErrorGenFailure));
+    EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 300, 1), 29u);
+    EXPECT_EQ(hal::HeldPacketBytes(camera), 200u) << "nothing was given back";
+    driver.Next(kernel::kControlFreeChannel, Fails(kernel::kErrorGenFailure));
+    EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 300, 1), 27u);
+    EXPECT_EQ(hal::HeldPacketBytes(camera), 0u) << "the resources were";
+    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
+    BeConnected();
+    EXPECT_EQ(hal::HeldPacketBytes(camera), 100u);
+    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
+    EXPECT_EQ(hal::HeldPacketBytes(camera), 0u);
+    camera.kind = 1;
+    EXPECT_EQ(hal::HeldPacketBytes(camera), 0u);
+    camera.kind = 0;
 }
 
 TEST_F(BandwidthTest, ForgetsWhatItCouldNotTakeAgain)

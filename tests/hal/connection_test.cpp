@@ -177,7 +177,10 @@ TEST_F(ConnectionTest, StaysMarkedAfterAFailedAllocation)
     EXPECT_EQ(HAL_CameraReadData(camera, 0xD0000000, &word, 1), 18u);
     EXPECT_EQ(os::LastError(), 6u);
     EXPECT_EQ(HAL_CameraWriteData(camera, 0xD0000000, &word, 1), 19u);
-    EXPECT_EQ(HAL_CameraDisconnect(&camera), 29u);
+    EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 100, 1), 29u);
+    EXPECT_EQ(os::LastError(), 6u);
+    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u) << "nothing is held any more";
+    EXPECT_EQ(camera.isConnected, 0u);
     EXPECT_EQ(driver.Calls(), Calls{}) << "nothing goes to a handle that may be another's by now";
     EXPECT_EQ(Connect(), 0u);
 }
@@ -193,7 +196,7 @@ TEST_F(ConnectionTest, KeepsTheConnectionWhenGivingBackFails)
     const FreeFailure failures[] = {
         {kernel::kControlFreeResources, 29, {"22A0B4"}},
         {kernel::kControlFreeChannel, 27, {"22A0B4", "22A0AC"}},
-        {kernel::kControlFreeBandwidth, 25, {"22A0B4", "22A0AC", "22A0A4"}},
+        {kernel::kControlFreeBandwidth, 25, {"22A0AC", "22A0A4"}}, // the resources are free already
     };
     BeConnected();
     for (const FreeFailure &failure : failures) {
@@ -205,6 +208,9 @@ TEST_F(ConnectionTest, KeepsTheConnectionWhenGivingBackFails)
         EXPECT_EQ(hal::OpenDeviceOf(camera), 0x1001u);
         EXPECT_EQ(os::LastError(), 31u);
     }
+    driver.Forget();
+    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
+    EXPECT_EQ(driver.Calls(), (Calls{"22A0A4", "22A08C", "close"})) << "the rest";
 }
 
 TEST_F(ConnectionTest, DisconnectsEvenIfTheBusEventCannotBeCancelled)

@@ -3,6 +3,7 @@
 #include <mutex>
 #include <utility>
 
+#include "hal/camera_connection.h"
 #include "tests/hal/stream_fixture.h"
 
 using namespace zerix;
@@ -10,6 +11,7 @@ using namespace zerix::test;
 
 namespace {
 
+using hal::StreamEnd;
 using IsoStream = StreamTest;
 
 const Calls kStopCalls = {"22A0C4", "22A0BC", "22A07C"};
@@ -285,6 +287,36 @@ TEST_F(IsoStream, EndsTheThreadWhenABufferCannotBeQueuedAgain)
     EXPECT_EQ(calls, kStopCalls);
     EXPECT_EQ(sink.timedOutCount, 0u);
     EXPECT_EQ(Said(), "");
+}
+
+TEST_F(IsoStream, SaysWhyItBringsNoMoreFramesUntilTheNextStart)
+{
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kStopped);
+    BeStreaming();
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kRunning);
+    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kStopped);
+
+    BeStreaming();
+    driver.Next(kernel::kControlQueueBuffer, Fails(kernel::kErrorNoSystemResources));
+    ASSERT_TRUE(driver.Fill({}));
+    ASSERT_TRUE(driver.Await(kernel::kControlStreamEnd, 2));
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kRequeueRefused);
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kRequeueRefused);
+
+    BeStreaming();
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kRunning);
+    driver.Next(kernel::kControlQueueBuffer, Fails(kernel::kErrorDeviceNotConnected));
+    ASSERT_TRUE(driver.Fill({}));
+    ASSERT_TRUE(sink.AwaitTimedOut());
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kLost);
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kLost);
+    camera.kind = 1;
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kStopped);
+    camera.kind = 0;
 }
 
 TEST_F(IsoStream, QueuesABufferAtItsTurnThatWasRefusedAtTheStart)
