@@ -15,6 +15,7 @@ inline constexpr uint32_t kIntensified = 9;
 inline constexpr uint32_t kSparrowIr = 10;
 inline constexpr uint32_t kNoctisA1 = 14;
 inline constexpr uint32_t kAstrelE1 = 15;
+inline constexpr uint32_t kOemCamera3 = 16;
 inline constexpr uint32_t kMetrol = 1002;
 } // namespace model
 

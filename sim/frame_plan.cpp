@@ -137,21 +137,57 @@ uint32_t NearPlace(uint32_t place, uint32_t size, uint32_t binnedSensor, uint32_
     return std::min(sensor - size - std::min(place, sensor - size), furthest);
 }
 
+bool IsLive(const CameraDescription &description, Words words)
+{
+    return description.model == model::kBenchmate && ReadField(words, control::kLiveMode) != 0;
+}
+
+bool IsTurnedByDriver(const CameraDescription &description)
+{
+    return description.streamingVersion == 2 && description.model == model::kAstrelE1;
+}
+
+// The sensor in the pixels that regions are counted in.
+struct Size {
+    uint32_t columns;
+    uint32_t rows;
+};
+
+Size BinnedSensor(const CameraDescription &description, const SensorType &sensor, Words words)
+{
+    const Binning binning = BinningOf(description, words);
+    const uint32_t rowFactor =
+        IsLive(description, words) ? 2 * LiveModeStep(sensor) : binning.vertical;
+    return {.columns = std::max(sensor.columns / binning.horizontal, 1u),
+            .rows = std::max(sensor.rows / rowFactor, 1u)};
+}
+
+// Whether a region along one axis ends within the sensor, counted as in NearPlace. Binned, a camera
+// reads no more than there is, and drivers count on it; then there is but one place, and they leave
+// the far corner's where the change of the binning has put it.
+bool IsWithin(uint32_t place, uint32_t size, uint32_t binnedSensor, uint32_t sensor,
+              bool isTurnedByDriver)
+{
+    if (binnedSensor < sensor)
+        size = std::min(size, binnedSensor);
+    if (size > binnedSensor)
+        return false;
+    if (!isTurnedByDriver)
+        return place <= binnedSensor - size;
+    const bool isWhole = size == binnedSensor && place == 0;
+    return isWhole || (place <= sensor - size && sensor - place <= binnedSensor);
+}
+
 void PlanRegion(const CameraDescription &description, const SensorType &sensor, Words words,
                 FramePlan &plan)
 {
     const Binning binning = BinningOf(description, words);
-    const bool live =
-        description.model == model::kBenchmate && ReadField(words, control::kLiveMode) != 0;
-    if (description.model == model::kBenchmate)
-        plan.keptRowPairs = live ? LiveModeStep(sensor) : binning.vertical;
+    const auto [columns, rows] = BinnedSensor(description, sensor, words);
     // Charge of rows under different mosaic colours is never added: such rows are left out instead.
     const bool leavesOut = description.model == model::kBenchmate;
-    const uint32_t rowFactor = live ? 2 * plan.keptRowPairs : binning.vertical;
-    const uint32_t columns = std::max(sensor.columns / binning.horizontal, 1u);
-    const uint32_t rows = std::max(sensor.rows / rowFactor, 1u);
-    if (live)
-        plan.keptRowPairs = rowFactor;
+    if (leavesOut)
+        plan.keptRowPairs =
+            IsLive(description, words) ? 2 * LiveModeStep(sensor) : binning.vertical;
 
     ExposureSettings &exposure = plan.exposure;
     exposure.horizontalBinning = binning.horizontal;
@@ -161,7 +197,7 @@ void PlanRegion(const CameraDescription &description, const SensorType &sensor, 
     if (leavesOut)
         exposure.height &= ~1u;
     exposure.fromFarCorner = description.streamingVersion == 2;
-    const bool isTurned = exposure.fromFarCorner && description.model == model::kAstrelE1;
+    const bool isTurned = IsTurnedByDriver(description);
     exposure.x =
         NearPlace(ReadField(words, control::kX), exposure.width, columns, sensor.columns, isTurned);
     exposure.y =
@@ -261,6 +297,16 @@ FramePlan PlanFrame(const CameraDescription &description, const SensorType &sens
     const auto halfMegahertz = static_cast<uint64_t>(plan.exposure.megahertz * 2.0f);
     plan.readoutNanoseconds = pixels * 2000 / halfMegahertz;
     return plan;
+}
+
+bool LeavesSensor(const CameraDescription &description, const SensorType &sensor, Words words)
+{
+    const Size binned = BinnedSensor(description, sensor, words);
+    const bool isTurned = IsTurnedByDriver(description);
+    return !IsWithin(ReadField(words, control::kX), ReadField(words, control::kWidth),
+                     binned.columns, sensor.columns, isTurned) ||
+           !IsWithin(ReadField(words, control::kY), ReadField(words, control::kHeight), binned.rows,
+                     sensor.rows, isTurned);
 }
 
 uint32_t PacketLimit(const CameraDescription &description, Words words)

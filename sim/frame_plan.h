@@ -24,6 +24,10 @@ struct FramePlan {
 FramePlan PlanFrame(const CameraDescription &description, const SensorType &sensor,
                     std::span<const uint32_t> words, uint32_t wheelFrame);
 
+// A region, as the control words have it, that leaves the sensor. The camera clamps it.
+bool LeavesSensor(const CameraDescription &description, const SensorType &sensor,
+                  std::span<const uint32_t> words);
+
 // Most bytes of a packet that the control words allow; the slot may allow less.
 uint32_t PacketLimit(const CameraDescription &description, std::span<const uint32_t> words);
 

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "sim/mistakes.h"
 #include "sim/sim_error.h"
 #include "sim/virtual_bus.h"
 #include "zerix/zerix_sim.h"
@@ -194,6 +195,15 @@ uint32_t ZerixSim_GetHeld(ZerixSimHeld *held)
     if (held == nullptr)
         return NullPointer();
     *held = VirtualBus::Instance().Held();
+    return Succeed();
+}
+
+uint32_t ZerixSim_TakeMistakes(ZerixSimMistakes *mistakes)
+{
+    if (mistakes == nullptr)
+        return NullPointer();
+    const std::lock_guard lock(VirtualBus::Instance().Lock());
+    *mistakes = zerix::sim::TakeMistakes();
     return Succeed();
 }
 

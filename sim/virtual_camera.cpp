@@ -9,6 +9,7 @@
 #include "sim/camera_traits.h"
 #include "sim/information_block.h"
 #include "sim/register_map.h"
+#include "sim/reserved_values.h"
 #include "zerix/zerix_sim.h"
 
 namespace zerix::sim {
@@ -139,8 +140,12 @@ uint32_t VirtualCamera::Read(uint32_t address, std::span<uint32_t> words)
     }
     RefreshStatus();
     const Block *block = FindBlock(address, words.size());
-    if (block == nullptr)
+    if (block == nullptr) {
+        // Which of the two model registers a camera has is found out by trying.
+        if (words.size() != 1 || address != kModelRegister)
+            Note(Mistake::kRegisterOutside, address, 0);
         return kernel::kErrorGenFailure;
+    }
     const size_t first = (address - block->address) / 4;
     std::copy_n(block->words.begin() + static_cast<std::ptrdiff_t>(first), words.size(),
                 words.begin());
@@ -153,8 +158,10 @@ uint32_t VirtualCamera::Write(uint32_t address, std::span<const uint32_t> words)
     if (words.empty())
         return 0;
     const Block *block = FindBlock(address, words.size());
-    if (block == nullptr || block == &m_blocks[kConfiguration] || block == &m_blocks[kStatus])
+    if (block == nullptr || block == &m_blocks[kConfiguration] || block == &m_blocks[kStatus]) {
+        Note(Mistake::kRegisterOutside, address, words.front());
         return kernel::kErrorGenFailure;
+    }
     for (uint32_t value : words) {
         m_writes.push_back({address, value});
         if (m_writes.size() > kRememberedWrites)
@@ -170,11 +177,31 @@ void VirtualCamera::WriteWord(uint32_t address, uint32_t value)
     const Block *found = FindBlock(address, 1);
     auto &block = m_blocks[static_cast<size_t>(found - m_blocks.data())];
     const uint32_t offset = address - block.address;
+    CheckWrite(block, address, value);
     if (offset == 0)
         return; // versions can't be written
     if (&block == &m_blocks[kCommand])
         return Command(offset, value);
     block.words[offset / 4] = value;
+}
+
+// The factory writes the information block whole.
+void VirtualCamera::CheckWrite(const Block &block, uint32_t address, uint32_t value) const
+{
+    const uint32_t offset = address - block.address;
+    if (offset == 0 && &block != &m_blocks[kInformation])
+        return Note(Mistake::kRegisterOutside, address, value);
+    const bool isReserved =
+        (&block == &m_blocks[kControl] && IsReservedControl(m_description, offset, value)) ||
+        (&block == &m_blocks[kCommand] && IsReservedCommand(offset, value)) ||
+        (&block == &m_blocks[kStreaming] && IsReservedStreaming(offset, value));
+    if (isReserved)
+        Note(Mistake::kValueReserved, address, value);
+}
+
+void VirtualCamera::Note(Mistake mistake, uint32_t where, uint32_t value) const
+{
+    NoteMistake(mistake, m_description.serial.c_str(), where, value);
 }
 
 void VirtualCamera::Command(uint32_t offset, uint32_t value)
@@ -191,6 +218,9 @@ void VirtualCamera::Command(uint32_t offset, uint32_t value)
 void VirtualCamera::Commit()
 {
     m_latched = m_blocks[kControl].words;
+    if (LeavesSensor(m_description, *m_sensorType, m_latched))
+        Note(Mistake::kRegionOutside, ReadField(m_latched, {control::kWidth.offset}),
+             ReadField(m_latched, {control::kX.offset}));
     ++m_commits;
     ++m_epoch;
     m_framesSinceCommit = 0;

@@ -16,6 +16,7 @@
 #include "sim/camera_clock.h"
 #include "sim/fault_plan.h"
 #include "sim/frame_plan.h"
+#include "sim/mistakes.h"
 #include "sim/packetizer.h"
 #include "sim/rack.h"
 #include "sim/scene.h"
@@ -125,6 +126,8 @@ private:
     const Block *FindBlock(uint32_t address, size_t count) const;
     [[nodiscard]] bool IsModelRegister(uint32_t address) const;
     void WriteWord(uint32_t address, uint32_t value);
+    void CheckWrite(const Block &block, uint32_t address, uint32_t value) const;
+    void Note(Mistake mistake, uint32_t where, uint32_t value) const;
     void Command(uint32_t offset, uint32_t value);
     void Commit();
     void SetCooler();

@@ -204,6 +204,21 @@ typedef struct ZerixSimHeld {
  *   ZERIX_SIM_BAD_PARAMETER  held is null */
 ZERIX_API uint32_t ZerixSim_GetHeld(ZerixSimHeld *held);
 
+/* What no correct driver would do to a camera: a count of each kind, of all cameras. */
+typedef struct ZerixSimMistakes {
+    uint32_t registersOutside; /* accesses without a register, writes of one that is read-only */
+    uint32_t valuesReserved;   /* writes of a value that has no meaning on the camera */
+    uint32_t regionsOutside;   /* commits of a region that leaves the sensor */
+    char first[128];           /* the first of them, for people; empty for none */
+} ZerixSimMistakes;
+
+/* The mistakes since the last call, or since the library was loaded. A camera that is written to
+ * wrongly answers as hardware does: with a bus error, by ignoring the value, or with a region that
+ * fits. So a test of an application, or of a driver, asks at its end.
+ *   mistakes  out: the counts, which begin anew
+ *   ZERIX_SIM_BAD_PARAMETER  mistakes is null */
+ZERIX_API uint32_t ZerixSim_TakeMistakes(ZerixSimMistakes *mistakes);
+
 /* A write to a camera's register. */
 typedef struct ZerixSimWrite {
     uint32_t address; /* bytes, in the camera's address space */

@@ -150,6 +150,12 @@ TEST_F(VirtualReadBack, OfTheBinningOfEachAxis)
         }
     });
     EXPECT_EQ(models, (std::set<uint32_t>{8, 1002}));
+    // A send that enters the live mode takes its size and keeps the place of the record, (10, 6):
+    // the region of both Benchmates ends outside of what the live mode has.
+    ZerixSimMistakes mistakes = {};
+    EXPECT_EQ(ZerixSim_TakeMistakes(&mistakes), 0u);
+    EXPECT_EQ(mistakes.regionsOutside, 2u);
+    EXPECT_EQ(mistakes.registersOutside + mistakes.valuesReserved, 0u);
 }
 
 // 39.0095 counts a degree from -55 on, less a half and cut; and cut again on the way back, towards

@@ -291,6 +291,17 @@ void BusTest::TearDown()
     EXPECT_EQ(0u, held.queuedBuffers);
     EXPECT_EQ(0u, held.pendingRequests);
     EXPECT_EQ(0u, held.threads);
+    const ZerixSimMistakes mistakes = TakeMistakes();
+    EXPECT_EQ(0u, mistakes.registersOutside) << mistakes.first;
+    EXPECT_EQ(0u, mistakes.valuesReserved) << mistakes.first;
+    EXPECT_EQ(0u, mistakes.regionsOutside) << mistakes.first;
+}
+
+ZerixSimMistakes BusTest::TakeMistakes()
+{
+    ZerixSimMistakes mistakes{};
+    EXPECT_EQ(0u, ZerixSim_TakeMistakes(&mistakes));
+    return mistakes;
 }
 
 ZerixSimHeld BusTest::Held()

@@ -178,10 +178,10 @@ TEST_F(Faults, AccessesFailWithTheNumberGiven)
     EXPECT_EQ(31u, client.Read(0xD0000000, 1, &words));
     EXPECT_EQ(0u, client.Read(0xD0000000, 1, &words));
     const uint32_t control = client.Control();
-    EXPECT_EQ(0u, client.Write(control + 4, {1}));
-    EXPECT_EQ(1450u, client.Write(control + 4, {2}));
-    EXPECT_EQ(1450u, client.Write(control + 4, {3}));
-    EXPECT_EQ(1u, client.Word(control + 4));
+    EXPECT_EQ(0u, client.Write(control + 4, {4}));
+    EXPECT_EQ(1450u, client.Write(control + 4, {8}));
+    EXPECT_EQ(1450u, client.Write(control + 4, {12}));
+    EXPECT_EQ(4u, client.Word(control + 4));
 }
 
 TEST_F(Faults, CountBeginsWhenTheFaultIsAdded)

@@ -102,6 +102,7 @@ TEST_F(Packets, TheRegionIsTheOneAskedForAndStaysOnTheSensor)
     EXPECT_EQ(
         Positions(1392 - 16, 1040 - 4, 16, 4),
         FirstFrame(client, {.x = 1390, .y = 1039, .width = 16, .height = 4}, 16 * 4 * 2).pixels);
+    EXPECT_EQ(1u, TakeMistakes().regionsOutside);
 }
 
 // In the order of sending: from the last pixel of an upright picture to its first.

@@ -119,13 +119,13 @@ TEST_F(Plug, PluggingIsAPowerOn)
 {
     {
         BusClient client;
-        EXPECT_EQ(0u, client.Write(client.Control() + 4, {5}));
-        EXPECT_EQ(5u, client.Word(client.Control() + 4));
+        EXPECT_EQ(0u, client.Write(client.Control() + 4, {4}));
+        EXPECT_EQ(4u, client.Word(client.Control() + 4));
     }
     EXPECT_EQ(0u, ZerixSim_Plug(0)); // it is plugged: nothing happens
     {
         BusClient client;
-        EXPECT_EQ(5u, client.Word(client.Control() + 4));
+        EXPECT_EQ(4u, client.Word(client.Control() + 4));
     }
     EXPECT_EQ(0u, ZerixSim_Unplug(0));
     EXPECT_EQ(0u, ZerixSim_Plug(0));
@@ -212,6 +212,7 @@ TEST_F(Plug, NullPointersAndBadNumbersAreRefused)
     EXPECT_EQ(6u, ZerixSim_GetFrameTime(0, 0, nullptr));
     EXPECT_EQ(6u, ZerixSim_GetSensorTemperature(0, nullptr));
     EXPECT_EQ(6u, ZerixSim_GetHeld(nullptr));
+    EXPECT_EQ(6u, ZerixSim_TakeMistakes(nullptr));
     EXPECT_EQ(6u, ZerixSim_TakeWrites(0, nullptr, nullptr));
     EXPECT_EQ(2u, ZerixSim_FireTrigger(1));
     EXPECT_EQ(2u, ZerixSim_SetScene(1, "flat"));

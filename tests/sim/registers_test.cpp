@@ -29,7 +29,7 @@ std::string Line(const std::string &key, const std::string &text)
     return key + " = \"" + text + "\"\n";
 }
 
-// The block reads whole, and one word more is a bus error.
+// The block reads whole, and one word more is a bus error: three reads meet no register.
 void ExpectBlock(BusClient &client, uint32_t address, const Version &version)
 {
     SCOPED_TRACE(version.text);
@@ -47,6 +47,7 @@ TEST_F(Registers, EveryInformationVersionHasItsLength)
         OneCamera(Line("information", version.text));
         BusClient client;
         ExpectBlock(client, client.Information(), version);
+        EXPECT_EQ(3u, TakeMistakes().registersOutside);
     }
 }
 
@@ -56,6 +57,7 @@ TEST_F(Registers, EveryControlVersionHasItsLength)
         OneCamera(Line("control", version.text));
         BusClient client;
         ExpectBlock(client, client.Control(), version);
+        EXPECT_EQ(3u, TakeMistakes().registersOutside);
     }
 }
 
@@ -73,6 +75,7 @@ TEST_F(Registers, TheSmallBlocksHaveTheirLengths)
     BusClient client;
     ExpectBlock(client, client.Command(), {"command 1.2", 0x10002, 4});
     ExpectBlock(client, client.Status(), {"status 1.3", 0x10003, 4});
+    EXPECT_EQ(6 * 3u, TakeMistakes().registersOutside);
 }
 
 TEST_F(Registers, TellTheCamera)
@@ -175,9 +178,10 @@ TEST_F(Registers, ControlWordsReadBackAndVersionsCannotBeWritten)
 {
     BusClient client;
     const uint32_t control = client.Control();
-    EXPECT_EQ(0u, client.Write(control, {0x99999999, 0x11223344}));
+    EXPECT_EQ(0u, client.Write(control, {0x99999999, 0x11220304}));
+    EXPECT_EQ(1u, TakeMistakes().registersOutside);
     EXPECT_EQ(0x20008u, client.Word(control));
-    EXPECT_EQ(0x11223344u, client.Word(control + 4));
+    EXPECT_EQ(0x11220304u, client.Word(control + 4));
     EXPECT_EQ(0u, client.Word(control + 8));
 }
 
@@ -190,6 +194,7 @@ TEST_F(Registers, WritesOutsideOfABlockAndToReadOnlyBlocksAreBusErrors)
     EXPECT_EQ(31u, client.Write(client.Status() + 4, {1}));
     EXPECT_EQ(31u, client.Write(0xE0010038, {1}));
     EXPECT_EQ(31u, client.Write(0x1000, {1}));
+    EXPECT_EQ(6u, TakeMistakes().registersOutside);
 }
 
 TEST_F(Registers, AnEmptyWriteIsDone)
@@ -202,15 +207,16 @@ TEST_F(Registers, WritesAreLoggedInOrderWithWhatTheCameraSaw)
 {
     BusClient client;
     const uint32_t control = client.Control();
-    EXPECT_EQ(0u, client.Write(control + 0x14, {5, 6}));
+    EXPECT_EQ(0u, client.Write(control + 0x14, {0x50, 6}));
     EXPECT_EQ(31u, client.Write(0x2000, {7}));
+    EXPECT_EQ(1u, TakeMistakes().registersOutside);
     EXPECT_EQ(0u, client.Write(client.Command() + 4, {1}));
     ZerixSimWrite writes[2] = {};
     uint32_t count = 2;
     ASSERT_EQ(0u, ZerixSim_TakeWrites(0, writes, &count));
     EXPECT_EQ(3u, count);
     EXPECT_EQ(control + 0x14, writes[0].address);
-    EXPECT_EQ(5u, writes[0].value);
+    EXPECT_EQ(0x50u, writes[0].value);
     EXPECT_EQ(control + 0x18, writes[1].address);
     EXPECT_EQ(6u, writes[1].value);
     ASSERT_EQ(0u, ZerixSim_TakeWrites(0, writes, &count));
