@@ -74,15 +74,18 @@ foreach(name IN ITEMS zerix zerix-sim)
   install(FILES ${zerix_made}/${name}.pc DESTINATION ${pkgconfig_folder} COMPONENT development)
 endforeach()
 
-# ---- The tool. In /usr the loader finds the library by itself.
+# ---- The tool. It runs from the build's bin/, next to lib/, and from the prefix, whose libraries may be in another
+# folder. In /usr the loader finds the library by itself.
 if(TARGET zerix_tool)
-  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-    set_target_properties(zerix_tool PROPERTIES INSTALL_RPATH "")
-  else()
-    file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-    set_target_properties(zerix_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
+  file(RELATIVE_PATH to_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND NOT to_libraries STREQUAL "../lib")
+    set_property(TARGET zerix_tool APPEND PROPERTY INSTALL_RPATH "$ORIGIN/${to_libraries}")
   endif()
   install(TARGETS zerix_tool RUNTIME COMPONENT tools)
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/zerix\")"
+            COMPONENT tools)
+  endif()
 endif()
 file(GLOB racks CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/racks/*.toml)
 install(FILES ${racks} DESTINATION ${ZERIX_DATA_FOLDER}/racks COMPONENT tools)
