@@ -122,7 +122,8 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOC
 install(FILES ${zerix_packaging}/examples.cmake RENAME CMakeLists.txt
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 
-# ---- The notices of what others wrote. Each Debian package has them in its own place.
-install(FILES ${zerix_packaging}/debian/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT notices)
+# ---- The licence, the changes, and the notices of what others wrote. Each Debian package has them in its own place.
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${zerix_packaging}/debian/copyright
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT notices)
 
 include(ZerixPackage)

@@ -62,12 +62,15 @@ Lists the cameras on the bus, shows what they can do, takes pictures with them
 and records their streams, in TIFF, FITS, PNG and raw files. With no camera at
 hand it uses virtual ones.")
 
-  # Debian wants both with every package. An installation without packages has no use for them.
+  # Debian wants these with every package; the licence is in the file "copyright". An installation without packages
+  # has no use for them.
   execute_process(COMMAND ${GZIP} -9nc ${zerix_packaging}/debian/changelog
                   OUTPUT_FILE ${zerix_made}/changelog.Debian.gz COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${GZIP} -9nc ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+                  OUTPUT_FILE ${zerix_made}/changelog.gz COMMAND_ERROR_IS_FATAL ANY)
   foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     string(TOUPPER ${component} upper)
-    install(FILES ${zerix_packaging}/debian/copyright ${zerix_made}/changelog.Debian.gz
+    install(FILES ${zerix_packaging}/debian/copyright ${zerix_made}/changelog.Debian.gz ${zerix_made}/changelog.gz
             DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME} COMPONENT ${component}
             EXCLUDE_FROM_ALL)
   endforeach()
