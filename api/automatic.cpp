@@ -1,10 +1,9 @@
 // Automatic exposure and white balance: a measurement on images that are taken for it, its results
 // written to the settings record, and the record sent.
 #include <algorithm>
-#include <exception>
 
 #include "api/context.h"
-#include "api/exported_call.h"
+#include "api/entry.h"
 #include "api/unit_conversion.h"
 #include "tables/settings_accessors.h"
 
@@ -17,7 +16,7 @@ constexpr uint32_t kSmallestSide = 16; // pixels, of the longer side
 
 // The region has pixels and isn't tiny; 32. One short side is enough.
 struct LargeEnough {
-    uint32_t operator()(ExportedCall &) const
+    uint32_t operator()(ExportedCall &, const CameraUse &) const
     {
         const bool isEmpty = width == 0 || height == 0;
         return isEmpty || std::max(width, height) < kSmallestSide ? ZERIX_ERROR_ROI_TOO_SMALL
@@ -27,18 +26,29 @@ struct LargeEnough {
     uint32_t height;
 };
 
-// What both calls check, in their order.
-uint32_t CheckCall(ExportedCall &call, const Zerix_Settings *settings, uint32_t width,
-                   uint32_t height)
-{
-    return call.Check(Loaded(), NotNull(settings, ZERIX_ERROR_BAD_PARAMETER),
-                      GoodSettings(settings), OpenRecord(settings), LargeEnough{width, height});
-}
+// No check, but the remarks that come before the first one.
+struct RegionTold {
+    uint32_t operator()(ExportedCall &call, const CameraUse &) const
+    {
+        call.Message("X:%d Y:%d Width:%d Height:%d", x, y, width, height);
+        return ZERIX_SUCCESS;
+    }
+    uint32_t x;
+    uint32_t y;
+    uint32_t width;
+    uint32_t height;
+};
 
-void TellRegion(ExportedCall &call, uint32_t x, uint32_t y, uint32_t width, uint32_t height)
-{
-    call.Message("X:%d Y:%d Width:%d Height:%d", x, y, width, height);
-}
+struct FormatTold {
+    uint32_t operator()(ExportedCall &call, const CameraUse &) const
+    {
+        if (settings != nullptr)
+            call.Message("Output image format:%d",
+                         tables::GetSlot32(settings, zprmPostProcessImageFormat));
+        return ZERIX_SUCCESS;
+    }
+    const Zerix_Settings *settings;
+};
 
 void TellExposures(ExportedCall &call, ZX::ZCamera &camera)
 {
@@ -81,69 +91,80 @@ uint32_t StoreWheelExposures(ExportedCall &call, Zerix_Settings *settings, ZX::Z
     return ZERIX_SUCCESS;
 }
 
-} // namespace
-
 // What the search answers is nobody's concern: the exposure that the camera has then counts.
-uint32_t Zerix_AutoExpose(Zerix_Settings *settings, uint32_t x, uint32_t y, uint32_t width,
-                          uint32_t height)
-try {
-    ExportedCall call(__func__);
-    TellRegion(call, x, y, width, height);
-    if (const auto error = CheckCall(call, settings, width, height))
-        return call.End(error);
-    const ZerixHandle handle = tables::GetCamera(settings);
-    ZX::ZCamera &camera = *CameraOf(handle);
-    const ContextUse use(camera);
-    if (use.Get() == nullptr)
-        return call.End(ZERIX_ERROR_DRIVER_FAULT);
-    use.Get()->autoExposure->CalculateExposure(x, y, width, height, &camera);
+uint32_t AutoExpose(ExportedCall &call, const CameraUse &use, Zerix_Settings *settings,
+                    const RegionTold &region)
+{
+    ZX::ZCamera &camera = use.Camera();
+    use.Context().autoExposure->CalculateExposure(region.x, region.y, region.width, region.height,
+                                                  &camera);
     if (const uint32_t error = Zerix_SetParam64(settings, zprm64Exposure, camera.GetExposure()))
-        return call.End(error);
+        return error;
     Zerix_SetParam64(settings, zprm64ExposureRed, camera.GetRGBFilterRedExposure());
     Zerix_SetParam64(settings, zprm64ExposureBlue, camera.GetRGBFilterBlueExposure());
-    Zerix_SendSettingsToCam(handle, settings);
+    Zerix_SendSettingsToCam(&camera, settings);
     TellExposures(call, camera);
-    return call.End(ZERIX_SUCCESS);
-} catch (const std::exception &) {
-    return kExceptionError;
+    return ZERIX_SUCCESS;
+}
+
+bool IsColourWanted(ExportedCall &call, const Zerix_Settings *settings)
+{
+    if (Zerix_isColor(tables::GetSlot32(settings, zprmPostProcessImageFormat)) != 0)
+        return true;
+    call.Message("Post processing image format is not colour so returning success without white "
+                 "balancing");
+    return false;
+}
+
+uint32_t WhiteBalance(ExportedCall &call, const CameraUse &use, Zerix_Settings *settings,
+                      const RegionTold &region)
+{
+    ZX::ZCamera &camera = use.Camera();
+    ZX::ZAutoWhiteBalance &balance = *use.Context().whiteBalance;
+    const int16_t status =
+        balance.Preprocess(region.x, region.y, region.width, region.height, &camera);
+    if (const uint32_t error = MapCameraStatus(static_cast<uint16_t>(status)))
+        return error;
+    if (const uint32_t error = StoreGains(call, settings, balance))
+        return error;
+    uint32_t hasWheel = 0;
+    const uint32_t infoError = Zerix_GetInfo(&camera, zinfColorWheelSupported, &hasWheel);
+    if (hasWheel != 0)
+        if (const uint32_t error = StoreWheelExposures(call, settings, camera))
+            return error;
+    Zerix_SendSettingsToCam(&camera, settings);
+    call.End(infoError);
+    return ZERIX_SUCCESS;
+}
+
+} // namespace
+
+uint32_t Zerix_AutoExpose(Zerix_Settings *settings, uint32_t x, uint32_t y, uint32_t width,
+                          uint32_t height)
+{
+    const RegionTold region{x, y, width, height};
+    return Enter(Start(__func__), OfRecord{settings},
+                 Checks(region, Loaded(), NotNull(settings, ZERIX_ERROR_BAD_PARAMETER),
+                        GoodSettings(settings), OpenRecord(), LargeEnough{width, height},
+                        HasContext()),
+                 [&](ExportedCall &call, const CameraUse &use) {
+                     return AutoExpose(call, use, settings, region);
+                 });
 }
 
 uint32_t Zerix_WhiteBalance(Zerix_Settings *settings, uint32_t x, uint32_t y, uint32_t width,
                             uint32_t height)
-try {
-    ExportedCall call(__func__);
-    TellRegion(call, x, y, width, height);
-    uint32_t format = zfmtRaw8;
-    if (settings != nullptr) {
-        format = tables::GetSlot32(settings, zprmPostProcessImageFormat);
-        call.Message("Output image format:%d", format);
-    }
-    if (const auto error = CheckCall(call, settings, width, height))
-        return call.End(error);
-    if (Zerix_isColor(format) == 0) {
-        call.Message("Post processing image format is not colour so returning success without "
-                     "white balancing");
-        return call.End(ZERIX_SUCCESS);
-    }
-    const ZerixHandle handle = tables::GetCamera(settings);
-    ZX::ZCamera &camera = *CameraOf(handle);
-    const ContextUse use(camera);
-    if (use.Get() == nullptr)
-        return call.End(ZERIX_ERROR_DRIVER_FAULT);
-    ZX::ZAutoWhiteBalance &balance = *use.Get()->whiteBalance;
-    const int16_t status = balance.Preprocess(x, y, width, height, &camera);
-    if (const uint32_t error = MapCameraStatus(static_cast<uint16_t>(status)))
-        return call.End(error);
-    if (const uint32_t error = StoreGains(call, settings, balance))
-        return call.End(error);
-    uint32_t hasWheel = 0;
-    const uint32_t infoError = Zerix_GetInfo(handle, zinfColorWheelSupported, &hasWheel);
-    if (hasWheel != 0)
-        if (const uint32_t error = StoreWheelExposures(call, settings, camera))
-            return call.End(error);
-    Zerix_SendSettingsToCam(handle, settings);
-    call.End(infoError);
-    return ZERIX_SUCCESS;
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    const RegionTold region{x, y, width, height};
+    return Enter(Start(__func__), OfRecord{settings},
+                 Checks(region, FormatTold{settings}, Loaded(),
+                        NotNull(settings, ZERIX_ERROR_BAD_PARAMETER), GoodSettings(settings),
+                        OpenRecord(), LargeEnough{width, height}),
+                 [&](ExportedCall &call, const CameraUse &use) {
+                     if (!IsColourWanted(call, settings))
+                         return uint32_t{ZERIX_SUCCESS};
+                     if (const uint32_t error = HasContext()(call, use))
+                         return error;
+                     return WhiteBalance(call, use, settings, region);
+                 });
 }

@@ -5,7 +5,7 @@
 #include <array>
 #include <mutex>
 
-#include "api/context.h"
+#include "api/camera_use.h"
 #include "camera/tolvane_fw_camera.h"
 #include "hal/camera_connection.h"
 #include "zerix/zerix.h"
@@ -51,42 +51,78 @@ void AppendSerialIfOpen(const WatchedCamera &watched, std::vector<std::string> &
 }
 
 // No camera is freed under a call that hangs in it, or waits for a frame of it.
-void EndCallsOn(ZX::ZCamera &camera)
+bool EndUses(ZX::ZCamera &camera)
 {
+    if (!camera.IsCameraOpen())
+        return AwaitUnused(camera, kCallsEndMilliseconds);
     EndHangingCalls(camera);
     if (AwaitUnused(camera, 0))
-        return;
+        return true;
     camera.Abort();
-    AwaitUnused(camera, kCallsEndMilliseconds);
+    return AwaitUnused(camera, kCallsEndMilliseconds);
+}
+
+// Frees cameras whose life has ended. One that is in use all the same is only closed.
+void Free(const ZX::ZCameraList &cameras)
+{
+    for (ZX::ZCamera *camera : cameras) {
+        ZX::ZCameraList unused = {camera};
+        if (!EndUses(*camera)) {
+            camera->CloseCamera();
+            continue;
+        }
+        ZX::ZCamera::FreeCameraList(unused);
+        Forget(camera);
+    }
 }
 
 } // namespace
 
 ZX::ZCameraList &Cameras() { return TheState().cameras; }
 
+ZX::ZCamera *ListedCamera(uint32_t row)
+{
+    State &state = TheState();
+    const std::lock_guard lock(state.mutex);
+    return row < state.cameras.size() ? state.cameras[row] : nullptr;
+}
+
+void VisitCameras(const std::function<void(const ZX::ZCameraList &cameras)> &visit)
+{
+    State &state = TheState();
+    const std::lock_guard lock(state.mutex);
+    visit(state.cameras);
+}
+
 uint16_t ListCamerasAgain()
 {
     State &state = TheState();
     const std::lock_guard lock(state.mutex);
-    ZX::ZCamera::EraseClosedCamerasFromList(state.cameras);
-    return ZX::ZCamera::GetCameraList(state.cameras);
+    const auto closed =
+        std::stable_partition(state.cameras.begin(), state.cameras.end(),
+                              [](ZX::ZCamera *camera) { return !EndLifeIfClosed(*camera); });
+    const ZX::ZCameraList erased(closed, state.cameras.end());
+    state.cameras.erase(closed, state.cameras.end());
+    Free(erased);
+    const uint16_t status = ZX::ZCamera::GetCameraList(state.cameras);
+    for (ZX::ZCamera *camera : state.cameras)
+        BeginLife(*camera);
+    return status;
 }
 
+// Without the lock: a call that is waited for may be about to take it.
 void FreeCameras()
 {
     State &state = TheState();
-    const std::lock_guard lock(state.mutex);
-    state.watched.clear();
-    // A camera's streaming threads use its context until the camera has been closed.
-    std::vector<ZerixContext *> contexts;
-    for (ZX::ZCamera *camera : state.cameras) {
-        if (camera->IsCameraOpen())
-            EndCallsOn(*camera);
-        contexts.push_back(ContextOf(*camera));
+    ZX::ZCameraList cameras;
+    {
+        const std::lock_guard lock(state.mutex);
+        state.watched.clear();
+        cameras.swap(state.cameras);
+        for (ZX::ZCamera *camera : cameras)
+            EndLife(*camera);
     }
-    ZX::ZCamera::FreeCameraList(state.cameras);
-    for (ZerixContext *context : contexts)
-        RetireContext(context);
+    Free(cameras);
 }
 
 void EndHangingCalls(ZX::ZCamera &camera)
@@ -124,6 +160,7 @@ void AppendCameraForTest(ZX::ZCamera *camera)
     State &state = TheState();
     const std::lock_guard lock(state.mutex);
     state.cameras.push_back(camera);
+    BeginLife(*camera);
 }
 
 std::vector<std::string> SerialsOfOpenCameras()

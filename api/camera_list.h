@@ -1,12 +1,14 @@
 // The process's cameras. A camera object lives from the listing that finds it until a later listing
 // erases it closed, or the library is released.
 //
-// Threads: the application doesn't list or release beside other calls; the lock in here stands
-// between the list and the monitor thread alone. The monitor sees a camera from the end of its
-// opening to the beginning of its closing, so that it never meets a connection in the making.
+// Threads: a lock orders listings, openings and the monitor thread. The application doesn't list or
+// release while other calls run; where it does, no camera is freed under a call. The monitor sees a
+// camera from the end of its opening to the beginning of its closing, so that it never meets a
+// connection in the making.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,13 +16,20 @@
 
 namespace zerix::api {
 
-// For calls of the application.
+// The list, for tests.
 ZX::ZCameraList &Cameras();
+
+// The camera of a row of the list; null if there is no such row.
+ZX::ZCamera *ListedCamera(uint32_t row);
+
+// Looks at the list under its lock.
+void VisitCameras(const std::function<void(const ZX::ZCameraList &cameras)> &visit);
 
 // Erases the closed cameras, lists the bus and appends what it finds. The camera layer's status.
 uint16_t ListCamerasAgain();
 
-// Closes and frees every camera, with the contexts of those that were still open.
+// Closes and frees every camera. One that a call on another thread still uses after five seconds is
+// closed, and stays in memory.
 void FreeCameras();
 
 // Shows an open camera to the monitor, or takes it away again.

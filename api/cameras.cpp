@@ -1,14 +1,31 @@
 // Listing, opening and closing cameras.
-#include <exception>
+#include <memory>
+#include <utility>
 
 #include "api/camera_list.h"
 #include "api/context.h"
-#include "api/exported_call.h"
+#include "api/entry.h"
 
 using namespace zerix;
 using namespace zerix::api;
 
 namespace {
+
+constexpr uint32_t kCallsEndMilliseconds = 5000;
+
+// The camera of a row of the last listing; none for a number that is too large.
+struct OfRow {
+    [[nodiscard]] ZerixHandle Handle() const { return ListedCamera(row); }
+    uint32_t row;
+};
+
+// This thread is none of the camera's own, which a close waits for; 21.
+struct OutsideItsCallbacks {
+    uint32_t operator()(ExportedCall &, const CameraUse &use) const
+    {
+        return use.IsInCallback() ? ZERIX_ERROR_BUSY : ZERIX_SUCCESS;
+    }
+};
 
 void FillRow(uint32_t index, ZX::ZCamera &camera, ZerixCameraListItem &row)
 {
@@ -22,92 +39,111 @@ void FillRow(uint32_t index, ZX::ZCamera &camera, ZerixCameraListItem &row)
 // Rows beyond the caller's are counted and not written.
 void FillTable(ZerixCameraListItem *table, uint32_t &count)
 {
-    const ZX::ZCameraList &cameras = Cameras();
-    const auto found = static_cast<uint32_t>(cameras.size());
-    for (uint32_t index = 0; index < found && index < count; ++index)
-        FillRow(index, *cameras[index], table[index]);
-    count = found;
+    VisitCameras([&](const ZX::ZCameraList &cameras) {
+        const auto found = static_cast<uint32_t>(cameras.size());
+        for (uint32_t index = 0; index < found && index < count; ++index)
+            FillRow(index, *cameras[index], table[index]);
+        count = found;
+    });
 }
 
-uint32_t OpenListedCamera(ExportedCall &call, ZX::ZCamera &camera, ZerixHandle *handle)
+uint32_t OpenListedCamera(ExportedCall &call, const CameraUse &use, ZerixHandle *handle)
 {
-    if (camera.IsCameraOpen()) {
+    ZX::ZCamera &camera = use.Camera();
+    const CameraChange opening(use);
+    if (!opening.HasBegun() || camera.IsCameraOpen()) {
         *handle = &camera;
         call.Message("Camera is already open");
         return ZERIX_ERROR_BAD_CAMERA_ID;
     }
+    // What is asked of a closed camera takes no time.
+    static_cast<void>(opening.AwaitCalls(kCallsEndMilliseconds));
     if (const uint32_t error = MapCameraStatus(camera.OpenCamera()))
         return error;
     call.Message("Opened %s camera", camera.GetModelString());
     BeginWatching(camera);
-    if (const uint32_t error = AttachContext(camera))
-        return error;
+    auto context = MakeContext(camera);
+    if (context == nullptr)
+        return ZERIX_ERROR_OUT_OF_MEMORY;
+    opening.Attach(std::move(context));
     *handle = &camera;
     return ZERIX_SUCCESS;
 }
 
-void CloseOpenCamera(ZX::ZCamera &camera)
+// The calls that are at work: one that waits for a frame is told that there is none.
+void EndCalls(ZX::ZCamera &camera, const CameraChange &closing)
 {
+    constexpr uint32_t kBetweenAbortsMilliseconds = 100;
+    uint32_t waited = 0;
+    uint32_t wait = 0;
+    while (!closing.AwaitCalls(wait) && waited < kCallsEndMilliseconds) {
+        camera.Abort();
+        wait = kBetweenAbortsMilliseconds;
+        waited += wait;
+    }
+}
+
+uint32_t CloseOpenCamera(ExportedCall &call, const CameraUse &use)
+{
+    ZX::ZCamera &camera = use.Camera();
+    const CameraChange closing(use);
+    if (!closing.HasBegun() || !camera.IsCameraOpen())
+        return ZERIX_ERROR_BAD_HANDLE;
     EndWatching(camera);
     EndHangingCalls(camera);
     camera.StopStreamingImages();
+    EndCalls(camera, closing);
     camera.CloseCamera();
     if (camera.IsCameraOpen())
         BeginWatching(camera);
-    DestroyContext(camera);
+    if (const auto context = closing.Detach())
+        DisconnectFilters(camera, *context);
+    call.Message("Closed %s camera", camera.GetModelString());
+    return ZERIX_SUCCESS;
 }
 
 } // namespace
 
 uint32_t Zerix_ListCameras(ZerixCameraListItem *table, uint32_t *count)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(table, ZERIX_ERROR_BAD_PARAMETER),
-                                      NotNull(count, ZERIX_ERROR_BAD_PARAMETER)))
-        return call.End(error);
-    const uint32_t error = MapCameraStatus(ListCamerasAgain());
-    FillTable(table, *count);
-    call.Message("Found %d cameras", *count);
-    return call.End(error);
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__), OfNoCamera{},
+                 Checks(Loaded(), NotNull(table, ZERIX_ERROR_BAD_PARAMETER),
+                        NotNull(count, ZERIX_ERROR_BAD_PARAMETER)),
+                 [&](ExportedCall &call, const CameraUse &) {
+                     const uint32_t error = MapCameraStatus(ListCamerasAgain());
+                     FillTable(table, *count);
+                     call.Message("Found %d cameras", *count);
+                     return error;
+                 });
 }
 
 uint32_t Zerix_OpenCamera(uint32_t cameraId, ZerixHandle *camera)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_PARAMETER)))
-        return call.End(error);
-    if (cameraId >= Cameras().size())
-        return call.End(ZERIX_ERROR_BAD_CAMERA_ID);
-    return call.End(OpenListedCamera(call, *Cameras()[cameraId], camera));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__), OfRow{cameraId},
+                 Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_PARAMETER),
+                        Living(ZERIX_ERROR_BAD_CAMERA_ID)),
+                 [&](ExportedCall &call, const CameraUse &use) {
+                     return OpenListedCamera(call, use, camera);
+                 });
 }
 
 uint32_t Zerix_CloseCamera(ZerixHandle camera)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      Exclusive(camera), Open(camera)))
-        return call.End(error);
-    CloseOpenCamera(*CameraOf(camera));
-    call.Message("Closed %s camera", CameraOf(camera)->GetModelString());
-    return call.End(ZERIX_SUCCESS);
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__), OfCamera{camera},
+                 Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE), Exclusive(), Open(),
+                        OutsideItsCallbacks()),
+                 CloseOpenCamera);
 }
 
 // A service door: it tests as little as it can.
 uint32_t _Zerix_factory_reserved0(ZerixHandle camera, uint32_t operation, uintptr_t buffer,
                                   uint32_t length, uint32_t checksum)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE)))
-        return call.End(error);
-    const uint16_t status = CameraOf(camera)->SetReserved0(
-        operation, reinterpret_cast<uint32_t *>(buffer), length, checksum);
-    return call.End(status != 0 ? ZERIX_ERROR_NOT_SUPPORTED : ZERIX_SUCCESS);
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__), OfCamera{camera},
+                 Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE), Settled()),
+                 [&](ExportedCall &, const CameraUse &use) {
+                     const uint16_t status = use.Camera().SetReserved0(
+                         operation, reinterpret_cast<uint32_t *>(buffer), length, checksum);
+                     return status != 0 ? ZERIX_ERROR_NOT_SUPPORTED : ZERIX_SUCCESS;
+                 });
 }

@@ -1,28 +1,12 @@
 // The making and unmaking of a camera's context.
 #include "api/context.h"
 
-#include <chrono>
-#include <condition_variable>
-#include <new>
-
 namespace zerix::api {
 namespace {
 
 // The filter wheel works on frames as they arrive, in the camera's own pipeline; all other filters
 // wait for post-processing.
 constexpr uint16_t kFilterWheelOutput = zfmtRgbPlane8;
-
-// Never destroyed: an application may end with its threads still running.
-struct Users {
-    std::mutex mutex;
-    std::condition_variable fewer;
-};
-
-Users &TheUsers()
-{
-    static auto *const users = new Users;
-    return *users;
-}
 
 void BuildFilters(ZX::ZCamera &camera, ZerixContext &context)
 {
@@ -50,75 +34,20 @@ void ConnectFilters(ZX::ZCamera &camera, ZerixContext &context)
 
 ZerixContext::~ZerixContext() { Zerix_ReleaseCameraSettingsStruct(&cachedSettings); }
 
-uint32_t AttachContext(ZX::ZCamera &camera)
+std::shared_ptr<ZerixContext> MakeContext(ZX::ZCamera &camera)
 {
-    auto context = std::unique_ptr<ZerixContext>(new (std::nothrow) ZerixContext);
-    if (context == nullptr)
-        return ZERIX_ERROR_OUT_OF_MEMORY;
+    auto context = std::make_shared<ZerixContext>();
     Zerix_CreateCameraSettingsStruct(&context->cachedSettings);
     if (context->cachedSettings.privateBlock == nullptr)
-        return ZERIX_ERROR_OUT_OF_MEMORY;
+        return nullptr;
     BuildFilters(camera, *context);
     ConnectFilters(camera, *context);
-    camera.SetRefCon(context.release());
-    return ZERIX_SUCCESS;
+    return context;
 }
 
-void DestroyContext(ZX::ZCamera &camera)
+void DisconnectFilters(ZX::ZCamera &camera, const ZerixContext &context)
 {
-    ZerixContext *const context = ContextOf(camera);
-    if (context == nullptr)
-        return;
-    camera.GetImagePipeline()->RemoveFilter(context->filterWheel.get());
-    {
-        const std::lock_guard lock(TheUsers().mutex);
-        camera.SetRefCon(nullptr);
-    }
-    RetireContext(context);
-}
-
-void RetireContext(ZerixContext *context)
-{
-    if (context == nullptr)
-        return;
-    {
-        const std::lock_guard lock(TheUsers().mutex);
-        context->isDetached = true;
-        if (context->users != 0)
-            return;
-    }
-    delete context;
-}
-
-bool AwaitUnused(ZX::ZCamera &camera, uint32_t timeoutMilliseconds)
-{
-    const ZerixContext *const context = ContextOf(camera);
-    std::unique_lock lock(TheUsers().mutex);
-    return context == nullptr ||
-           TheUsers().fewer.wait_for(lock, std::chrono::milliseconds(timeoutMilliseconds),
-                                     [&] { return context->users == 0; });
-}
-
-ContextUse::ContextUse(ZX::ZCamera &camera)
-{
-    const std::lock_guard lock(TheUsers().mutex);
-    m_context = ContextOf(camera);
-    if (m_context != nullptr)
-        ++m_context->users;
-}
-
-ContextUse::~ContextUse()
-{
-    if (m_context == nullptr)
-        return;
-    {
-        const std::lock_guard lock(TheUsers().mutex);
-        --m_context->users;
-        if (!m_context->isDetached || m_context->users != 0)
-            m_context = nullptr;
-        TheUsers().fewer.notify_all();
-    }
-    delete m_context;
+    camera.GetImagePipeline()->RemoveFilter(context.filterWheel.get());
 }
 
 } // namespace zerix::api

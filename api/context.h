@@ -1,5 +1,5 @@
-// What the interface keeps for each open camera. Made by Zerix_OpenCamera, attached to the camera,
-// and destroyed by Zerix_CloseCamera.
+// What the interface keeps for each open camera. Made by Zerix_OpenCamera and detached by
+// Zerix_CloseCamera; the last call or callback that uses it frees it (api/camera_use.h).
 //
 // Locks: callback semaphore, then queue semaphore; behind them the three mutexes, which nobody
 // holds while he calls anything but filters. The semaphores give the calls and the application's
@@ -73,45 +73,13 @@ struct ZerixContext {
     std::mutex processingMutex;         // over a run of the post-processing and a change of it
     mutable std::mutex cacheMutex;      // over what the cached settings hold
     Zerix_Settings cachedSettings = {}; // what was last read or sent
-
-    uint32_t users = 0;      // calls and handlers at work; under the lock of ContextUse
-    bool isDetached = false; // the last user frees it; under the same lock
 };
 
-// The context of an open camera; null if it has none.
-inline ZerixContext *ContextOf(ZX::ZCamera &camera)
-{
-    return static_cast<ZerixContext *>(camera.GetRefCon());
-}
+// A context for a camera that has just been opened, its filters connected. Null without the memory.
+std::shared_ptr<ZerixContext> MakeContext(ZX::ZCamera &camera);
 
-// Makes the context of a camera that has just been opened and attaches it.
-// 0, or ZERIX_ERROR_OUT_OF_MEMORY with nothing attached.
-uint32_t AttachContext(ZX::ZCamera &camera);
-
-// Detaches and destroys the context of a closed camera; nothing happens if it has none. A call or a
-// callback that is still at work keeps it until it returns.
-void DestroyContext(ZX::ZCamera &camera);
-
-// Keeps a camera's context for as long as it lives, whoever closes the camera meanwhile.
-class ContextUse {
-public:
-    explicit ContextUse(ZX::ZCamera &camera);
-    ~ContextUse();
-    ContextUse(const ContextUse &) = delete;
-    ContextUse &operator=(const ContextUse &) = delete;
-
-    // Null if the camera has none.
-    [[nodiscard]] ZerixContext *Get() const { return m_context; }
-
-private:
-    ZerixContext *m_context;
-};
-
-// Waits until no call and no handler uses the camera's context. False if that takes longer.
-bool AwaitUnused(ZX::ZCamera &camera, uint32_t timeoutMilliseconds);
-
-// Detaches a context whose camera is gone; null does nothing.
-void RetireContext(ZerixContext *context);
+// Takes the context's filter out of the camera's own pipeline, which outlives the context.
+void DisconnectFilters(ZX::ZCamera &camera, const ZerixContext &context);
 
 // Holds one of the context's semaphores for as long as it lives, but for the time of a Without.
 class SemaphoreHold {

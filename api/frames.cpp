@@ -1,12 +1,11 @@
 // Taking one frame, and the calls for frames that no camera supports.
 #include <cstddef>
-#include <exception>
 #include <memory>
 
 #include "api/context.h"
-#include "api/exported_call.h"
+#include "api/entry.h"
 #include "api/frame_filling.h"
-#include "api/not_yet.h"
+#include "api/not_supported.h"
 #include "diag/dumps.h"
 
 using namespace zerix;
@@ -47,28 +46,24 @@ uint32_t GrabOneImage(ZX::ZCamera &camera, ZerixContext &context, Zerix_Frame &f
 } // namespace
 
 uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame)
-try {
-    ExportedCall call(__func__);
-    if (const auto error =
-            call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                       NotNull(frame, ZERIX_ERROR_BAD_PARAMETER), Open(camera), Exclusive(camera)))
-        return call.End(error);
-    const ContextUse use(*CameraOf(camera));
-    if (use.Get() == nullptr)
-        return call.End(ZERIX_ERROR_DRIVER_FAULT);
-    return call.End(GrabOneImage(*CameraOf(camera), *use.Get(), *frame));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__), OfCamera{camera},
+                 Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
+                        NotNull(frame, ZERIX_ERROR_BAD_PARAMETER), Open(), Exclusive(),
+                        HasContext()),
+                 [&](ExportedCall &, const CameraUse &use) {
+                     return GrabOneImage(use.Camera(), use.Context(), *frame);
+                 });
 }
 
 // Offered by the interface and supported by no camera.
-uint32_t Zerix_GrabFrameNow(ZerixHandle, Zerix_Frame *) { return NotYet(ExportedCall(__func__)); }
+uint32_t Zerix_GrabFrameNow(ZerixHandle, Zerix_Frame *) { return NotSupported(Start(__func__)); }
 
-uint32_t Zerix_GrabRawNow(ZerixHandle, Zerix_Frame *) { return NotYet(ExportedCall(__func__)); }
+uint32_t Zerix_GrabRawNow(ZerixHandle, Zerix_Frame *) { return NotSupported(Start(__func__)); }
 
-uint32_t Zerix_ProcessRaw(ZerixHandle, Zerix_Frame *) { return NotYet(ExportedCall(__func__)); }
+uint32_t Zerix_ProcessRaw(ZerixHandle, Zerix_Frame *) { return NotSupported(Start(__func__)); }
 
 uint32_t Zerix_SetFrameBuffers(ZerixHandle, Zerix_Frame **, uint32_t)
 {
-    return NotYet(ExportedCall(__func__));
+    return NotSupported(Start(__func__));
 }

@@ -1,12 +1,11 @@
 // What a camera is and can do, its serial and its name.
 #include <cstdio>
 #include <cstring>
-#include <exception>
 #include <mutex>
 #include <string>
 
 #include "api/context.h"
-#include "api/exported_call.h"
+#include "api/entry.h"
 #include "api/info_rows.h"
 #include "diag/dumps.h"
 
@@ -33,55 +32,46 @@ std::string TextOf(ZX::ZCamera &camera, const char *(ZX::ZCamera::*getter)())
     return text != nullptr ? text : "";
 }
 
-uint32_t GiveText(ExportedCall &call, ZerixHandle handle, char *text, uint32_t size,
+uint32_t GiveText(const Start &start, ZerixHandle handle, char *text, uint32_t size,
                   const char *(ZX::ZCamera::*getter)(), const char *message)
 {
-    if (const auto error =
-            call.Check(Loaded(), NotNull(handle, ZERIX_ERROR_BAD_HANDLE),
-                       NotNull(text, ZERIX_ERROR_BAD_PARAMETER), Exclusive(handle), Open(handle)))
-        return error;
-    const std::string whole = TextOf(*CameraOf(handle), getter);
-    if (size < whole.size() + 1)
-        return ZERIX_ERROR_BAD_PARAMETER;
-    std::memcpy(text, whole.c_str(), whole.size() + 1);
-    call.Message(message, whole);
-    return ZERIX_SUCCESS;
+    return Enter(start, OfCamera{handle},
+                 Checks(Loaded(), NotNull(handle, ZERIX_ERROR_BAD_HANDLE),
+                        NotNull(text, ZERIX_ERROR_BAD_PARAMETER), Exclusive(), Open()),
+                 [&](ExportedCall &call, const CameraUse &use) {
+                     const std::string whole = TextOf(use.Camera(), getter);
+                     if (size < whole.size() + 1)
+                         return ZERIX_ERROR_BAD_PARAMETER;
+                     std::memcpy(text, whole.c_str(), whole.size() + 1);
+                     call.Message(message, whole);
+                     return ZERIX_SUCCESS;
+                 });
 }
 
 } // namespace
 
 uint32_t Zerix_GetInfo(ZerixHandle camera, uint32_t key, uint32_t *value)
-try {
-    ExportedCall call(__func__, Info{key});
-    if (const auto error =
-            call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                       NotNull(value, ZERIX_ERROR_BAD_PARAMETER), Open(camera), Exclusive(camera)))
-        return call.End(error);
-    const ContextUse use(*CameraOf(camera));
-    if (use.Get() == nullptr)
-        return call.End(ZERIX_ERROR_DRIVER_FAULT);
-    const uint32_t error = ValueOf({*CameraOf(camera), *use.Get()}, key, *value);
-    if (error == ZERIX_SUCCESS)
-        diag::ZerixDebugOutputGetInfo(key, *value);
-    return call.End(error);
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__, Info{key}), OfCamera{camera},
+                 Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
+                        NotNull(value, ZERIX_ERROR_BAD_PARAMETER), Open(), Exclusive(),
+                        HasContext()),
+                 [&](ExportedCall &, const CameraUse &use) {
+                     const uint32_t error = ValueOf({use.Camera(), use.Context()}, key, *value);
+                     if (error == ZERIX_SUCCESS)
+                         diag::ZerixDebugOutputGetInfo(key, *value);
+                     return error;
+                 });
 }
 
 uint32_t Zerix_GetSerialString(ZerixHandle camera, char *text, uint32_t size)
-try {
-    ExportedCall call(__func__);
-    return call.End(
-        GiveText(call, camera, text, size, &ZX::ZCamera::GetSerialNumberString, "Serial: %s"));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return GiveText(Start(__func__), camera, text, size, &ZX::ZCamera::GetSerialNumberString,
+                    "Serial: %s");
 }
 
 uint32_t Zerix_GetCameraModelString(ZerixHandle camera, char *text, uint32_t size)
-try {
-    ExportedCall call(__func__);
-    return call.End(
-        GiveText(call, camera, text, size, &ZX::ZCamera::GetModelString, "Camera model: %s"));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return GiveText(Start(__func__), camera, text, size, &ZX::ZCamera::GetModelString,
+                    "Camera model: %s");
 }

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "api/exported_call.h"
+#include "api/entry.h"
 #include "api/param_family.h"
 #include "api/status.h"
 
@@ -15,7 +15,7 @@ inline constexpr uint32_t kIfNull = ZERIX_ERROR_BAD_PARAMETER;
 template <typename T>
 struct Known {
     uint32_t key;
-    uint32_t operator()(ExportedCall &) const
+    uint32_t operator()(ExportedCall &, const CameraUse &) const
     {
         return key < ParamFamily<T>::Rows().size() ? ZERIX_SUCCESS : ZERIX_ERROR_NOT_SUPPORTED;
     }
@@ -40,28 +40,25 @@ struct Supported {
     const Zerix_Settings *settings;
     uint32_t key;
 
-    [[nodiscard]] uint32_t Ask() const
+    [[nodiscard]] uint32_t Ask(const CameraUse &use) const
     {
-        const ZerixHandle handle = tables::GetCamera(settings);
         if (IsTraced())
-            return ParamFamily<T>::kIsSupported(handle, key);
-        ZX::ZCamera *const camera = CameraOf(handle);
-        if (camera == nullptr || !camera->IsCameraOpen() || !camera->DoWeHaveExclusiveAccess())
+            return ParamFamily<T>::kIsSupported(tables::GetCamera(settings), key);
+        if (!use.IsOpen() || !use.Camera().DoWeHaveExclusiveAccess())
             return ZERIX_ERROR_BAD_HANDLE;
-        return FindSupport<T>(*camera, key);
+        return FindSupport<T>(use.Camera(), key);
     }
-    uint32_t operator()(ExportedCall &) const
+    uint32_t operator()(ExportedCall &, const CameraUse &use) const
     {
-        return Ask() == ZERIX_ERROR_NOT_SUPPORTED ? ZERIX_ERROR_NOT_SUPPORTED : ZERIX_SUCCESS;
+        return Ask(use) == ZERIX_ERROR_NOT_SUPPORTED ? ZERIX_ERROR_NOT_SUPPORTED : ZERIX_SUCCESS;
     }
 };
 
-// A record that has passed its checks, the one of its camera among them.
+// A good record with its camera, which lives.
 template <typename Settings>
-BoundRecord<Settings> Bind(Settings *settings)
+BoundRecord<Settings> Bind(const CameraUse &use, Settings *settings)
 {
-    const bool isCurrent = tables::IsCurrentLayout(settings);
-    return {settings, *CameraOf(tables::GetCamera(settings, isCurrent)), isCurrent};
+    return {settings, use.Camera(), tables::IsCurrentLayout(settings)};
 }
 
 // A legacy record lacks the newest keys.

@@ -13,7 +13,7 @@ uint32_t FindLimitInTable(const ReadRecord &record, uint32_t key, Side side, uin
 {
     std::array<uint32_t, 100> entries;
     int32_t count = entries.size();
-    if (const auto error = AskTable(record.settings, key, entries.data(), count))
+    if (const auto error = AskTable(record, key, entries.data(), count))
         return error;
     if (count == 0)
         return ZERIX_ERROR_NOT_SUPPORTED;
@@ -38,19 +38,19 @@ bool IsRange(const Zerix_Settings *settings, uint32_t key)
     return row.isRange && HasKey(row, tables::IsCurrentLayout(settings));
 }
 
-uint32_t AskTable(const Zerix_Settings *settings, uint32_t key, uint32_t *entries, int32_t &size)
+uint32_t AskTable(const ReadRecord &record, uint32_t key, uint32_t *entries, int32_t &size)
 {
     if (IsTraced())
-        return Zerix_GetParamSparseTable(settings, key, entries, &size);
-    return FindTable(Bind(settings), key, entries, size);
+        return Zerix_GetParamSparseTable(record.settings, key, entries, &size);
+    return FindTable(record, key, entries, size);
 }
 
-uint32_t AskLimit(const Zerix_Settings *settings, uint32_t key, Side side, uint32_t &value)
+uint32_t AskLimit(const ReadRecord &record, uint32_t key, Side side, uint32_t &value)
 {
     if (IsTraced())
-        return side == Side::kMinimum ? Zerix_GetParamMin(settings, key, &value)
-                                      : Zerix_GetParamMax(settings, key, &value);
-    return FindLimit(Bind(settings), key, side, value);
+        return side == Side::kMinimum ? Zerix_GetParamMin(record.settings, key, &value)
+                                      : Zerix_GetParamMax(record.settings, key, &value);
+    return FindLimit(record, key, side, value);
 }
 
 uint32_t FindTable(const ReadRecord &record, uint32_t key, uint32_t *entries, int32_t &size)

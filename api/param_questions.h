@@ -16,10 +16,10 @@ bool IsSparse(const Zerix_Settings *settings, uint32_t key);
 bool IsRange(const Zerix_Settings *settings, uint32_t key);
 
 // The list of a key: 0 with as much of it as there is room for, or an error.
-uint32_t AskTable(const Zerix_Settings *settings, uint32_t key, uint32_t *entries, int32_t &size);
+uint32_t AskTable(const ReadRecord &record, uint32_t key, uint32_t *entries, int32_t &size);
 
 // A limit of a key: 0, or an error with nothing written.
-uint32_t AskLimit(const Zerix_Settings *settings, uint32_t key, Side side, uint32_t &value);
+uint32_t AskLimit(const ReadRecord &record, uint32_t key, Side side, uint32_t &value);
 
 // The answers themselves.
 uint32_t FindTable(const ReadRecord &record, uint32_t key, uint32_t *entries, int32_t &size);

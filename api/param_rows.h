@@ -32,6 +32,11 @@ struct BoundRecord {
 using ReadRecord = BoundRecord<const Zerix_Settings>;
 using WriteRecord = BoundRecord<Zerix_Settings>;
 
+inline ReadRecord AsRead(const WriteRecord &record)
+{
+    return {record.settings, record.camera, record.isCurrent};
+}
+
 // Nothing: the slot isn't written.
 template <typename T>
 using ParamValue = std::optional<T> (*)(const ParamSource &source);

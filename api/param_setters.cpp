@@ -66,7 +66,7 @@ uint32_t StoreListedFormat(const WriteRecord &record, uint32_t key, uint32_t val
 {
     std::array<uint32_t, 20> formats;
     int32_t count = formats.size();
-    const uint32_t error = AskTable(record.settings, key, formats.data(), count);
+    const uint32_t error = AskTable(AsRead(record), key, formats.data(), count);
     const auto end = formats.begin() + (error == ZERIX_SUCCESS ? count : 0);
     if (std::find(formats.begin(), end, value) == end)
         return ZERIX_ERROR_BAD_PARAMETER;
@@ -75,7 +75,7 @@ uint32_t StoreListedFormat(const WriteRecord &record, uint32_t key, uint32_t val
 
 uint32_t StoreInRange(const WriteRecord &record, uint32_t key, uint32_t value)
 {
-    if (const uint32_t error = CheckRangeTableEntry(record.settings, key, value))
+    if (const uint32_t error = CheckRangeTableEntry(AsRead(record), key, value))
         return error;
     return Store(record, key, value);
 }
@@ -83,7 +83,7 @@ uint32_t StoreInRange(const WriteRecord &record, uint32_t key, uint32_t value)
 uint32_t StoreByClass(const WriteRecord &record, uint32_t key, uint32_t value)
 {
     if (IsSparse(record.settings, key)) {
-        if (const uint32_t error = CheckSparseTableEntry(record.settings, key, value))
+        if (const uint32_t error = CheckSparseTableEntry(AsRead(record), key, value))
             return error;
         return Store(record, key, value);
     }

@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 
 #include "api/context.h"
-#include "api/exported_call.h"
+#include "api/entry.h"
 #include "diag/dumps.h"
 #include "image/mosaic_rows.h"
 
@@ -24,7 +23,7 @@ uint32_t ColourPatternOf(uint32_t bayerPattern)
     return bayerPattern <= 3 ? ZX::kPatternRGGB + bayerPattern : uint32_t{ZX::kPatternRGGB};
 }
 
-ZX::ZInImageBufferStruct InputOf(const Zerix_Frame &frame)
+ZX::ZInImageBufferStruct InputOf(const Zerix_Frame &frame, ZX::ZCamera &camera)
 {
     return {.pBuffer = static_cast<uint8_t *>(frame.pBuffer),
             .size = frame.size,
@@ -35,7 +34,7 @@ ZX::ZInImageBufferStruct InputOf(const Zerix_Frame &frame)
             .imageFormat = frame.format,
             .symmetricalBinningMode = frame.binning,
             .lvwFlag = frame.isLvw != 0,
-            .camera = CameraOf(frame.camera)};
+            .camera = &camera};
 }
 
 ZX::ZOutImageBufferStruct OutputOf(const Zerix_Frame &frame, uint32_t format)
@@ -63,7 +62,7 @@ void MakeRoom(Zerix_Frame &frame, uint32_t size)
 }
 
 // A picture without colour is finished as it is.
-void CopyFrame(const Zerix_Frame &from, Zerix_Frame &to)
+uint32_t CopyFrame(const Zerix_Frame &from, Zerix_Frame &to)
 {
     MakeRoom(to, from.size);
     const uint32_t size = to.pBuffer != nullptr ? std::min(from.size, to.bufferSize) : 0;
@@ -78,6 +77,7 @@ void CopyFrame(const Zerix_Frame &from, Zerix_Frame &to)
     to.bayerPattern = from.bayerPattern;
     to.errorCode = from.errorCode;
     to.timeStamp = from.timeStamp;
+    return ZERIX_SUCCESS;
 }
 
 // The two bicubic algorithms of the settings are one here. False for an unknown number, which
@@ -101,9 +101,10 @@ void DescribeResult(const Zerix_Frame &in, const ZX::ZOutImageBufferStruct &resu
 
 // The stream and other calls share the filters: from the format to the last pixel nobody may set
 // another, whose pixels the frame's buffer has no room for.
-uint32_t RunPipeline(ZerixContext &context, uint32_t format, uint32_t algorithm,
+uint32_t RunPipeline(const CameraUse &use, uint32_t format, uint32_t algorithm,
                      const Zerix_Frame &in, ZX::ZOutImageBufferStruct &output)
 {
+    ZerixContext &context = use.Context();
     const std::lock_guard lock(context.processingMutex);
     const int16_t status = context.postProcessingPipeline->SetOutputFormat(format);
     if (algorithm == 0)
@@ -111,30 +112,24 @@ uint32_t RunPipeline(ZerixContext &context, uint32_t format, uint32_t algorithm,
     static_cast<void>(SelectAlgorithm(*context.bayerFilter, algorithm));
     if (const uint32_t error = MapCameraStatus(static_cast<uint16_t>(status)))
         return error;
-    ZX::ZInImageBufferStruct input = InputOf(in);
+    ZX::ZInImageBufferStruct input = InputOf(in, use.Camera());
     bool isDone = false;
     context.postProcessingPipeline->ProcessImage(&input, &output, &isDone);
     return ZERIX_SUCCESS;
 }
 
-// The camera is the one that the frame comes from, whichever the call names.
-uint32_t ProcessFrame(ExportedCall &call, const Zerix_Settings *settings, const Zerix_Frame &in,
-                      Zerix_Frame &out)
+// With the camera that the frame comes from.
+uint32_t ProcessWith(const CameraUse &use, const Zerix_Settings *settings, uint32_t format,
+                     const Zerix_Frame &in, Zerix_Frame &out)
 {
-    uint32_t format = 0;
-    if (const uint32_t error = Zerix_GetParam(settings, zprmPostProcessImageFormat, &format))
-        return error;
-    if (Zerix_CalcImageSize(format, in.width, in.height) == 0)
-        return ZERIX_ERROR_BAD_PARAMETER;
-    if (const auto error = call.Check(NotNull(in.camera, ZERIX_ERROR_BAD_HANDLE)))
-        return error;
-    const ContextUse use(*CameraOf(in.camera));
-    if (use.Get() == nullptr)
+    if (!use.IsLiving())
+        return ZERIX_ERROR_BAD_HANDLE;
+    if (use.ContextOrNull() == nullptr)
         return ZERIX_ERROR_DRIVER_FAULT;
     uint32_t algorithm = 0;
     Zerix_GetParam(settings, zprmPostProcessBayerAlgorithm, &algorithm);
     ZX::ZOutImageBufferStruct output = OutputOf(out, format);
-    const uint32_t error = RunPipeline(*use.Get(), format, algorithm, in, output);
+    const uint32_t error = RunPipeline(use, format, algorithm, in, output);
     if (algorithm == 0)
         return error;
     DescribeResult(in, output, format, out);
@@ -143,25 +138,36 @@ uint32_t ProcessFrame(ExportedCall &call, const Zerix_Settings *settings, const 
     return error;
 }
 
+// The camera is the one that the frame comes from, whichever the call names.
+uint32_t ProcessFrame(const Zerix_Settings *settings, const Zerix_Frame &in, Zerix_Frame &out)
+{
+    uint32_t format = 0;
+    if (const uint32_t error = Zerix_GetParam(settings, zprmPostProcessImageFormat, &format))
+        return error;
+    if (Zerix_CalcImageSize(format, in.width, in.height) == 0)
+        return ZERIX_ERROR_BAD_PARAMETER;
+    return AlsoHold(OfFrame{&in}, [&](const CameraUse &use) {
+        return ProcessWith(use, settings, format, in, out);
+    });
+}
+
 // Under the same lock. The filter's status; 1 for an algorithm that nobody knows.
-int16_t RunBayerFilter(ZerixContext &context, uint32_t algorithm, const Zerix_Frame &in,
+int16_t RunBayerFilter(const CameraUse &use, uint32_t algorithm, const Zerix_Frame &in,
                        ZX::ZOutImageBufferStruct &output, uint32_t format)
 {
+    ZerixContext &context = use.Context();
     const std::lock_guard lock(context.processingMutex);
     context.bayerFilter->SetOutputFormat(format);
     if (!SelectAlgorithm(*context.bayerFilter, algorithm))
         return kBayerNotDone;
-    ZX::ZInImageBufferStruct input = InputOf(in);
+    ZX::ZInImageBufferStruct input = InputOf(in, use.Camera());
     return context.bayerFilter->Process(&input, &output);
 }
 
-void MakeColour(uint32_t algorithm, const Zerix_Frame &in, Zerix_Frame &out)
+void MakeColour(const CameraUse &use, uint32_t algorithm, const Zerix_Frame &in, Zerix_Frame &out)
 {
-    const ContextUse use(*CameraOf(in.camera));
-    if (use.Get() == nullptr)
-        return;
     ZX::ZOutImageBufferStruct output = OutputOf(out, out.format);
-    if (RunBayerFilter(*use.Get(), algorithm, in, output, out.format) != kBayerNotDone)
+    if (RunBayerFilter(use, algorithm, in, output, out.format) != kBayerNotDone)
         DescribeResult(in, output, out.format, out);
 }
 
@@ -192,40 +198,37 @@ void ZoomVertically(const Zerix_Frame &in, Zerix_Frame &out)
 
 uint32_t Zerix_PostProcessSingleFrame(ZerixHandle camera, const Zerix_Settings *settings,
                                       const Zerix_Frame *frameIn, Zerix_Frame *frameOut)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_PARAMETER),
-                                      NotNull(frameIn, ZERIX_ERROR_BAD_PARAMETER),
-                                      NotNull(frameOut, ZERIX_ERROR_BAD_PARAMETER),
-                                      GoodSettings(settings), Exclusive(camera)))
-        return call.End(error);
-    if (frameIn->format <= zfmtMono16) {
-        CopyFrame(*frameIn, *frameOut);
-        return call.End(ZERIX_SUCCESS);
-    }
-    return call.End(ProcessFrame(call, settings, *frameIn, *frameOut));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(
+        Start(__func__), OfCamera{camera},
+        Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_PARAMETER),
+               NotNull(frameIn, ZERIX_ERROR_BAD_PARAMETER),
+               NotNull(frameOut, ZERIX_ERROR_BAD_PARAMETER), GoodSettings(settings), Exclusive()),
+        [&](ExportedCall &, const CameraUse &) {
+            return frameIn->format <= zfmtMono16 ? CopyFrame(*frameIn, *frameOut)
+                                                 : ProcessFrame(settings, *frameIn, *frameOut);
+        });
 }
 
 // These two need no loaded library.
 void Zerix_BayerToRgb(uint32_t algorithm, const Zerix_Frame *frameIn, Zerix_Frame *frameOut)
-try {
-    ExportedCall call(__func__);
-    const bool hasFrames = frameIn != nullptr && frameOut != nullptr;
-    if (hasFrames && frameIn->camera != nullptr && ContextOf(*CameraOf(frameIn->camera)) != nullptr)
-        MakeColour(algorithm, *frameIn, *frameOut);
-    call.End(ZERIX_SUCCESS);
-} catch (const std::exception &) {
+{
+    Enter(Start(__func__), OfFrame{frameIn}, Checks(), [&](ExportedCall &, const CameraUse &use) {
+        if (frameOut != nullptr && use.ContextOrNull() != nullptr)
+            MakeColour(use, algorithm, *frameIn, *frameOut);
+        return ZERIX_SUCCESS;
+    });
 }
 
 uint32_t Zerix_BayerZoomVert(uint8_t algorithm, const Zerix_Frame *frameIn, Zerix_Frame *frameOut)
-try {
-    ExportedCall call(__func__);
-    if (algorithm != kZoomAlgorithm || frameIn == nullptr || frameOut == nullptr)
-        return call.End(ZERIX_ERROR_NOT_SUPPORTED);
-    ZoomVertically(*frameIn, *frameOut);
-    return call.End(ZERIX_SUCCESS);
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__), OfNoCamera{},
+                 Checks(NotNull(frameIn, ZERIX_ERROR_NOT_SUPPORTED),
+                        NotNull(frameOut, ZERIX_ERROR_NOT_SUPPORTED)),
+                 [&](ExportedCall &, const CameraUse &) {
+                     if (algorithm != kZoomAlgorithm)
+                         return ZERIX_ERROR_NOT_SUPPORTED;
+                     ZoomVertically(*frameIn, *frameOut);
+                     return ZERIX_SUCCESS;
+                 });
 }

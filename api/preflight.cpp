@@ -1,10 +1,9 @@
 // Mending a settings record so that the camera can take it. Each repair stands in the caller's
 // record and in the log.
 #include <cstdint>
-#include <exception>
 #include <optional>
 
-#include "api/exported_call.h"
+#include "api/entry.h"
 #include "tables/settings_accessors.h"
 
 using namespace zerix;
@@ -202,14 +201,12 @@ uint32_t MendSettings(const Preflight &preflight)
 } // namespace
 
 uint32_t Zerix_PreflightSettings(ZerixHandle camera, Zerix_Settings *settings)
-try {
-    ExportedCall call(__func__);
-    if (const auto error =
-            call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                       NotNull(settings, ZERIX_ERROR_BAD_PARAMETER), Exclusive(camera)))
-        return call.End(error);
-    return call.End(
-        MendSettings({call, *CameraOf(camera), settings, tables::IsCurrentLayout(settings)}));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(
+        Start(__func__), OfCamera{camera},
+        Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
+               NotNull(settings, ZERIX_ERROR_BAD_PARAMETER), Exclusive()),
+        [&](ExportedCall &call, const CameraUse &use) {
+            return MendSettings({call, use.Camera(), settings, tables::IsCurrentLayout(settings)});
+        });
 }

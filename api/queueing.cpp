@@ -1,13 +1,12 @@
 // Queueing frames and settings, and emptying the queue.
-#include <exception>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "api/camera_list.h"
 #include "api/context.h"
+#include "api/entry.h"
 #include "api/entry_queue.h"
-#include "api/exported_call.h"
 #include "api/stream_callbacks.h"
 
 using namespace zerix;
@@ -137,57 +136,49 @@ void AbortQueue(ZX::ZCamera &camera, ZerixContext &context)
     camera.Abort();
 }
 
+// From within a frame callback the thread has the callback semaphore already.
+uint32_t AbortAll(ZX::ZCamera &camera, ZerixContext &context)
+{
+    const ExposeWaitsEnded nobodyWaits(context);
+    std::optional<SemaphoreHold> callbacks;
+    if (!IsReceivingFor(context))
+        callbacks.emplace(Taken(*context.callbackSemaphore, camera), std::adopt_lock);
+    AbortQueue(camera, context);
+    return ZERIX_SUCCESS;
+}
+
 } // namespace
 
 uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame, ZerixAsyncCallback callback,
                           uint32_t flags, void *userPointer, uint32_t userData)
-try {
-    ExportedCall call(__func__, TracedIf{diag::ZLogShouldOutputFrame()});
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      Open(camera), Exclusive(camera)))
-        return call.End(error);
-    const ContextUse use(*CameraOf(camera));
-    if (use.Get() == nullptr)
-        return call.End(ZERIX_ERROR_DRIVER_FAULT);
-    return call.End(QueueFrame(call, *CameraOf(camera), *use.Get(), frame,
-                               {callback, flags, userPointer, userData}));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__, TracedIf{diag::ZLogShouldOutputFrame()}), OfCamera{camera},
+                 Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE), Open(), Exclusive(),
+                        HasContext()),
+                 [&](ExportedCall &call, const CameraUse &use) {
+                     return QueueFrame(call, use.Camera(), use.Context(), frame,
+                                       {callback, flags, userPointer, userData});
+                 });
 }
 
 uint32_t Zerix_QueueSettings(ZerixHandle camera, Zerix_Settings *settings,
                              ZerixAsyncCallback callback, uint32_t flags, void *userPointer,
                              uint32_t userData)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      Open(camera), Exclusive(camera)))
-        return call.End(error);
-    const ContextUse use(*CameraOf(camera));
-    if (use.Get() == nullptr)
-        return call.End(ZERIX_ERROR_DRIVER_FAULT);
-    return call.End(QueueSettings(call, *CameraOf(camera), *use.Get(), settings,
-                                  {callback, flags, userPointer, userData}));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__), OfCamera{camera},
+                 Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE), Open(), Exclusive(),
+                        HasContext()),
+                 [&](ExportedCall &call, const CameraUse &use) {
+                     return QueueSettings(call, use.Camera(), use.Context(), settings,
+                                          {callback, flags, userPointer, userData});
+                 });
 }
 
-// From within a frame callback the thread has the callback semaphore already.
 uint32_t Zerix_Abort(ZerixHandle camera)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      Open(camera), Exclusive(camera)))
-        return call.End(error);
-    const ContextUse use(*CameraOf(camera));
-    if (use.Get() == nullptr)
-        return call.End(ZERIX_ERROR_DRIVER_FAULT);
-    const ExposeWaitsEnded nobodyWaits(*use.Get());
-    std::optional<SemaphoreHold> callbacks;
-    if (!IsReceivingFor(*use.Get()))
-        callbacks.emplace(Taken(*use.Get()->callbackSemaphore, *CameraOf(camera)), std::adopt_lock);
-    AbortQueue(*CameraOf(camera), *use.Get());
-    return call.End(ZERIX_SUCCESS);
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(
+        Start(__func__), OfCamera{camera},
+        Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE), Open(), Exclusive(),
+               HasContext()),
+        [](ExportedCall &, const CameraUse &use) { return AbortAll(use.Camera(), use.Context()); });
 }

@@ -1,11 +1,10 @@
 // The one road from a settings record to the camera: every value to its setter, in the order that
 // the camera layer relies on, and at the end one commit, if anything has changed.
 #include <cstdint>
-#include <exception>
 
 #include "api/cached_settings.h"
 #include "api/context.h"
-#include "api/exported_call.h"
+#include "api/entry.h"
 #include "api/param_setters.h"
 #include "api/tweeking_register.h"
 #include "api/unit_conversion.h"
@@ -307,17 +306,13 @@ uint32_t Send(const Sending &sending)
 } // namespace
 
 uint32_t Zerix_SendSettingsToCam(ZerixHandle camera, Zerix_Settings *settings)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      GoodSettings(settings), Open(camera), Exclusive(camera)))
-        return call.End(error);
-    const ContextUse use(*CameraOf(camera));
-    if (use.Get() == nullptr)
-        return call.End(ZERIX_ERROR_DRIVER_FAULT);
-    const SemaphoreHold queue(*use.Get()->queueSemaphore);
-    return call.End(
-        Send({*CameraOf(camera), *use.Get(), settings, tables::IsCurrentLayout(settings)}));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(
+        Start(__func__), OfCamera{camera},
+        Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE), GoodSettings(settings), Open(),
+               Exclusive(), HasContext()),
+        [&](ExportedCall &, const CameraUse &use) {
+            const SemaphoreHold queue(*use.Context().queueSemaphore);
+            return Send({use.Camera(), use.Context(), settings, tables::IsCurrentLayout(settings)});
+        });
 }

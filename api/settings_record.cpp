@@ -1,10 +1,10 @@
 // The settings record's making, filling and end. Making and releasing write no lines in the log.
 #include <algorithm>
 #include <cstdlib>
-#include <exception>
 
 #include "api/cached_settings.h"
-#include "api/exported_call.h"
+#include "api/entry.h"
+#include "api/not_supported.h"
 #include "api/param_rows.h"
 #include "diag/dumps.h"
 #include "tables/settings_accessors.h"
@@ -55,15 +55,9 @@ bool HasRoom(const Zerix_Settings *settings, bool isCurrent)
     return !isCurrent || tables::GetPrivateBlock(settings) != nullptr;
 }
 
-uint32_t FillSettings(ExportedCall &call, ZerixHandle handle, Zerix_Settings *settings,
-                      Column column)
+uint32_t Fill(const CameraUse &use, Zerix_Settings *settings, Column column)
 {
-    if (const auto error = call.Check(Loaded(), NotNull(handle, ZERIX_ERROR_BAD_HANDLE),
-                                      NotNull(settings, ZERIX_ERROR_BAD_PARAMETER), Open(handle),
-                                      Exclusive(handle), HasContext(handle)))
-        return error;
-    ZX::ZCamera &camera = *CameraOf(handle);
-    const ParamSource source = {camera, *ContextOf(camera), tables::IsCurrentLayout(settings)};
+    const ParamSource source = {use.Camera(), use.Context(), tables::IsCurrentLayout(settings)};
     if (!HasRoom(settings, source.isCurrent))
         return ZERIX_ERROR_BAD_SETTINGS;
     if (!source.isCurrent)
@@ -71,28 +65,34 @@ uint32_t FillSettings(ExportedCall &call, ZerixHandle handle, Zerix_Settings *se
     FillUnsigned(source, column, settings);
     RefreshCachedSettings(source.context, settings, source.isCurrent);
     FillWider(source, column, settings);
-    tables::SetCamera(settings, handle, source.isCurrent);
+    tables::SetCamera(settings, &use.Camera(), source.isCurrent);
     diag::ZerixDebugOutputSettings(settings);
     return ZERIX_SUCCESS;
 }
 
-} // namespace
-
-uint32_t Zerix_CreateCameraSettingsStruct(Zerix_Settings *settings)
+uint32_t FillSettings(const Start &start, ZerixHandle camera, Zerix_Settings *settings,
+                      Column column)
 {
-    if (settings == nullptr)
-        return ZERIX_ERROR_BAD_PARAMETER;
-    settings->size = tables::kCurrentSettingsSize;
+    return Enter(start, OfCamera{camera},
+                 Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
+                        NotNull(settings, ZERIX_ERROR_BAD_PARAMETER), Open(), Exclusive(),
+                        HasContext()),
+                 [&](ExportedCall &, const CameraUse &use) { return Fill(use, settings, column); });
+}
+
+uint32_t Create(Zerix_Settings &settings)
+{
+    settings.size = tables::kCurrentSettingsSize;
     // Cleared, so that a block that comes back from an earlier record never looks filled.
-    settings->privateBlock = std::calloc(1, sizeof(tables::ZerixSettingsPrivate));
+    settings.privateBlock = std::calloc(1, sizeof(tables::ZerixSettingsPrivate));
     std::copy(tables::kZerixSettingsFormatId.begin(), tables::kZerixSettingsFormatId.end(),
-              settings->formatId);
+              settings.formatId);
     return ZERIX_SUCCESS;
 }
 
-uint32_t Zerix_ReleaseCameraSettingsStruct(Zerix_Settings *settings)
+// A legacy record holds no pointer, but values in its place.
+uint32_t Release(Zerix_Settings *settings)
 {
-    // A legacy record holds no pointer, but values in its place.
     if (settings == nullptr || !tables::IsCurrentLayout(settings))
         return ZERIX_SUCCESS;
     std::free(settings->privateBlock);
@@ -100,35 +100,41 @@ uint32_t Zerix_ReleaseCameraSettingsStruct(Zerix_Settings *settings)
     return ZERIX_SUCCESS;
 }
 
+} // namespace
+
+uint32_t Zerix_CreateCameraSettingsStruct(Zerix_Settings *settings)
+{
+    return Enter(Start(__func__, Unlogged{}), OfNoCamera{},
+                 Checks(NotNull(settings, ZERIX_ERROR_BAD_PARAMETER)),
+                 [&](ExportedCall &, const CameraUse &) { return Create(*settings); });
+}
+
+uint32_t Zerix_ReleaseCameraSettingsStruct(Zerix_Settings *settings)
+{
+    return Enter(Start(__func__, Unlogged{}), OfNoCamera{}, Checks(),
+                 [&](ExportedCall &, const CameraUse &) { return Release(settings); });
+}
+
 uint32_t Zerix_InitializeCameraSettings(ZerixHandle camera, Zerix_Settings *settings)
 {
-    if (settings == nullptr)
-        return ZERIX_ERROR_BAD_SETTINGS;
-    return Zerix_ReadDefaultSettings(camera, settings);
+    return Enter(Start(__func__, Unlogged{}), OfNoCamera{},
+                 Checks(NotNull(settings, ZERIX_ERROR_BAD_SETTINGS)),
+                 [&](ExportedCall &, const CameraUse &) {
+                     return Zerix_ReadDefaultSettings(camera, settings);
+                 });
 }
 
 uint32_t Zerix_ReadDefaultSettings(ZerixHandle camera, Zerix_Settings *settings)
-try {
-    ExportedCall call(__func__);
-    return call.End(FillSettings(call, camera, settings, Column::kDefault));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return FillSettings(Start(__func__), camera, settings, Column::kDefault);
 }
 
 uint32_t Zerix_ReadSettingsFromCam(ZerixHandle camera, Zerix_Settings *settings)
-try {
-    ExportedCall call(__func__);
-    return call.End(FillSettings(call, camera, settings, Column::kReadBack));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return FillSettings(Start(__func__), camera, settings, Column::kReadBack);
 }
 
 uint32_t Zerix_TranslateSettings(ZerixHandle, Zerix_Settings *)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded()))
-        return call.End(error);
-    return call.End(ZERIX_ERROR_NOT_SUPPORTED);
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return NotSupported(Start(__func__));
 }

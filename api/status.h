@@ -1,4 +1,4 @@
-// Statuses of the camera layer as errors of the public interface, and a handle as its camera.
+// Statuses of the camera layer as errors of the public interface.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,10 @@
 #include "zerix/zerix.h"
 
 namespace zerix::api {
+
+// What an exported function answers when the memory gives out under it; no exception leaves the
+// library.
+inline constexpr uint32_t kExceptionError = ZERIX_ERROR_OUT_OF_MEMORY;
 
 // A feature that a model lacks (15) is no error to an application.
 constexpr uint32_t MapCameraStatus(uint16_t status)
@@ -24,8 +28,5 @@ constexpr uint32_t MapCameraStatus(uint16_t status)
         return ZERIX_ERROR_DRIVER_FAULT;
     }
 }
-
-// A handle is the camera object's address.
-inline ZX::ZCamera *CameraOf(ZerixHandle handle) { return static_cast<ZX::ZCamera *>(handle); }
 
 } // namespace zerix::api

@@ -2,12 +2,11 @@
 // expose done, if it comes late; frame done; then the settings directly behind the frame.
 #include "api/stream_callbacks.h"
 
-#include <exception>
 #include <memory>
 #include <utility>
 
+#include "api/entry.h"
 #include "api/entry_queue.h"
-#include "api/exported_call.h"
 #include "api/frame_filling.h"
 #include "diag/dumps.h"
 #include "image/z_ex_image.h"
@@ -177,35 +176,31 @@ void LookForExposed(ExportedCall &call, ZerixContext &context, SemaphoreHold *qu
 bool IsReceivingFor(const ZerixContext &context) { return t_receivingFor == &context; }
 
 void ImageReceived(ZX::ZImageReceivedCallbackStruct *record)
-try {
-    ExportedCall call(__func__);
-    auto &camera = *static_cast<ZX::ZCamera *>(record->userData);
+{
     const ImagePointer image(record->image);
-    const ContextUse use(camera);
-    if (use.Get() != nullptr) {
-        const SemaphoreHold callbacks(*use.Get()->callbackSemaphore);
-        const Receiving receiving(*use.Get());
-        GiveImageToOldest(call, camera, *use.Get(), record->error, image.get());
-    }
-    call.End(ZERIX_SUCCESS);
-} catch (const std::exception &) {
+    EnterCallback(Start(__func__), record->userData, [&](ExportedCall &call, const CameraUse &use) {
+        if (use.ContextOrNull() == nullptr)
+            return;
+        ZerixContext &context = use.Context();
+        const SemaphoreHold callbacks(*context.callbackSemaphore);
+        const Receiving receiving(context);
+        GiveImageToOldest(call, use.Camera(), context, record->error, image.get());
+    });
 }
 
 // While settings are being sent, the sender has the queue semaphore, and may wait for this thread.
 void ExposeDone(void *camera)
-try {
-    ExportedCall call(__func__);
-    const ContextUse use(*static_cast<ZX::ZCamera *>(camera));
-    if (use.Get() == nullptr) {
-        diag::ZLogEndError(call.Name(), ZERIX_ERROR_BAD_PARAMETER);
-    } else if (use.Get()->isSending.load()) {
-        LookForExposed(call, *use.Get(), nullptr);
-    } else {
-        SemaphoreHold queue(*use.Get()->queueSemaphore);
-        LookForExposed(call, *use.Get(), &queue);
-    }
-    call.End(ZERIX_SUCCESS);
-} catch (const std::exception &) {
+{
+    EnterCallback(Start(__func__), camera, [](ExportedCall &call, const CameraUse &use) {
+        if (use.ContextOrNull() == nullptr) {
+            diag::ZLogEndError(call.Name(), ZERIX_ERROR_BAD_PARAMETER);
+        } else if (use.Context().isSending.load()) {
+            LookForExposed(call, use.Context(), nullptr);
+        } else {
+            SemaphoreHold queue(*use.Context().queueSemaphore);
+            LookForExposed(call, use.Context(), &queue);
+        }
+    });
 }
 
 } // namespace zerix::api

@@ -1,8 +1,5 @@
 // Switching a camera's stream on and off, and the software trigger.
-#include <exception>
-
-#include "api/context.h"
-#include "api/exported_call.h"
+#include "api/entry.h"
 #include "api/stream_callbacks.h"
 
 using namespace zerix;
@@ -39,38 +36,34 @@ uint32_t TurnOn(ExportedCall &call, ZX::ZCamera &camera)
 
 // The camera is streaming; 24.
 struct Streaming {
-    explicit Streaming(ZerixHandle cameraToTest) : handle(cameraToTest) {}
-    uint32_t operator()(ExportedCall &) const
+    uint32_t operator()(ExportedCall &, const CameraUse &use) const
     {
-        return CameraOf(handle)->IsCameraStreaming() ? ZERIX_SUCCESS : ZERIX_ERROR_NOT_STREAMING;
+        return use.Camera().IsCameraStreaming() ? ZERIX_SUCCESS : ZERIX_ERROR_NOT_STREAMING;
     }
-    ZerixHandle handle;
 };
+
+uint32_t Trigger(ExportedCall &, const CameraUse &use)
+{
+    if (use.Camera().GetTriggerMode() != kSoftwareTrigger)
+        return ZERIX_ERROR_NOT_SUPPORTED;
+    return MapCameraStatus(use.Camera().SoftwareTrigger());
+}
 
 } // namespace
 
 uint32_t Zerix_SetStreaming(ZerixHandle camera, uint32_t on)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      Open(camera), Exclusive(camera)))
-        return call.End(error);
-    const ContextUse use(*CameraOf(camera));
-    return call.End(on != 0 ? TurnOn(call, *CameraOf(camera)) : TurnOff(call, *CameraOf(camera)));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(Start(__func__), OfCamera{camera},
+                 Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE), Open(), Exclusive()),
+                 [&](ExportedCall &call, const CameraUse &use) {
+                     return on != 0 ? TurnOn(call, use.Camera()) : TurnOff(call, use.Camera());
+                 });
 }
 
 uint32_t Zerix_Trigger(ZerixHandle camera)
-try {
-    ExportedCall call(__func__);
-    if (const auto error = call.Check(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE),
-                                      Open(camera), Streaming(camera), Exclusive(camera)))
-        return call.End(error);
-    const ContextUse use(*CameraOf(camera));
-    if (CameraOf(camera)->GetTriggerMode() != kSoftwareTrigger)
-        return call.End(ZERIX_ERROR_NOT_SUPPORTED);
-    return call.End(MapCameraStatus(CameraOf(camera)->SoftwareTrigger()));
-} catch (const std::exception &) {
-    return kExceptionError;
+{
+    return Enter(
+        Start(__func__), OfCamera{camera},
+        Checks(Loaded(), NotNull(camera, ZERIX_ERROR_BAD_HANDLE), Open(), Streaming(), Exclusive()),
+        Trigger);
 }

@@ -6,11 +6,11 @@
 
 #include <cstdint>
 
-#include "zerix/zerix.h"
+#include "api/param_rows.h"
 
 namespace zerix::api {
 
-uint32_t CheckSparseTableEntry(const Zerix_Settings *settings, uint32_t key, uint32_t value);
-uint32_t CheckRangeTableEntry(const Zerix_Settings *settings, uint32_t key, uint32_t value);
+uint32_t CheckSparseTableEntry(const ReadRecord &record, uint32_t key, uint32_t value);
+uint32_t CheckRangeTableEntry(const ReadRecord &record, uint32_t key, uint32_t value);
 
 } // namespace zerix::api

@@ -77,7 +77,8 @@ public:
     void RememberEverything()
     {
         Zerix_Settings &cached =
-            api::ContextOf(*static_cast<ZX::ZCamera *>(handle))->cachedSettings;
+            static_cast<api::ZerixContext *>(static_cast<ZX::ZCamera *>(handle)->GetRefCon())
+                ->cachedSettings;
         std::memcpy(tables::GetPrivateBlock(&cached), tables::GetPrivateBlock(&settings), 256);
     }
 

@@ -2,11 +2,13 @@
  *
  * Conventions
  *  1. Handles. A ZerixHandle comes from Zerix_OpenCamera and stays valid, as an object, until
- *     Zerix_ListCameras or Zerix_ReleaseDriver removes its closed camera.
+ *     Zerix_ListCameras or Zerix_ReleaseDriver removes its closed camera. A handle of a removed
+ *     camera counts as that of a closed one, until a new camera gets the same handle.
  *  2. Errors. Every function returns one of zerix_errors.h, 0 for success, unless told otherwise.
  *  3. Records. Their byte layout is fixed; the 32-bit builds have exactly the classic layouts.
  *  4. Threads. Calls may come from any thread; Zerix_ListCameras and Zerix_ReleaseDriver must not
- *     run beside other calls.
+ *     run beside other calls. While one thread opens or closes a camera, calls that begin on other
+ *     threads find it closed.
  *  5. Ownership. What the application passes stays the application's.
  *  6. Units. 32-bit exposures are microseconds, 64-bit ones nanoseconds; sizes are pixels or bytes.
  *  7. Parameters that mean the same everywhere, unless a function tells otherwise:
@@ -29,17 +31,17 @@ extern "C" {
 /* ---- Driver and cameras ---------------------------------------------------------------------- */
 /* Brings the library up: opens the trace log as the configuration says, prepares the hardware layer
  * and starts the monitor thread. Every other function that says "loaded" needs this first.
- *   ZERIX_ERROR_ALREADY_LOADED  it is loaded; nothing changes, but the trace log's clock starts
- *                               again
+ *   ZERIX_ERROR_ALREADY_LOADED  it is loaded, or another thread loads or releases it; nothing
+ *                               changes, but the trace log's clock starts again
  *   ZERIX_ERROR_DRIVER_FAULT    the hardware layer could not be prepared
  * Doesn't block. */
 ZERIX_API uint32_t Zerix_LoadDriver(void);
 
 /* Takes the library down: ends the monitor thread, closes every camera that stands open and frees
  * every camera object, so that no handle is valid any more. State: loaded; otherwise nothing
- * happens.
- * Must not run beside other calls, nor in a callback. Blocks until streaming has ended, up to some
- * seconds a camera. */
+ * happens, nor in a callback or while another thread loads or releases the library.
+ * Must not run beside other calls: those that are at work are ended as by Zerix_CloseCamera. Blocks
+ * until streaming has ended, up to some seconds a camera. */
 ZERIX_API void Zerix_ReleaseDriver(void);
 
 /* Tells the library's version: 2, 0 and 13.
@@ -71,8 +73,8 @@ ZERIX_API uint32_t Zerix_ListCameras(ZerixCameraListItem *table, uint32_t *count
  *   camera    out: the handle, valid for calls until Zerix_CloseCamera
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
  *   ZERIX_ERROR_BAD_PARAMETER  camera is null
- *   ZERIX_ERROR_BAD_CAMERA_ID  there is no such row, or the camera is open already: only then
- *                              *camera has been written
+ *   ZERIX_ERROR_BAD_CAMERA_ID  there is no such row; or the camera is open already, or another
+ *                              thread opens or closes it: only then *camera has been written
  *   ZERIX_ERROR_DRIVER_FAULT   another process has the camera, or the bus failed
  *   ZERIX_ERROR_INITIALISATION no bandwidth is left on the bus
  *   ZERIX_ERROR_OUT_OF_MEMORY  the camera stands open, but has no context: only closing it helps
@@ -80,12 +82,14 @@ ZERIX_API uint32_t Zerix_ListCameras(ZerixCameraListItem *table, uint32_t *count
 ZERIX_API uint32_t Zerix_OpenCamera(uint32_t cameraId, ZerixHandle *camera);
 
 /* Stops streaming and closes the camera. Queued frames and settings are dropped without their
- * callbacks. The object behind the handle stays until the next listing, so that late calls are told
- * 9.
+ * callbacks. Calls that are at work on other threads are ended and waited for, for five seconds at
+ * most: a Zerix_GrabFrame that waits returns ZERIX_ERROR_DRIVER_FAULT. The object behind the handle
+ * stays until the next listing, so that later calls return ZERIX_ERROR_BAD_HANDLE.
  *   ZERIX_ERROR_NOT_LOADED  state: loaded
- *   ZERIX_ERROR_BAD_HANDLE  camera is null or closed, or another process has it
- * Blocks until the camera's threads have ended, up to some seconds. Must not be called in a
- * callback of the same camera. */
+ *   ZERIX_ERROR_BAD_HANDLE  camera is null or closed, another thread opens or closes it, or another
+ *                           process has it
+ *   ZERIX_ERROR_BUSY        called in a callback that runs on a thread of the camera; it stays open
+ * Blocks until the camera's threads have ended, up to some seconds. */
 ZERIX_API uint32_t Zerix_CloseCamera(ZerixHandle camera);
 
 /* Accepted and ignored: no argument is read, and the callback never runs. An unplugged camera shows
@@ -104,7 +108,7 @@ ZERIX_API uint32_t Zerix_RegisterUnpluggedCallback(ZerixHandle camera,
  *   length     in: words of the buffer, where the operation has one
  *   checksum   in: as the operation asks for it
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
- *   ZERIX_ERROR_BAD_HANDLE     camera is null
+ *   ZERIX_ERROR_BAD_HANDLE     camera is null, or another thread opens or closes it
  *   ZERIX_ERROR_NOT_SUPPORTED  the camera refused
  * Blocks for the camera's answers on the bus. */
 ZERIX_API uint32_t _Zerix_factory_reserved0(ZerixHandle camera, uint32_t operation,

@@ -10,6 +10,7 @@
 #include "api/camera_list.h"
 #include "diag/trace_log.h"
 #include "platform/os.h"
+#include "tests/api/behind_a_handle.h"
 #include "tests/api/fake_camera.h"
 #include "tests/support/configuration_values.h"
 #include "tests/support/debug_output_capture.h"

@@ -1,4 +1,5 @@
 // Every exported function in every state that can stop it: its code, and its lines in pairs.
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -7,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "api/entry.h"
 #include "tests/api/exported_function_table.h"
 #include "tests/api/param_fixture.h"
 #include "tests/support/places.h"
@@ -43,6 +45,32 @@ std::multiset<std::string> DeclaredFunctions()
     return names;
 }
 
+// The definitions of exported functions in a source file, each from its first line to its last.
+Lines DefinitionsIn(const std::filesystem::path &file)
+{
+    std::ifstream stream(file);
+    const std::regex first("(?:uint32_t|void) _?Zerix_\\w+\\(.*");
+    Lines definitions;
+    bool isInside = false;
+    for (std::string line; std::getline(stream, line);) {
+        const bool begins = std::regex_match(line, first);
+        if (begins)
+            definitions.emplace_back();
+        isInside = isInside || begins;
+        if (isInside)
+            definitions.back() += line + "\n";
+        isInside = isInside && !line.ends_with("}");
+    }
+    return definitions;
+}
+
+// The name of a definition.
+std::string NameOf(const std::string &definition)
+{
+    const std::size_t begin = definition.find(' ') + 1;
+    return definition.substr(begin, definition.find('(') - begin);
+}
+
 const char *const kHeld = " - Another process has this camera open.";
 const char *const kNotLoaded = "Zerix has not been loaded. Call Zerix_LoadDriver().";
 
@@ -73,6 +101,22 @@ TEST_F(ExportedFunctions, AreAllTried)
     for (const ExportedFunction &function : ExportedFunctionTable())
         tried.insert(function.name);
     EXPECT_EQ(tried, DeclaredFunctions());
+}
+
+// Only the entry takes the name that a call's lines carry.
+TEST_F(ExportedFunctions, AllGoThroughTheEntry)
+{
+    std::multiset<std::string> through;
+    for (const auto &file : std::filesystem::directory_iterator(test::SourceFolder() + "/api")) {
+        for (const std::string &definition : DefinitionsIn(file.path())) {
+            EXPECT_NE(definition.find("Start(__func__"), std::string::npos) << definition;
+            EXPECT_EQ(definition.find("try"), std::string::npos) << definition;
+            through.insert(NameOf(definition));
+        }
+    }
+    EXPECT_EQ(through, DeclaredFunctions());
+    static_assert(!std::is_constructible_v<ExportedCall, Start>);
+    static_assert(!std::is_constructible_v<CameraUse, ZerixHandle>);
 }
 
 TEST_F(ExportedFunctions, AnswerNotLoadedInAPairOfLines)

@@ -159,17 +159,18 @@ TEST_F(ParamSetLog, LooksAtTheKeyBeforeItAsksForSupport)
 // The checks tell a failure of what they ask under their own names, beside the call's own lines.
 TEST_F(ParamSetLog, ChecksTellWhyTheyFailed)
 {
-    EXPECT_EQ(CheckSparseTableEntry(&current, zprmFan, 4), 0u);
-    EXPECT_EQ(CheckSparseTableEntry(&current, zprmFan, 5), 2u);
-    EXPECT_EQ(CheckRangeTableEntry(&current, zprmEMGain, 2048), 0u);
-    EXPECT_EQ(CheckRangeTableEntry(&current, zprmEMGain, 2049), 2u);
-    EXPECT_EQ(CheckRangeTableEntry(&current, zprmEMGain, 2), 2u);
+    const ReadRecord record = {&current, *camera, true};
+    EXPECT_EQ(CheckSparseTableEntry(record, zprmFan, 4), 0u);
+    EXPECT_EQ(CheckSparseTableEntry(record, zprmFan, 5), 2u);
+    EXPECT_EQ(CheckRangeTableEntry(record, zprmEMGain, 2048), 0u);
+    EXPECT_EQ(CheckRangeTableEntry(record, zprmEMGain, 2049), 2u);
+    EXPECT_EQ(CheckRangeTableEntry(record, zprmEMGain, 2), 2u);
     Take();
-    EXPECT_EQ(CheckSparseTableEntry(&current, zprmGain, 1), 1u);
+    EXPECT_EQ(CheckSparseTableEntry(record, zprmGain, 1), 1u);
     EXPECT_EQ(Take(), (Lines{"Zerix_GetParamSparseTable start (zprmGain)",
                              EndingLine("Zerix_GetParamSparseTable", kNotSupportedPhrase, 1),
                              EndingLine("CheckSparseTableEntry", kNotSupportedPhrase, 1)}));
-    EXPECT_EQ(CheckRangeTableEntry(&current, zprmDoPostProcessing, 1), 1u);
+    EXPECT_EQ(CheckRangeTableEntry(record, zprmDoPostProcessing, 1), 1u);
     EXPECT_EQ(Take(), (Lines{"Zerix_GetParamMax start (zprmDoPostProcessing)",
                              EndingLine("Zerix_GetParamMax", kNotSupportedPhrase, 1),
                              EndingLine("CheckRangeTableEntry", kNotSupportedPhrase, 1)}));

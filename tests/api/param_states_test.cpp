@@ -208,19 +208,19 @@ TEST_F(ParamStates, OfACameraThatClosesMeanwhileTellItInTheirOwnWay)
         Put<void *>(settings, 244, 256, HandleOf(*closing));
         PutS32(settings, 0, 5);
         PutS32(settings, 1, -33);
-        // Its own question, the one for support, and the signed call's.
-        const auto closeAtThirdQuestion = [&] { closing->OpenAgain(3); };
+        // A call asks once, when it begins: itself, and the signed call inside it.
+        const auto closeAtSecondQuestion = [&] { closing->OpenAgain(2); };
         closing->lastConverted = 1;
-        closeAtThirdQuestion();
+        closeAtSecondQuestion();
         uint32_t value = 77;
         EXPECT_EQ(Zerix_GetParam(settings, zprmOffset, &value), 1u);
         EXPECT_EQ(value, 701u);
         EXPECT_EQ(closing->lastConverted, 0);
-        closeAtThirdQuestion();
+        closeAtSecondQuestion();
         EXPECT_EQ(Zerix_SetParam(settings, zprmGain, 9), 3u);
-        closeAtThirdQuestion();
+        closeAtSecondQuestion();
         EXPECT_EQ(Zerix_SetParam(settings, zprmOffset, 9), 3u);
-        closeAtThirdQuestion();
+        closeAtSecondQuestion();
         EXPECT_EQ(Zerix_SetParam(settings, zprmNormalizedGain, 9), 3u);
         EXPECT_EQ(SlotS32(settings, 0), 5);
         EXPECT_EQ(SlotS32(settings, 1), -33);

@@ -252,12 +252,38 @@ TEST_F(Queue, MayCloseUnderAHandler)
     EXPECT_EQ(QueueFrame(1, 3), 0u);
     inCallBack = [&](uint32_t flags) {
         if (flags == 2) {
-            EXPECT_EQ(Zerix_CloseCamera(HandleOf(*camera)), 0u);
+            std::thread([&] { EXPECT_EQ(Zerix_CloseCamera(HandleOf(*camera)), 0u); }).join();
         }
     };
     Expose();
     EXPECT_EQ(TakeCallBacks(), (CallBacks{{1, 0, 2}}));
     EXPECT_EQ(ContextOf(*camera), nullptr);
+}
+
+// The close would wait for the very thread that it is called on.
+TEST_F(Queue, RefusesACloseInACallbackOfItsCamera)
+{
+    for (const uint32_t flags : {1u, 2u}) {
+        uint32_t closed = 77;
+        inCallBack = [&](uint32_t) { closed = Zerix_CloseCamera(HandleOf(*camera)); };
+        EXPECT_EQ(QueueFrame(flags, flags), 0u);
+        Expose();
+        Receive(5);
+        EXPECT_EQ(TakeCallBacks(), (CallBacks{{flags, 0, flags}}));
+        EXPECT_EQ(closed, 21u);
+        EXPECT_TRUE(camera->IsCameraOpen());
+    }
+}
+
+// Settings that are applied at once are told on the thread of the call.
+TEST_F(Queue, IsClosedByTheCallbackOfSettingsThatAreAppliedAtOnce)
+{
+    uint32_t closed = 77;
+    inCallBack = [&](uint32_t) { closed = Zerix_CloseCamera(HandleOf(*camera)); };
+    EXPECT_EQ(QueueSettings(1), 0u);
+    EXPECT_EQ(closed, 0u);
+    EXPECT_EQ(ContextOf(*camera), nullptr);
+    EXPECT_EQ(QueueSettings(2), 9u);
 }
 
 } // namespace

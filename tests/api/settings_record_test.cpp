@@ -4,13 +4,27 @@
 
 #include <gtest/gtest.h>
 
-#include "api/exported_call.h"
+#include "api/entry.h"
 #include "tests/api/settings_fixture.h"
 
 namespace zerix::api {
 namespace {
 
-class SettingsRecord : public SettingsTest {};
+class SettingsRecord : public SettingsTest {
+protected:
+    // A call that does nothing but its checks.
+    template <typename Subject, typename CheckList>
+    static uint32_t Check(const Start &start, const Subject &subject, const CheckList &checks)
+    {
+        return Enter(start, subject, checks,
+                     [](ExportedCall &, const CameraUse &) { return ZERIX_SUCCESS; });
+    }
+
+    static uint32_t Check(const Start &start, const Zerix_Settings *settings)
+    {
+        return Check(start, OfRecord{settings}, Checks(GoodSettings(settings)));
+    }
+};
 
 TEST_F(SettingsRecord, IsMadeWithItsSizeItsIdentifierAndAClearedBlock)
 {
@@ -110,8 +124,7 @@ TEST_F(SettingsRecord, IsNeverTranslated)
 TEST_F(SettingsRecord, WithoutItsMagicEndsTheCallOnce)
 {
     const auto check = [](const Zerix_Settings *settings) {
-        ExportedCall call("Zerix_Example");
-        return call.End(call.Check(GoodSettings(settings)));
+        return Check(Start("Zerix_Example"), settings);
     };
     const char *const phrase = "the Zerix_Settings structure is corrupted or the size is invalid.";
     Zerix_Settings fresh = {};
@@ -132,8 +145,7 @@ TEST_F(SettingsRecord, WithoutItsMagicEndsTheCallOnce)
 
 TEST_F(SettingsRecord, ThatIsNullIsNoGoodRecord)
 {
-    ExportedCall call("Zerix_Example");
-    EXPECT_EQ(call.End(call.Check(GoodSettings(nullptr))), 3u);
+    EXPECT_EQ(Check(Start("Zerix_Example"), nullptr), 3u);
 }
 
 // The depth of an untraced call stays where it was, and why it failed is told.
@@ -141,10 +153,7 @@ TEST_F(SettingsRecord, WithoutItsMagicTellsSoInAnUntracedCall)
 {
     Zerix_Settings fresh = {};
     Zerix_CreateCameraSettingsStruct(&fresh);
-    {
-        ExportedCall call("Zerix_Example", TracedIf{false});
-        EXPECT_EQ(call.End(call.Check(GoodSettings(&fresh))), 3u);
-    }
+    EXPECT_EQ(Check(Start("Zerix_Example", TracedIf{false}), &fresh), 3u);
     EXPECT_EQ(Take(), Lines{EndingLine("CheckForBadSettingsEx",
                                        "the Zerix_Settings structure is corrupted or the size is "
                                        "invalid.",
@@ -159,8 +168,9 @@ TEST_F(SettingsRecord, OfAnUntracedCallTellsOfAnotherProcess)
     FakeCamera &held = AddCamera();
     held.isHeldByAnother = true;
     held.OpenCamera();
-    ExportedCall call("Zerix_Example", TracedIf{false});
-    EXPECT_EQ(call.End(call.Check(Open(HandleOf(held)), Exclusive(HandleOf(held)))), 9u);
+    EXPECT_EQ(Check(Start("Zerix_Example", TracedIf{false}), OfCamera{HandleOf(held)},
+                    Checks(Open(), Exclusive())),
+              9u);
     EXPECT_EQ(Take(), (Lines{"Zerix_Example - Another process has this camera open.",
                              EndingLine("Zerix_Example", "error string not defined yet", 9)}));
     EXPECT_EQ(diag::ZLogDepth(), 0);
@@ -169,8 +179,8 @@ TEST_F(SettingsRecord, OfAnUntracedCallTellsOfAnotherProcess)
 TEST_F(SettingsRecord, OfAClosedCameraEndsTheCall)
 {
     const auto check = [](const Zerix_Settings *settings) {
-        ExportedCall call("Zerix_Example");
-        return call.End(call.Check(GoodSettings(settings), OpenRecord(settings)));
+        return Check(Start("Zerix_Example"), OfRecord{settings},
+                     Checks(GoodSettings(settings), OpenRecord()));
     };
     FillBoth(Zerix_ReadDefaultSettings);
     EXPECT_EQ(check(&current), 0u);

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "api/context.h"
+#include "tests/api/behind_a_handle.h"
 #include "tests/support/places.h"
 
 namespace zerix::family {

@@ -2,9 +2,9 @@
 // picture behind its own filter, as they reach the filters of the image pipeline.
 #include <gtest/gtest.h>
 
-#include "api/context.h"
 #include "image/z_image_filter.h"
 #include "image/z_image_pipeline.h"
+#include "tests/api/behind_a_handle.h"
 #include "tests/camera/image_receiver.h"
 #include "tests/family/family_session.h"
 
