@@ -50,6 +50,7 @@ uint32_t BusDevice::AllocateBandwidth(uint32_t slotBytes, uint32_t speedFlag, ui
     const uint32_t units = BusAccounts::UnitsOf(slotBytes, speedFlag);
     if (units == 0)
         return kErrorInvalidParameter;
+    m_bandwidths.reserve(m_bandwidths.size() + 1);
     if (!m_accounts.TakeUnits(units))
         return kErrorNoSystemResources;
     m_isOwner = true;
@@ -74,6 +75,7 @@ uint32_t BusDevice::AllocateChannel(uint32_t request, uint32_t *channel)
 {
     if (request != kAnyChannel && request >= kChannels)
         return kErrorInvalidParameter;
+    m_channels.reserve(m_channels.size() + 1);
     const auto taken = m_accounts.TakeChannel(request);
     if (!taken)
         return kErrorNoSystemResources;
@@ -186,8 +188,8 @@ uint32_t BusDevice::QueueBuffer(uint8_t *bytes, uint32_t size, Overlapped &reque
         return kErrorNoSystemResources;
     if (m_queue.size() >= m_resources->bufferCount)
         return kErrorNoSystemResources;
-    RequestBook::Begin(request);
     m_queue.push_back({bytes, size, &request});
+    RequestBook::Begin(request);
     m_camera->Changed().notify_all();
     return 0;
 }
@@ -219,8 +221,8 @@ void BusDevice::CompleteFront()
 
 void BusDevice::AddPending(Overlapped &request, Waiting what)
 {
-    RequestBook::Begin(request);
     m_pending.push_back({&request, what});
+    RequestBook::Begin(request);
 }
 
 void BusDevice::EndBusEvents()

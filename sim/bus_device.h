@@ -59,6 +59,8 @@ public:
     void FillSlot(std::span<const uint8_t> packet);
     [[nodiscard]] bool IsFull() const { return m_slotsFilled == kernel::kSlotsPerBuffer; }
     void CompleteFront();
+    // Fails every queued buffer: there is nothing to fill them with.
+    void FailBuffers(uint32_t systemError) { EndBuffers(systemError); }
 
     // Requests that wait for something else: a bus event, or nothing at all.
     enum class Waiting { kBusEvent, kNothing };

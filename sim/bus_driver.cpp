@@ -2,9 +2,11 @@
 #include "sim/bus_driver.h"
 
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "sim/bus_requests.h"
 #include "sim/virtual_bus.h"
@@ -19,29 +21,56 @@ namespace {
 ControlResult Failed(uint32_t error) { return {Completion::kFailed, error, 0}; }
 VirtualBus &Bus() { return VirtualBus::Instance(); }
 
+uint32_t OpenDevice(const char *devicePath, DeviceHandle *device)
+{
+    const std::lock_guard lock(Bus().Lock());
+    return Bus().Open(devicePath, device);
+}
+
+std::vector<std::string> PresentPaths()
+{
+    const std::lock_guard lock(Bus().Lock());
+    Bus().FinishReturns();
+    return Bus().PresentPaths();
+}
+
+// Memory is the one thing that can be lacking here: the driver then has no resources, as the real
+// one. What ends a thread by force is no exception of the standard's, and passes.
+template <typename Answer, typename Work>
+Answer OrWithoutResources(Answer withoutResources, Work work)
+{
+    try {
+        return work();
+    } catch (const std::exception &) {
+        return withoutResources;
+    }
+}
+
 } // namespace
 
 uint32_t BusDriver::Enumerate(DevicePath *paths, uint32_t maximumCount, uint32_t *count)
 {
     if (count == nullptr || (paths == nullptr && maximumCount > 0))
         return kErrorInvalidParameter;
-    const std::lock_guard lock(Bus().Lock());
-    *count = 0;
-    for (const std::string &path : Bus().PresentPaths()) {
-        if (*count == maximumCount)
-            break;
-        std::snprintf(paths[*count].text, sizeof(paths[*count].text), "%s", path.c_str());
-        ++*count;
-    }
-    return 0;
+    return OrWithoutResources(uint32_t{kErrorNoSystemResources}, [&]() -> uint32_t {
+        const std::vector<std::string> present = PresentPaths();
+        *count = 0;
+        for (const std::string &path : present) {
+            if (*count == maximumCount)
+                break;
+            std::snprintf(paths[*count].text, sizeof(paths[*count].text), "%s", path.c_str());
+            ++*count;
+        }
+        return 0;
+    });
 }
 
 uint32_t BusDriver::Open(const char *devicePath, DeviceHandle *device)
 {
     if (devicePath == nullptr || device == nullptr)
         return kErrorInvalidParameter;
-    const std::lock_guard lock(Bus().Lock());
-    return Bus().Open(devicePath, device);
+    return OrWithoutResources(uint32_t{kErrorNoSystemResources},
+                              [&] { return OpenDevice(devicePath, device); });
 }
 
 ControlResult BusDriver::Control(DeviceHandle device, uint32_t code, const void *in,
@@ -60,7 +89,8 @@ ControlResult BusDriver::Control(DeviceHandle device, uint32_t code, const void 
     const Call call{
         ended,   *opened, static_cast<const uint8_t *>(in), inSize, static_cast<uint8_t *>(out),
         outSize, used};
-    const ControlResult result = HandleRequest(code, call);
+    const ControlResult result = OrWithoutResources(Failed(kErrorNoSystemResources),
+                                                    [&] { return HandleRequest(code, call); });
     if (result.completion != Completion::kPending) {
         Bus().Requests().Finish(used, result);
         return result;
@@ -111,21 +141,28 @@ void TellOnce(const std::string &sentence)
     told = sentence;
 }
 
-} // namespace
-
-extern "C" zerix::kernel::KernelDriver *ZerixSim_KernelDriver(const char *rackOrNull)
+void ChooseRackOrTell(const char *rackOrNull)
 {
-    static zerix::sim::BusDriver driver;
     auto &bus = zerix::sim::VirtualBus::Instance();
-    if (rackOrNull == nullptr) {
-        bus.EnsureRack();
-        return &driver;
-    }
+    if (rackOrNull == nullptr)
+        return bus.EnsureRack();
     std::string error;
     const uint32_t result = bus.ChooseRack(rackOrNull, &error);
     if (result != ZERIX_SIM_OK)
         TellOnce(error);
     if (result == ZERIX_SIM_BAD_RACK)
         bus.Clear();
+}
+
+} // namespace
+
+extern "C" zerix::kernel::KernelDriver *ZerixSim_KernelDriver(const char *rackOrNull)
+{
+    static zerix::sim::BusDriver driver;
+    try {
+        ChooseRackOrTell(rackOrNull);
+    } catch (const std::exception &) {
+        std::fputs("zerix: the virtual bus has no memory for its rack.\n", stderr);
+    }
     return &driver;
 }

@@ -143,7 +143,8 @@ ControlResult AsyncWrite(const Call &call)
         words[i] = BigEndianAt(call.in + kAsyncDataOffset + 4 * i);
     if (const uint32_t error = camera.Write(access.address, words))
         return Answer(call, pends, Failed(error));
-    call.ended = Bus().FollowStreamingRegister(call.device);
+    if (const uint32_t error = Bus().FollowStreamingRegister(call.device, call.ended))
+        return Answer(call, pends, Failed(error));
     return Answer(call, pends, Done(0));
 }
 

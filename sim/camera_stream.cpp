@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <limits>
 #include <utility>
 
@@ -41,12 +42,17 @@ std::unique_ptr<CameraStream> CameraStream::Start(VirtualBus &bus,
                                                   std::shared_ptr<VirtualCamera> camera,
                                                   kernel::DeviceHandle owner, uint32_t channel)
 {
-    std::unique_ptr<CameraStream> stream(new CameraStream(bus, std::move(camera), owner, channel));
-    stream->m_thread = os::Thread::Start(&CameraStream::Routine, stream.get());
-    if (stream->m_thread == nullptr)
+    try {
+        std::unique_ptr<CameraStream> stream(
+            new CameraStream(bus, std::move(camera), owner, channel));
+        stream->m_thread = os::Thread::Start(&CameraStream::Routine, stream.get());
+        if (stream->m_thread == nullptr)
+            return nullptr;
+        bus.CountThread(1);
+        return stream;
+    } catch (const std::exception &) { // of memory
         return nullptr;
-    bus.CountThread(1);
-    return stream;
+    }
 }
 
 CameraStream::~CameraStream()
@@ -83,10 +89,32 @@ void CameraStream::StreamFrames(BusLock &lock)
     m_nextStart = m_camera->Clock().Now();
     while (!m_stop) {
         if (m_camera->MayBegin())
-            TakeFrame(lock);
+            TakeFrameOrFail(lock);
         else
             Idle(lock, kNever, [this] { return m_camera->MayBegin(); });
     }
+}
+
+// A frame that there is no memory for is lost. The receiver sees that in its buffers.
+void CameraStream::TakeFrameOrFail(BusLock &lock)
+{
+    try {
+        TakeFrame(lock);
+    } catch (const std::exception &) {
+        if (!lock.owns_lock())
+            lock.lock();
+        m_heldBack.clear();
+        FailBuffers(lock);
+    }
+}
+
+// Not without end in no time, where memory stays short.
+void CameraStream::FailBuffers(BusLock &lock)
+{
+    if (BusDevice *device = m_bus.Listener(*m_camera, m_channel))
+        device->FailBuffers(kernel::kErrorNoSystemResources);
+    SleepUntil(lock, SteadyNanoseconds() + kernel::kSlotsPerBuffer * kSlotNanoseconds,
+               [this] { return m_stop; });
 }
 
 void CameraStream::TakeFrame(BusLock &lock)

@@ -18,8 +18,7 @@ class VirtualBus;
 
 class CameraStream {
 public:
-    // Under the bus's lock. Null if the system has no thread to give: the camera then sends
-    // nothing.
+    // Under the bus's lock. Null if the system has no thread or no memory to give.
     static std::unique_ptr<CameraStream> Start(VirtualBus &bus,
                                                std::shared_ptr<VirtualCamera> camera,
                                                kernel::DeviceHandle owner, uint32_t channel);
@@ -46,6 +45,8 @@ private:
     void Run();
     void StreamFrames(BusLock &lock);
     void TakeFrame(BusLock &lock);
+    void TakeFrameOrFail(BusLock &lock);
+    void FailBuffers(BusLock &lock);
     bool WaitForExposure(BusLock &lock, const FrameJob &job);
     void SendFrame(BusLock &lock, FrameJob &job, const std::vector<uint8_t> &pixels);
     // False when the stream has to end.

@@ -292,7 +292,8 @@ bool ReadCameras(const toml::node &node, const Reader &reader, Rack *rack)
 bool ParseRack(std::string_view text, const std::string &fileName, Rack *rack, std::string *error)
 {
     const Reader reader{.fileName = fileName, .error = error};
-    const toml::parse_result parsed = toml::parse(text, fileName);
+    // Without the file's name: the parser would end the process where it can't copy it.
+    const toml::parse_result parsed = toml::parse(text);
     if (!parsed)
         return reader.Fail(parsed.error().source(),
                            "no TOML: " + std::string(parsed.error().description()));

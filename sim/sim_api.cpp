@@ -10,6 +10,7 @@
 
 namespace {
 
+using zerix::sim::Exported;
 using zerix::sim::Fail;
 using zerix::sim::NullPointer;
 using zerix::sim::Succeed;
@@ -45,178 +46,215 @@ uint32_t Unplug(uint32_t camera, Unplugging how)
 
 uint32_t ZerixSim_ChooseRack(const char *rack)
 {
-    std::string error;
-    const uint32_t result = VirtualBus::Instance().ChooseRack(rack, &error);
-    return result == ZERIX_SIM_OK ? Succeed() : Fail(result, std::move(error));
+    return Exported([&]() -> uint32_t {
+        std::string error;
+        const uint32_t result = VirtualBus::Instance().ChooseRack(rack, &error);
+        return result == ZERIX_SIM_OK ? Succeed() : Fail(result, std::move(error));
+    });
 }
 
 const char *ZerixSim_LastErrorText(void) { return zerix::sim::LastErrorText(); }
 
 uint32_t ZerixSim_CameraCount(uint32_t *count)
 {
-    if (count == nullptr)
-        return NullPointer();
-    VirtualBus &bus = VirtualBus::Instance();
-    bus.EnsureRack();
-    const std::lock_guard lock(bus.Lock());
-    *count = bus.CameraCount();
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (count == nullptr)
+            return NullPointer();
+        VirtualBus &bus = VirtualBus::Instance();
+        bus.EnsureRack();
+        const std::lock_guard lock(bus.Lock());
+        *count = bus.CameraCount();
+        return Succeed();
+    });
 }
 
 uint32_t ZerixSim_FindCamera(uint32_t uniqueId, uint32_t *camera)
 {
-    if (camera == nullptr)
-        return NullPointer();
-    VirtualBus &bus = VirtualBus::Instance();
-    bus.EnsureRack();
-    const std::lock_guard lock(bus.Lock());
-    for (uint32_t i = 0; i < bus.CameraCount(); ++i) {
-        if (static_cast<uint32_t>(bus.Camera(i)->Description().uniqueId) == uniqueId) {
-            *camera = i;
-            return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (camera == nullptr)
+            return NullPointer();
+        VirtualBus &bus = VirtualBus::Instance();
+        bus.EnsureRack();
+        const std::lock_guard lock(bus.Lock());
+        for (uint32_t i = 0; i < bus.CameraCount(); ++i) {
+            if (static_cast<uint32_t>(bus.Camera(i)->Description().uniqueId) == uniqueId) {
+                *camera = i;
+                return Succeed();
+            }
         }
-    }
-    return Fail(ZERIX_SIM_NO_SUCH_CAMERA, "The rack has no camera with the unique identifier " +
-                                              std::to_string(uniqueId) + ".");
+        return Fail(ZERIX_SIM_NO_SUCH_CAMERA, "The rack has no camera with the unique identifier " +
+                                                  std::to_string(uniqueId) + ".");
+    });
 }
 
-uint32_t ZerixSim_Unplug(uint32_t camera) { return Unplug(camera, Unplugging::kDeviceOnly); }
+uint32_t ZerixSim_Unplug(uint32_t camera)
+{
+    return Exported([&]() -> uint32_t { return Unplug(camera, Unplugging::kDeviceOnly); });
+}
 
 uint32_t ZerixSim_UnplugWithDriver(uint32_t camera)
 {
-    return Unplug(camera, Unplugging::kWithDriver);
+    return Exported([&]() -> uint32_t { return Unplug(camera, Unplugging::kWithDriver); });
 }
 
 uint32_t ZerixSim_Plug(uint32_t camera)
 {
-    VirtualBus::Instance().EnsureRack();
-    return VirtualBus::Instance().Plug(camera) == ZERIX_SIM_OK ? Succeed() : NoSuchCamera(camera);
+    return Exported([&]() -> uint32_t {
+        VirtualBus::Instance().EnsureRack();
+        return VirtualBus::Instance().Plug(camera) == ZERIX_SIM_OK ? Succeed()
+                                                                   : NoSuchCamera(camera);
+    });
 }
 
 uint32_t ZerixSim_FireTrigger(uint32_t camera)
 {
-    return WithCamera(camera, [](VirtualCamera &found) {
-        found.FireTriggerLine();
-        return Succeed();
+    return Exported([&]() -> uint32_t {
+        return WithCamera(camera, [](VirtualCamera &found) {
+            found.FireTriggerLine();
+            return Succeed();
+        });
     });
 }
 
 uint32_t ZerixSim_SetScene(uint32_t camera, const char *scene)
 {
-    if (scene == nullptr)
-        return NullPointer();
-    return WithCamera(camera, [scene](VirtualCamera &found) {
-        std::string error;
-        return found.SetScene(scene, &error) ? Succeed()
-                                             : Fail(ZERIX_SIM_BAD_SCENE, std::move(error));
+    return Exported([&]() -> uint32_t {
+        if (scene == nullptr)
+            return NullPointer();
+        return WithCamera(camera, [scene](VirtualCamera &found) {
+            std::string error;
+            return found.SetScene(scene, &error) ? Succeed()
+                                                 : Fail(ZERIX_SIM_BAD_SCENE, std::move(error));
+        });
     });
 }
 
 uint32_t ZerixSim_InjectFault(uint32_t camera, const char *fault)
 {
-    if (fault == nullptr)
-        return NullPointer();
-    return WithCamera(camera, [fault](VirtualCamera &found) {
-        zerix::sim::Fault parsed;
-        std::string error;
-        if (!zerix::sim::ParseFault(fault, &parsed, &error))
-            return Fail(ZERIX_SIM_BAD_FAULT, std::move(error));
-        found.Faults().Add(parsed);
-        return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (fault == nullptr)
+            return NullPointer();
+        return WithCamera(camera, [fault](VirtualCamera &found) {
+            zerix::sim::Fault parsed;
+            std::string error;
+            if (!zerix::sim::ParseFault(fault, &parsed, &error))
+                return Fail(ZERIX_SIM_BAD_FAULT, std::move(error));
+            found.Faults().Add(parsed);
+            return Succeed();
+        });
     });
 }
 
 uint32_t ZerixSim_GiveCredit(uint32_t camera, uint32_t frames)
 {
-    return WithCamera(camera, [frames](VirtualCamera &found) {
-        found.SetCredit(frames);
-        return Succeed();
+    return Exported([&]() -> uint32_t {
+        return WithCamera(camera, [frames](VirtualCamera &found) {
+            found.SetCredit(frames);
+            return Succeed();
+        });
     });
 }
 
 uint32_t ZerixSim_GiveCreditPerStream(uint32_t camera, uint32_t frames)
 {
-    return WithCamera(camera, [frames](VirtualCamera &found) {
-        found.SetCreditPerStream(frames);
-        return Succeed();
+    return Exported([&]() -> uint32_t {
+        return WithCamera(camera, [frames](VirtualCamera &found) {
+            found.SetCreditPerStream(frames);
+            return Succeed();
+        });
     });
 }
 
 uint32_t ZerixSim_IsFastClock(uint32_t *isFast)
 {
-    if (isFast == nullptr)
-        return NullPointer();
-    VirtualBus &bus = VirtualBus::Instance();
-    bus.EnsureRack();
-    const std::lock_guard lock(bus.Lock());
-    *isFast = bus.IsFast() ? 1 : 0;
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (isFast == nullptr)
+            return NullPointer();
+        VirtualBus &bus = VirtualBus::Instance();
+        bus.EnsureRack();
+        const std::lock_guard lock(bus.Lock());
+        *isFast = bus.IsFast() ? 1 : 0;
+        return Succeed();
+    });
 }
 
 uint32_t ZerixSim_GetTime(uint64_t *unixNanoseconds)
 {
-    if (unixNanoseconds == nullptr)
-        return NullPointer();
-    VirtualBus &bus = VirtualBus::Instance();
-    bus.EnsureRack();
-    const std::lock_guard lock(bus.Lock());
-    *unixNanoseconds = bus.Now();
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (unixNanoseconds == nullptr)
+            return NullPointer();
+        VirtualBus &bus = VirtualBus::Instance();
+        bus.EnsureRack();
+        const std::lock_guard lock(bus.Lock());
+        *unixNanoseconds = bus.Now();
+        return Succeed();
+    });
 }
 
 uint32_t ZerixSim_GetFrameTime(uint32_t camera, uint16_t rollingFrameNumber,
                                uint64_t *unixNanoseconds)
 {
-    if (unixNanoseconds == nullptr)
-        return NullPointer();
-    return WithCamera(camera, [=](VirtualCamera &found) {
-        const auto time = found.FrameTime(rollingFrameNumber);
-        if (!time)
-            return Fail(ZERIX_SIM_NOT_KNOWN, "Frame " + std::to_string(rollingFrameNumber) +
-                                                 " isn't among the last 256 frames of the camera.");
-        *unixNanoseconds = *time;
-        return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (unixNanoseconds == nullptr)
+            return NullPointer();
+        return WithCamera(camera, [=](VirtualCamera &found) {
+            const auto time = found.FrameTime(rollingFrameNumber);
+            if (!time)
+                return Fail(ZERIX_SIM_NOT_KNOWN,
+                            "Frame " + std::to_string(rollingFrameNumber) +
+                                " isn't among the last 256 frames of the camera.");
+            *unixNanoseconds = *time;
+            return Succeed();
+        });
     });
 }
 
 uint32_t ZerixSim_GetSensorTemperature(uint32_t camera, int32_t *millicelsius)
 {
-    if (millicelsius == nullptr)
-        return NullPointer();
-    return WithCamera(camera, [millicelsius](VirtualCamera &found) {
-        const double rounded = found.Celsius() * 1000.0;
-        *millicelsius = static_cast<int32_t>(rounded < 0 ? rounded - 0.5 : rounded + 0.5);
-        return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (millicelsius == nullptr)
+            return NullPointer();
+        return WithCamera(camera, [millicelsius](VirtualCamera &found) {
+            const double rounded = found.Celsius() * 1000.0;
+            *millicelsius = static_cast<int32_t>(rounded < 0 ? rounded - 0.5 : rounded + 0.5);
+            return Succeed();
+        });
     });
 }
 
 uint32_t ZerixSim_GetHeld(ZerixSimHeld *held)
 {
-    if (held == nullptr)
-        return NullPointer();
-    *held = VirtualBus::Instance().Held();
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (held == nullptr)
+            return NullPointer();
+        *held = VirtualBus::Instance().Held();
+        return Succeed();
+    });
 }
 
 uint32_t ZerixSim_TakeMistakes(ZerixSimMistakes *mistakes)
 {
-    if (mistakes == nullptr)
-        return NullPointer();
-    const std::lock_guard lock(VirtualBus::Instance().Lock());
-    *mistakes = zerix::sim::TakeMistakes();
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (mistakes == nullptr)
+            return NullPointer();
+        const std::lock_guard lock(VirtualBus::Instance().Lock());
+        *mistakes = zerix::sim::TakeMistakes();
+        return Succeed();
+    });
 }
 
 uint32_t ZerixSim_TakeWrites(uint32_t camera, ZerixSimWrite *writes, uint32_t *count)
 {
-    if (count == nullptr || (writes == nullptr && *count > 0))
-        return NullPointer();
-    return WithCamera(camera, [=](VirtualCamera &found) {
-        const auto taken = found.TakeWrites();
-        const size_t fitting = std::min<size_t>(taken.size(), *count);
-        for (size_t i = 0; i < fitting; ++i)
-            writes[i] = {taken[i].address, taken[i].value};
-        *count = static_cast<uint32_t>(taken.size());
-        return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (count == nullptr || (writes == nullptr && *count > 0))
+            return NullPointer();
+        return WithCamera(camera, [=](VirtualCamera &found) {
+            const auto taken = found.TakeWrites();
+            const size_t fitting = std::min<size_t>(taken.size(), *count);
+            for (size_t i = 0; i < fitting; ++i)
+                writes[i] = {taken[i].address, taken[i].value};
+            *count = static_cast<uint32_t>(taken.size());
+            return Succeed();
+        });
     });
 }

@@ -31,65 +31,75 @@ uint32_t NoSuchRow(const char *what, uint32_t index)
 
 uint32_t ZerixSim_RackCount(uint32_t *count)
 {
-    if (count == nullptr)
-        return NullPointer();
-    *count = static_cast<uint32_t>(RackCatalogue().size());
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (count == nullptr)
+            return NullPointer();
+        *count = static_cast<uint32_t>(RackCatalogue().size());
+        return Succeed();
+    });
 }
 
 uint32_t ZerixSim_GetRack(uint32_t index, ZerixSimRack *rack)
 {
-    if (rack == nullptr)
-        return NullPointer();
-    if (index >= RackCatalogue().size())
-        return NoSuchRow("rack", index);
-    const KnownRack &known = RackCatalogue()[index];
-    CopyText(known.name, rack->name);
-    CopyText(known.meaning, rack->meaning);
-    rack->speed = known.rack.speed;
-    rack->isFastClock = known.rack.fastClock ? 1 : 0;
-    rack->isBuiltIn = known.isBuiltIn ? 1 : 0;
-    rack->cameraCount = static_cast<uint32_t>(known.rack.cameras.size());
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (rack == nullptr)
+            return NullPointer();
+        if (index >= RackCatalogue().size())
+            return NoSuchRow("rack", index);
+        const KnownRack &known = RackCatalogue()[index];
+        CopyText(known.name, rack->name);
+        CopyText(known.meaning, rack->meaning);
+        rack->speed = known.rack.speed;
+        rack->isFastClock = known.rack.fastClock ? 1 : 0;
+        rack->isBuiltIn = known.isBuiltIn ? 1 : 0;
+        rack->cameraCount = static_cast<uint32_t>(known.rack.cameras.size());
+        return Succeed();
+    });
 }
 
 uint32_t ZerixSim_GetRackCamera(uint32_t rack, uint32_t camera, ZerixSimRackCamera *description)
 {
-    if (description == nullptr)
-        return NullPointer();
-    if (rack >= RackCatalogue().size())
-        return NoSuchRow("rack", rack);
-    const auto &cameras = RackCatalogue()[rack].rack.cameras;
-    if (camera >= cameras.size())
-        return NoSuchRow("camera", camera);
-    const CameraDescription &known = cameras[camera];
-    const SensorType &sensor = *FindSensorType(known.ccdModel);
-    description->model = known.model;
-    description->uniqueId = static_cast<uint32_t>(known.uniqueId);
-    description->width = sensor.columns;
-    description->height = sensor.rows;
-    CopyText(ModelName(known.model), description->modelName);
-    CopyText(known.serial, description->serial);
-    CopyText(sensor.name, description->sensor);
-    CopyText(known.scene, description->scene);
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (description == nullptr)
+            return NullPointer();
+        if (rack >= RackCatalogue().size())
+            return NoSuchRow("rack", rack);
+        const auto &cameras = RackCatalogue()[rack].rack.cameras;
+        if (camera >= cameras.size())
+            return NoSuchRow("camera", camera);
+        const CameraDescription &known = cameras[camera];
+        const SensorType &sensor = *FindSensorType(known.ccdModel);
+        description->model = known.model;
+        description->uniqueId = static_cast<uint32_t>(known.uniqueId);
+        description->width = sensor.columns;
+        description->height = sensor.rows;
+        CopyText(ModelName(known.model), description->modelName);
+        CopyText(known.serial, description->serial);
+        CopyText(sensor.name, description->sensor);
+        CopyText(known.scene, description->scene);
+        return Succeed();
+    });
 }
 
 uint32_t ZerixSim_SceneCount(uint32_t *count)
 {
-    if (count == nullptr)
-        return NullPointer();
-    *count = static_cast<uint32_t>(KnownScenes().size());
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (count == nullptr)
+            return NullPointer();
+        *count = static_cast<uint32_t>(KnownScenes().size());
+        return Succeed();
+    });
 }
 
 uint32_t ZerixSim_GetScene(uint32_t index, ZerixSimScene *scene)
 {
-    if (scene == nullptr)
-        return NullPointer();
-    if (index >= KnownScenes().size())
-        return NoSuchRow("scene", index);
-    CopyText(KnownScenes()[index].usage, scene->usage);
-    CopyText(KnownScenes()[index].meaning, scene->meaning);
-    return Succeed();
+    return Exported([&]() -> uint32_t {
+        if (scene == nullptr)
+            return NullPointer();
+        if (index >= KnownScenes().size())
+            return NoSuchRow("scene", index);
+        CopyText(KnownScenes()[index].usage, scene->usage);
+        CopyText(KnownScenes()[index].meaning, scene->meaning);
+        return Succeed();
+    });
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <utility>
 
 namespace zerix::sim {
@@ -115,9 +116,9 @@ uint32_t VirtualBus::Open(const std::string &path, kernel::DeviceHandle *handle)
     for (const Place &place : m_cameras) {
         if (place.path != path || !place.camera->IsPlugged())
             continue;
+        m_devices[m_nextHandle] = std::make_shared<BusDevice>(m_nextHandle, place.camera, m_speed,
+                                                              m_accounts, m_requests);
         *handle = m_nextHandle++;
-        m_devices[*handle] =
-            std::make_shared<BusDevice>(*handle, place.camera, m_speed, m_accounts, m_requests);
         return 0;
     }
     return kernel::kErrorFileNotFound;
@@ -165,30 +166,46 @@ void VirtualBus::Close(kernel::DeviceHandle handle)
     }
     device->EndPending(kernel::kErrorOperationAborted);
     m_devices.erase(handle);
-    if (place == nullptr || !place->comesBack || IsHeldUp(*place->camera))
+    if (place == nullptr || !place->comesBack)
         return;
-    place->comesBack = false;
     if (ended == nullptr)
         ended = TakeStream(*place);
-    place->camera->Plug();
+    try {
+        FinishReturns();
+    } catch (const std::exception &) { // there is no memory: the next list tries again
+    }
 }
 
-std::unique_ptr<CameraStream> VirtualBus::FollowStreamingRegister(BusDevice &device)
+void VirtualBus::FinishReturns()
+{
+    for (Place &place : m_cameras) {
+        if (!place.comesBack || IsHeldUp(*place.camera))
+            continue;
+        place.camera->Plug();
+        place.comesBack = false;
+    }
+}
+
+uint32_t VirtualBus::FollowStreamingRegister(BusDevice &device,
+                                             std::unique_ptr<CameraStream> &ended)
 {
     Place *place = PlaceOf(device.Camera());
     const uint32_t word = device.Camera().StreamingRegister();
     const uint32_t channel = word >> 24;
     const bool wanted = (word & 1u) != 0;
     if (place == nullptr)
-        return nullptr;
+        return 0;
     if (place->stream != nullptr && wanted && place->stream->IsRunningOn(channel))
-        return nullptr;
-    auto ended = TakeStream(*place);
+        return 0;
+    ended = TakeStream(*place);
     if (!wanted)
-        return ended;
+        return 0;
     device.Camera().StreamBegins();
     place->stream = CameraStream::Start(*this, device.SharedCamera(), device.Handle(), channel);
-    return ended;
+    if (place->stream != nullptr)
+        return 0;
+    device.Camera().ClearStreamingRegister();
+    return kernel::kErrorNoSystemResources;
 }
 
 void VirtualBus::Unplug(VirtualCamera &camera, Unplugging how)

@@ -53,15 +53,18 @@ public:
     // Closes, and waits for the device's stream to end.
     void Close(kernel::DeviceHandle handle);
 
-    // Starts or ends the stream as the camera's register says. The stream that ended, if any, is
-    // given out, to be destroyed after the lock has been given up. Locked.
-    std::unique_ptr<CameraStream> FollowStreamingRegister(BusDevice &device);
+    // Starts or ends the stream as the camera's register says: 0, or a system error, and the camera
+    // doesn't stream. The stream that ended, if any, is given out, to be destroyed after the lock
+    // has been given up. Locked.
+    uint32_t FollowStreamingRegister(BusDevice &device, std::unique_ptr<CameraStream> &ended);
 
     // Takes a camera off the bus: everything that is pending on it ends. Locked.
     void Unplug(VirtualCamera &camera, Unplugging how);
     uint32_t UnplugAndWait(uint32_t index, Unplugging how);
     // A camera whose driver has gone comes back when the last handle from before is closed.
     uint32_t Plug(uint32_t index);
+    // Powers up the cameras that are to come back and are no longer held up. Locked.
+    void FinishReturns();
 
     // Streams report the beginning and end of their threads. Locked.
     void CountThread(int change) { m_threads += static_cast<uint32_t>(change); }

@@ -31,7 +31,8 @@ enum {
     ZERIX_SIM_BAD_FAULT = 4,     /* the words make no fault */
     ZERIX_SIM_IN_USE = 5,        /* a device of the bus is open */
     ZERIX_SIM_BAD_PARAMETER = 6, /* a null pointer */
-    ZERIX_SIM_NOT_KNOWN = 7      /* no such frame, rack or scene */
+    ZERIX_SIM_NOT_KNOWN = 7,     /* no such frame, rack or scene */
+    ZERIX_SIM_NO_MEMORY = 8      /* the system has no memory to give; any function may return it */
 };
 
 /* Credit without a limit. */

@@ -3,12 +3,66 @@
 #include <cstring>
 
 #include "../support/temporary_folder.h"
+#include "refused_memory.h"
 
 namespace zerix::test {
 
 using namespace kernel;
 
-KernelDriver &SimDriver() { return *ZerixSim_KernelDriver(nullptr); }
+namespace {
+
+// Marks what is done inside of the bus, so that a test can tell it from what it does itself.
+class MarkedDriver final : public KernelDriver {
+public:
+    uint32_t Enumerate(DevicePath *paths, uint32_t maximumCount, uint32_t *count) override
+    {
+        const BusCall inside;
+        return Bus().Enumerate(paths, maximumCount, count);
+    }
+    uint32_t Open(const char *devicePath, DeviceHandle *device) override
+    {
+        const BusCall inside;
+        return Bus().Open(devicePath, device);
+    }
+    ControlResult Control(DeviceHandle device, uint32_t code, const void *in, uint32_t inSize,
+                          void *out, uint32_t outSize, Overlapped *overlapped) override
+    {
+        const BusCall inside;
+        return Bus().Control(device, code, in, inSize, out, outSize, overlapped);
+    }
+    ControlResult Wait(DeviceHandle device, Overlapped *overlapped) override
+    {
+        const BusCall inside;
+        return Bus().Wait(device, overlapped);
+    }
+    void CancelPending(DeviceHandle device) override
+    {
+        const BusCall inside;
+        Bus().CancelPending(device);
+    }
+    void Close(DeviceHandle device) override
+    {
+        const BusCall inside;
+        Bus().Close(device);
+    }
+    [[nodiscard]] bool IsSimulated() const override { return Bus().IsSimulated(); }
+    void Cancel(DeviceHandle device, Overlapped *overlapped) override
+    {
+        const BusCall inside;
+        Bus().Cancel(device, overlapped);
+    }
+
+private:
+    static KernelDriver &Bus() { return *ZerixSim_KernelDriver(nullptr); }
+};
+
+} // namespace
+
+KernelDriver &SimDriver()
+{
+    static MarkedDriver driver;
+    return driver;
+}
 
 Packet ParsePacket(const uint8_t *bytes, uint32_t length)
 {
@@ -51,6 +105,14 @@ BusClient::BusClient(uint32_t pathIndex)
     if (pathIndex < count) {
         EXPECT_EQ(0u, SimDriver().Open(paths[pathIndex].text, &handle));
     }
+}
+
+BusClient::BusClient(IfItOpens)
+{
+    DevicePath path{};
+    uint32_t count = 0;
+    if (SimDriver().Enumerate(&path, 1, &count) == 0 && count == 1)
+        static_cast<void>(SimDriver().Open(path.text, &handle));
 }
 
 BusClient::~BusClient() { Close(); }
@@ -190,7 +252,9 @@ uint32_t BusClient::Queue(Slot &slot)
     return result.completion == Completion::kPending ? 0 : result.systemError;
 }
 
-void BusClient::QueueAll(uint32_t count)
+void BusClient::QueueAll(uint32_t count) { EXPECT_EQ(0u, TryToQueue(count)); }
+
+uint32_t BusClient::TryToQueue(uint32_t count)
 {
     m_slots.clear();
     m_nextSlot = 0;
@@ -198,8 +262,10 @@ void BusClient::QueueAll(uint32_t count)
     for (uint32_t i = 0; i < count; ++i) {
         m_slots.push_back(std::make_unique<Slot>());
         m_slots.back()->bytes.resize(size_t{slotBytes} * 30);
-        EXPECT_EQ(0u, Queue(*m_slots.back()));
+        if (const uint32_t error = Queue(*m_slots.back()))
+            return error;
     }
+    return 0;
 }
 
 uint32_t BusClient::Listen()
@@ -213,6 +279,15 @@ void BusClient::Start(uint32_t buffers)
     QueueAll(buffers);
     EXPECT_EQ(0u, Listen());
     EXPECT_EQ(0u, Enable());
+}
+
+uint32_t BusClient::TryToStart(uint32_t buffers)
+{
+    if (const uint32_t error = TryToQueue(buffers))
+        return error;
+    if (const uint32_t error = Listen())
+        return error;
+    return Enable();
 }
 
 uint32_t BusClient::Stop()

@@ -65,6 +65,9 @@ struct Setup {
 class BusClient {
 public:
     explicit BusClient(uint32_t pathIndex = 0);
+    // Of a rack's first device, which can't be opened perhaps: the handle is then 0.
+    struct IfItOpens {};
+    explicit BusClient(IfItOpens);
     ~BusClient();
     BusClient(const BusClient &) = delete;
     BusClient &operator=(const BusClient &) = delete;
@@ -103,6 +106,8 @@ public:
     uint32_t Enable() { return Write(Streaming() + 4, {channel << 24 | 1}); }
     uint32_t Disable() { return Write(Streaming() + 4, {0}); }
     void Start(uint32_t buffers = kernel::kReceiveBuffers);
+    // The same, with the first error.
+    uint32_t TryToStart(uint32_t buffers);
     uint32_t Stop();
     // The packets of the next buffer, which is queued again; nothing if the request failed (its
     // error is in lastError) or couldn't be queued again.
@@ -119,6 +124,7 @@ private:
         kernel::Overlapped request;
     };
     uint32_t Queue(Slot &slot);
+    uint32_t TryToQueue(uint32_t count);
 
     std::vector<std::unique_ptr<Slot>> m_slots;
     size_t m_nextSlot = 0;
