@@ -16,7 +16,7 @@ endif()
 # Debian's header-only libraries, without the rest of /usr/include, which is another system's.
 set(ZERIX_HOST_HEADERS ${CMAKE_BINARY_DIR}/host-headers)
 file(MAKE_DIRECTORY ${ZERIX_HOST_HEADERS})
-foreach(folder IN ITEMS toml++ stb fmt CLI nlohmann)
+foreach(folder IN ITEMS toml++ fmt CLI nlohmann)
   file(CREATE_LINK /usr/include/${folder} ${ZERIX_HOST_HEADERS}/${folder} SYMBOLIC)
 endforeach()
 include_directories(SYSTEM ${ZERIX_HOST_HEADERS})

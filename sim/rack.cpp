@@ -4,14 +4,13 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
 #include "platform/file_path.h"
 #include "platform/os.h"
 #include "sim/built_in_racks.h"
 #include "sim/rack_file.h"
+#include "sim/regular_file.h"
 
 namespace zerix::sim {
 namespace {
@@ -77,13 +76,18 @@ std::filesystem::path FindInstalledRack(const std::string &name)
 
 bool LoadRackFile(const std::filesystem::path &path, Rack *rack, std::string *error)
 {
-    std::ifstream file(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad()) {
-        *error = os::PathText(path) + ": the file can't be read.";
+    constexpr uint64_t kMostBytes = 0x1000000;
+    std::string text;
+    const FileResult result = ReadRegularFile(path, kMostBytes, &text);
+    if (result != FileResult::kRead) {
+        *error = os::PathText(path) + ": " + WhyNotRead(result, kMostBytes) + ".";
         return false;
     }
-    return ParseRack(text, os::PathText(path), rack, error);
+    if (!ParseRack(text, os::PathText(path), rack, error))
+        return false;
+    for (CameraDescription &camera : rack->cameras)
+        camera.folder = os::PathText(path.parent_path());
+    return true;
 }
 
 std::string KnownNames()
@@ -101,6 +105,16 @@ bool ParseBuiltIn(const RackText &builtIn, Rack *rack, std::string *error)
 
 } // namespace
 
+std::string SceneOf(const CameraDescription &camera)
+{
+    constexpr std::string_view kPicture = "picture:";
+    if (!std::string_view(camera.scene).starts_with(kPicture))
+        return camera.scene;
+    const auto beside =
+        os::FilePath(camera.folder) / os::FilePath(camera.scene.substr(kPicture.size()));
+    return IsFile(beside) ? std::string(kPicture) + os::PathText(beside) : camera.scene;
+}
+
 bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error)
 {
     std::string ignored;
@@ -112,7 +126,8 @@ bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error)
     }
     if (const auto installed = FindInstalledRack(nameOrPath); !installed.empty())
         return LoadRackFile(installed, rack, error);
-    if (const auto path = os::FilePath(nameOrPath); IsFile(path))
+    std::error_code failed;
+    if (const auto path = os::FilePath(nameOrPath); std::filesystem::exists(path, failed))
         return LoadRackFile(path, rack, error);
     *error = nameOrPath + ": no such rack; expected the path of a rack file, or one of " +
              KnownNames() + ".";

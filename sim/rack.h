@@ -42,6 +42,7 @@ struct CameraDescription {
         false; // the model register answers only at the second address
     std::optional<uint32_t> capabilities = {}; // bits of sim/capabilities.h; else what suits it
     std::string scene = "cells";
+    std::string folder = {};                   // of the rack file; empty for none
     float light = 1;                           // brightness of the scene
     std::array<float, 3> lightColour{1, 1, 1}; // the same of its red, green and blue
     std::string reads = "pending"; // register reads complete "pending", "immediate" or "mixed"
@@ -61,6 +62,9 @@ struct Rack {
 // Loads a rack: null or empty for the built-in one, a name ("default", or a file NAME.toml among
 // the installed racks), or a path. False, and one sentence with file, line and what was expected.
 bool LoadRack(const std::string &nameOrPath, Rack *rack, std::string *error);
+
+// The camera's scene for MakeScene. A picture is looked for next to the rack file first.
+std::string SceneOf(const CameraDescription &camera);
 
 struct RackDescription {
     std::string name;

@@ -80,7 +80,7 @@ constexpr SceneRow kScenes[] = {
     {{"flat", "flat[:PHOTONS]", "Even white light, in photons a second and square micrometre."},
      Argument::kOptional,
      Flat},
-    {{"picture", "picture:FILE", "A PNG, JPEG or PGM/PPM file, that fills the sensor."},
+    {{"picture", "picture:FILE", "A PNG, PGM or PPM file, that fills the sensor."},
      Argument::kNeeded,
      Picture},
     {{"position", "position",

@@ -2,14 +2,14 @@
 // read, safe from any thread.
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
+#include <utility>
 
 #include "platform/file_path.h"
 #include "sim/canvas.h"
 #include "sim/exact_math.h"
+#include "sim/picture_file.h"
+#include "sim/regular_file.h"
 #include "sim/scene_makers.h"
-#include "sim/stb_image_options.h"
 
 namespace zerix::sim {
 namespace {
@@ -89,65 +89,31 @@ private:
     std::array<float, 256> m_linear;
 };
 
-// The decoder takes a PGM or PPM whose end is missing for a whole one, with anything in the place
-// of the rest, and 16-bit samples in the machine's own byte order. A text of three numbers stands
-// before the samples: width, height, highest level.
-bool IsBeyondTheDecoder(const std::vector<char> &bytes)
+std::shared_ptr<const Scene> Decode(const std::string &file)
 {
-    if (bytes.size() < 2 || bytes[0] != 'P' || (bytes[1] != '5' && bytes[1] != '6'))
-        return false;
-    size_t at = 2;
-    uint64_t numbers[3] = {};
-    for (uint64_t &number : numbers) {
-        while (at < bytes.size() && (bytes[at] < '0' || bytes[at] > '9')) {
-            const bool comment = bytes[at] == '#';
-            ++at;
-            while (comment && at < bytes.size() && bytes[at] != '\n')
-                ++at;
-        }
-        for (; at < bytes.size() && bytes[at] >= '0' && bytes[at] <= '9' && number < 1000000; ++at)
-            number = number * 10 + static_cast<uint64_t>(bytes[at] - '0');
-    }
-    const uint64_t bytesOfPixel = bytes[1] == '6' ? 3 : 1;
-    return numbers[2] > 255 || at + 1 + numbers[0] * numbers[1] * bytesOfPixel > bytes.size();
-}
-
-std::shared_ptr<const Scene> Decode(const std::vector<char> &bytes)
-{
-    if (IsBeyondTheDecoder(bytes))
+    DecodedPicture picture;
+    if (!DecodePng(file, &picture) && !DecodePnm(file, &picture))
         return nullptr;
-    int width = 0;
-    int height = 0;
-    int channels = 0;
-    std::unique_ptr<stbi_uc, void (*)(void *)> levels(
-        stbi_load_from_memory(reinterpret_cast<const stbi_uc *>(bytes.data()),
-                              static_cast<int>(bytes.size()), &width, &height, &channels, 3),
-        stbi_image_free);
-    if (levels == nullptr || width <= 0 || height <= 0)
-        return nullptr;
-    const size_t size = static_cast<size_t>(width) * static_cast<size_t>(height) * 3;
-    return std::make_shared<PictureScene>(static_cast<uint32_t>(width),
-                                          static_cast<uint32_t>(height),
-                                          std::vector<uint8_t>(levels.get(), levels.get() + size));
+    return std::make_shared<PictureScene>(picture.width, picture.height, std::move(picture.levels));
 }
 
 } // namespace
 
 std::shared_ptr<const Scene> MakePicture(const std::string &file, std::string *error)
 {
-    constexpr size_t kMostBytes = 0x40000000;
-    std::ifstream stream(os::FilePath(file), std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(stream),
-                                  std::istreambuf_iterator<char>()};
-    if (bytes.empty() || bytes.size() > kMostBytes) {
-        *error = "scene \"picture:" + file + "\": the file can't be read.";
+    constexpr uint64_t kMostBytes = 0x10000000;
+    const std::string scene = "scene \"picture:" + file + "\": ";
+    std::string bytes;
+    const FileResult result = ReadRegularFile(os::FilePath(file), kMostBytes, &bytes);
+    if (result != FileResult::kRead) {
+        *error = scene + WhyNotRead(result, kMostBytes) + ".";
         return nullptr;
     }
-    auto scene = Decode(bytes);
-    if (scene == nullptr)
-        *error = "scene \"picture:" + file +
-                 "\": the file is no picture; expected PNG, JPEG or 8-bit PGM/PPM.";
-    return scene;
+    auto picture = Decode(bytes);
+    if (picture == nullptr)
+        *error = scene + "the file is no picture; expected " + std::string(kPictureKinds) +
+                 " of at most 32768 pixels a side and 64 million in all.";
+    return picture;
 }
 
 } // namespace zerix::sim

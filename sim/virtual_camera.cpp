@@ -38,7 +38,7 @@ bool VirtualCamera::SetUp(std::string *error)
                  std::to_string(m_description.ccdModel) + ".";
         return false;
     }
-    if (!SetScene(m_description.scene, error))
+    if (!SetScene(SceneOf(m_description), error))
         return false;
     for (const FaultText &text : m_description.faults) {
         Fault fault;

@@ -480,6 +480,38 @@ TEST(RackFiles, BeginWithTheBuiltInOnes)
     EXPECT_FALSE(racks[0].meaning.empty());
 }
 
+// A picture next to the rack file comes before one in the current folder, and an absolute path is
+// taken as it is.
+TEST(RackFiles, APictureIsLookedForNextToTheRackFileFirst)
+{
+    const test::TemporaryFolder folder;
+    const std::string picture = folder.Write("near.pgm", "P5\n1 1\n255\n\xFF");
+    const auto sceneOf = [&](const std::string &name) {
+        const std::string path =
+            folder.Write("rack.toml", "[[camera]]\nmodel = 18\nscene = 'picture:" + name + "'\n");
+        Rack rack;
+        std::string error;
+        EXPECT_TRUE(LoadRack(path, &rack, &error)) << error;
+        EXPECT_EQ(rack.cameras.at(0).scene, "picture:" + name);
+        return SceneOf(rack.cameras.at(0));
+    };
+    std::string error;
+    EXPECT_NE(MakeScene(sceneOf("near.pgm"), 1, &error), nullptr) << error;
+    EXPECT_EQ(sceneOf(picture), "picture:" + picture);
+    EXPECT_EQ(sceneOf("far.pgm"), "picture:far.pgm"); // as before: from the current folder
+}
+
+TEST(RackFiles, MayHaveSixteenMegabytes)
+{
+    const test::TemporaryFolder folder;
+    const std::string path = folder.Write("rack.toml", "seed = 1\n");
+    std::filesystem::resize_file(path, 0x1000001);
+    Rack rack;
+    std::string error;
+    EXPECT_FALSE(LoadRack(path, &rack, &error));
+    EXPECT_EQ(error, path + ": the file has more than 16 megabytes.");
+}
+
 // A rack file is UTF-8 on every system, whatever code page its calls take names in.
 TEST(RackFiles, NameAPictureBeyondAscii)
 {

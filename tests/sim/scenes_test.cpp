@@ -3,17 +3,22 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <numeric>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "sim/picture_file.h"
 #include "sim/scene.h"
 #include "sim/sensor.h"
+#include "tests/support/temporary_folder.h"
 
 namespace zerix::sim {
 namespace {
+
+using namespace std::string_view_literals;
 
 std::shared_ptr<const Scene> Make(const std::string &text, uint64_t seed = 1)
 {
@@ -399,7 +404,7 @@ TEST(Scenes, CellsAndStarsStandOutOfADimBackground)
 class PictureFile {
 public:
     explicit PictureFile(const std::string &content)
-        : m_path(testing::TempDir() + "zerix_scenes_test.ppm")
+        : m_path(testing::TempDir() + "zerix_scenes_test.ppm"), m_content(content)
     {
         std::ofstream(m_path, std::ios::binary) << content;
     }
@@ -408,9 +413,11 @@ public:
     PictureFile &operator=(const PictureFile &) = delete;
 
     [[nodiscard]] std::string Scene() const { return "picture:" + m_path; }
+    [[nodiscard]] const std::string &Content() const { return m_content; }
 
 private:
     std::string m_path;
+    std::string m_content;
 };
 
 TEST(ScenePictures, FillTheSensor)
@@ -438,13 +445,105 @@ TEST(ScenePictures, AFileThatIsNoneSaysSo)
     EXPECT_EQ(error, "scene \"picture:/nowhere/at all.png\": the file can't be read.");
     for (const char *content :
          {"no picture", "P5\n100 100\n255\nshort", "P6\n1 1\n255\n\1\2", "P5 # x\n1 1\n255\n",
-          "P5\n1 1\n65535\n\1\2", "\x89PNG\r\n\x1A\n", "P5\n0 0\n255\n"}) {
+          "P5\n1 1\n65535\n\1\2", "P5\n1 1\n0\n\1", "\x89PNG\r\n\x1A\n", "P5\n0 0\n255\n",
+          "P5\n-1 1\n255\n\1", "P5\n4294967296 1\n255\n\1", "P5\n1 1\n255", "P5 1 1 255#\1",
+          "\xFF\xD8\xFF\xE0JFIF"}) {
         const PictureFile file(content);
-        EXPECT_EQ(MakeScene(file.Scene(), 1, &error), nullptr);
-        EXPECT_EQ(error, "scene \"" + file.Scene() +
-                             "\": the file is no picture; expected PNG, JPEG or 8-bit PGM/PPM.");
+        EXPECT_EQ(MakeScene(file.Scene(), 1, &error), nullptr) << content;
+        EXPECT_EQ(error, "scene \"" + file.Scene() + "\": the file is no picture; expected " +
+                             std::string(kPictureKinds) +
+                             " of at most 32768 pixels a side and 64 million in all.");
     }
 }
+
+TEST(ScenePictures, AHeaderMayHaveCommentsAndAHighestLevelOfItsOwn)
+{
+    const PictureFile file("P5 # a comment\n# another\n1\t1 # and one\n 2\n" + std::string("\x01"));
+    DecodedPicture picture;
+    ASSERT_TRUE(DecodePnm(file.Content(), &picture));
+    EXPECT_EQ(picture.width, 1u);
+    EXPECT_EQ(picture.height, 1u);
+    EXPECT_EQ(picture.levels, (std::vector<uint8_t>{128, 128, 128})); // half of 255, rounded
+}
+
+// The header alone says so, before any memory is asked for.
+TEST(ScenePictures, APictureMayHaveSixtyFourMillionPixels)
+{
+    EXPECT_TRUE(IsDecodable(8192, 8192));
+    EXPECT_FALSE(IsDecodable(8192, 8193));
+    EXPECT_TRUE(IsDecodable(32768, 1));
+    EXPECT_FALSE(IsDecodable(32769, 1));
+    EXPECT_FALSE(IsDecodable(1, 32769));
+    EXPECT_FALSE(IsDecodable(0, 1));
+}
+
+// A sparse file takes no room.
+TEST(ScenePictures, AFileMayHaveTwoHundredAndFiftySixMegabytes)
+{
+    const test::TemporaryFolder folder;
+    const std::string path = folder.Write("large.pgm", "P5\n1 1\n255\n\xFF");
+    std::filesystem::resize_file(path, 0x10000000);
+    std::string error;
+    EXPECT_NE(MakeScene("picture:" + path, 1, &error), nullptr) << error;
+    std::filesystem::resize_file(path, 0x10000001);
+    EXPECT_EQ(MakeScene("picture:" + path, 1, &error), nullptr);
+    EXPECT_EQ(error, "scene \"picture:" + path + "\": the file has more than 256 megabytes.");
+}
+
+#if defined(ZERIX_SIM_HAS_PNG)
+
+constexpr std::string_view kHead = "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR"sv;
+constexpr std::string_view kTail = "\0\0\0\0IEND\xAE\x42\x60\x82"sv;
+
+std::string Png(std::string_view middle) { return std::string(kHead).append(middle).append(kTail); }
+
+// Red and blue, as colours and as a palette; a grey of 16 bits; a grey that nobody sees through.
+TEST(ScenePictures, EveryKindOfPngBecomesColoursOfEightBits)
+{
+    const std::vector<uint8_t> redAndBlue = {255, 0, 0, 0, 0, 255};
+    const std::vector<uint8_t> grey = {0xBC, 0xBC, 0xBC};
+    struct {
+        std::string_view middle;
+        std::vector<uint8_t> levels;
+    } const cases[] = {
+        {"\0\0\0\2\0\0\0\1\x08\2\0\0\0\x7B\x40\xE8\xDD\0\0\0\x0DIDAT\x78\xDA\x63\xF8\xCF\0\x04\xFF"
+         "\x01\x07\0\x01\xFF\x3D\x7D\x8C\x49"sv,
+         redAndBlue},
+        {"\0\0\0\2\0\0\0\1\1\3\0\0\0\xCE\xEC\xED\xC9\0\0\0\6PLTE\xFF\0\0\0\0\xFF\x6C\xA1\xFD\x8E"
+         "\0\0\0\x0AIDAT\x78\xDA\x63\x70\0\0\0\x42\0\x41\x84\xBF\x8E\x62"sv,
+         redAndBlue},
+        {"\0\0\0\1\0\0\0\1\x10\0\0\0\0\x6A\xEE\x47\x16\0\0\0\x0BIDAT\x78\xDA\x63\xD8\x23\x04\0\x01"
+         "\x8D\0\xCF\xEF\xA3\x13\x3C"sv,
+         grey},
+        {"\0\0\0\1\0\0\0\1\x08\6\0\0\0\x1F\x15\xC4\x89\0\0\0\x0DIDAT\x78\xDA\x63\xD8\xB3\x67\x0F"
+         "\x03"
+         "\0\x06\xA1\x02\x35\xD3\x34\x9A\x8D"sv,
+         grey}};
+    for (const auto &[middle, levels] : cases) {
+        DecodedPicture picture;
+        ASSERT_TRUE(DecodePng(Png(middle), &picture));
+        EXPECT_EQ(picture.levels, levels);
+        EXPECT_EQ(picture.width * picture.height * 3, levels.size());
+    }
+}
+
+TEST(ScenePictures, ADamagedPngIsNone)
+{
+    const std::string good =
+        Png("\0\0\0\2\0\0\0\1\x08\2\0\0\0\x7B\x40\xE8\xDD\0\0\0\x0DIDAT\x78\xDA\x63\xF8\xCF\0\x04"
+            "\xFF\x01\x07\0\x01\xFF\x3D\x7D\x8C\x49"sv);
+    DecodedPicture picture;
+    ASSERT_TRUE(DecodePng(good, &picture));
+    for (size_t length = 0; length < good.size(); ++length)
+        EXPECT_FALSE(DecodePng(good.substr(0, length), &picture)) << length;
+    for (size_t at = 0; at < good.size() - 12; ++at) { // the last chunk's own are passed over
+        std::string bad = good;
+        bad[at] = static_cast<char>(bad[at] ^ 0x10);
+        EXPECT_FALSE(DecodePng(bad, &picture)) << at;
+    }
+}
+
+#endif
 
 } // namespace
 } // namespace zerix::sim
