@@ -71,7 +71,7 @@ TEST_F(ToolManual, TellsEveryValueOfTheConfiguration)
 
 TEST_F(ToolManual, NamesTheVersion)
 {
-    const std::string version = Run("--version").out; // "zerix 2.0.13\n"
+    const std::string version = Run("--version").out; // "zerix 2.1.0\n"
     ASSERT_GT(version.size(), 7U);
     const std::string expected = "\"Zerix " + version.substr(6, version.size() - 7) + "\"";
     for (const std::string page : {"zerix.1", "zerix.conf.5"})
