@@ -1,6 +1,7 @@
 // Where the configuration is looked for.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -10,10 +11,13 @@ namespace zerix::os {
 // system that keeps its configuration elsewhere than in files.
 std::string ConfigurationPlaces();
 
+// Bytes of a file. A larger one is none.
+inline constexpr size_t kLargestConfiguration = size_t{1} << 20;
+
 class Configuration;
 
-// As Configuration::Open, without a word on malformed lines: for whoever reads it beside another
-// that tells of them.
+// As Configuration::Open, without a word on what is wrong with it: for a caller that reads it in
+// addition to another one, which reports that.
 std::unique_ptr<Configuration> OpenConfigurationQuietly();
 
 } // namespace zerix::os

@@ -156,8 +156,9 @@ std::string FolderOfModuleWith(const void *address);
 // A snapshot of the library's configuration values: on Windows the registry key
 // SOFTWARE\Tolvane\Zerix under HKEY_LOCAL_MACHINE; elsewhere the lines "name = value" of the first
 // file found of $ZERIX_CONFIG, $XDG_CONFIG_HOME/zerix/zerix.conf (or ~/.config/zerix/zerix.conf)
-// and /etc/zerix/zerix.conf. A malformed line is told once, with file and line, on the standard
-// error; the rest of the file is used.
+// and /etc/zerix/zerix.conf. Reported on the standard error, each once: a malformed line, a value
+// that the library doesn't have or of the other type, with file and line (the rest of the file is
+// used); a file that $ZERIX_CONFIG names and that can't be read (the next one is used).
 class Configuration {
 public:
     // Null if there is no configuration at all.

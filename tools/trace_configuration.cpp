@@ -2,12 +2,12 @@
 #include "tools/trace_configuration.h"
 
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include <fmt/format.h>
 
 #include "platform/configuration_places.h"
+#include "platform/file_path.h"
 #include "platform/os.h"
 #include "tools/command_error.h"
 #include "tools/name_match.h"
@@ -30,12 +30,11 @@ std::vector<std::string> Places()
 bool ReadLines(const std::string &path, std::vector<std::string> &lines)
 {
     std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored))
+    const auto text = os::ReadWholeFile(path, os::kLargestConfiguration, ignored);
+    if (!text)
         return false;
-    std::ifstream file(path);
-    if (!file)
-        return false;
-    for (std::string line; std::getline(file, line);)
+    std::istringstream stream(*text);
+    for (std::string line; std::getline(stream, line);)
         lines.push_back(line);
     return true;
 }
@@ -88,6 +87,13 @@ std::string DefaultTraceFile()
     return (folder / kName).string();
 }
 
+std::string FileOf(const os::Configuration *configuration)
+{
+    const auto path = configuration != nullptr ? configuration->Text("outputFilePath")
+                                               : std::optional<std::string>();
+    return path && !path->empty() ? *path : DefaultTraceFile();
+}
+
 } // namespace
 
 std::string ConfigurationFile()
@@ -118,12 +124,8 @@ std::string SetInConfiguration(const std::vector<ConfigurationValue> &values)
     return target;
 }
 
-std::string TraceFile()
-{
-    const auto configuration = os::Configuration::Open();
-    const auto path = configuration != nullptr ? configuration->Text("outputFilePath")
-                                               : std::optional<std::string>();
-    return path && !path->empty() ? *path : DefaultTraceFile();
-}
+std::string TraceFile() { return FileOf(os::Configuration::Open().get()); }
+
+std::string TraceFileToBe() { return FileOf(os::OpenConfigurationQuietly().get()); }
 
 } // namespace zerix::tool

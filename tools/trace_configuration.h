@@ -22,4 +22,7 @@ std::string SetInConfiguration(const std::vector<ConfigurationValue> &values);
 // The log's file: the configured one, or the place that the tool gives it.
 std::string TraceFile();
 
+// The same before the configuration is written: that it is missing isn't worth a word then.
+std::string TraceFileToBe();
+
 } // namespace zerix::tool

@@ -14,6 +14,7 @@
 
 #include <fmt/format.h>
 
+#include "platform/file_path.h"
 #include "tools/command_error.h"
 #include "tools/interrupts.h"
 #include "tools/trace_configuration.h"
@@ -44,16 +45,19 @@ bool IsWanted(const TraceOptions &trace, std::string_view kind)
 void SwitchOn(const TraceOptions &trace)
 {
     const auto absolute =
-        std::filesystem::absolute(trace.file.empty() ? TraceFile() : trace.file).lexically_normal();
+        std::filesystem::absolute(trace.file.empty() ? TraceFileToBe() : trace.file)
+            .lexically_normal();
     const std::string file = absolute.string();
     if (file.find_first_of("\"\n") != std::string::npos)
         throw CommandError("the log's file can't have a quote or a line's end in its name.");
     std::error_code ignored;
     std::filesystem::create_directories(absolute.parent_path(), ignored);
     errno = 0;
-    if (!std::ofstream(file, std::ios::app))
+    std::FILE *const log = os::OpenToAppend(file);
+    if (log == nullptr)
         throw CommandError(
             fmt::format("the log {} can't be written: {}.", file, std::strerror(errno)));
+    std::fclose(log);
     std::vector<ConfigurationValue> values = {{"outputEnabled", "1"},
                                               {"outputToFile", "1"},
                                               {"outputFilePath", fmt::format("\"{}\"", file)}};
@@ -82,10 +86,15 @@ std::string Readable(std::string message)
     return message + (endsCall ? "\n\n" : "\n");
 }
 
+// A pipe would have the tool wait for a writer.
 std::ifstream Opened(const std::string &file)
 {
+    std::error_code ignored;
+    const auto status = std::filesystem::status(file, ignored);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw CommandError(fmt::format("the log {} can't be read: it is no regular file.", file));
     std::ifstream stream(file, std::ios::binary);
-    if (!stream || std::filesystem::is_directory(file))
+    if (!stream)
         throw CommandError(
             fmt::format("there is no log {} yet: \"zerix trace on\" begins one.", file));
     return stream;
@@ -147,12 +156,12 @@ void Follow(const std::string &file, double seconds)
 
 void Trace(const TraceOptions &trace)
 {
-    const std::string file = trace.file.empty() ? TraceFile() : trace.file;
     if (trace.action == "on")
-        SwitchOn(trace);
-    else if (trace.action == "off")
-        SwitchOff();
-    else if (trace.action == "show")
+        return SwitchOn(trace);
+    if (trace.action == "off")
+        return SwitchOff();
+    const std::string file = trace.file.empty() ? TraceFile() : trace.file;
+    if (trace.action == "show")
         Show(file, trace.lines);
     else
         Follow(file, trace.seconds);

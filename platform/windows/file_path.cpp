@@ -2,6 +2,7 @@
 // take them for UTF-8.
 #include "platform/file_path.h"
 
+#include <fstream>
 #include <windows.h>
 
 namespace zerix::os {
@@ -27,5 +28,25 @@ std::string PathText(const std::filesystem::path &path)
 }
 
 std::FILE *OpenToAppend(const std::string &name) { return std::fopen(name.c_str(), "a"); }
+
+std::optional<std::string> ReadWholeFile(const std::string &name, size_t mostBytes,
+                                         std::error_code &error)
+{
+    error.clear();
+    const std::filesystem::path path = FilePath(name);
+    if (std::filesystem::is_directory(path, error))
+        error = std::make_error_code(std::errc::is_a_directory);
+    std::ifstream file(path, std::ios::binary);
+    if (!file && !error)
+        error = std::make_error_code(std::errc::no_such_file_or_directory);
+    std::string text(mostBytes + 1, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<size_t>(file.gcount()));
+    if (text.size() > mostBytes && !error)
+        error = std::make_error_code(std::errc::file_too_large);
+    return error ? std::nullopt : std::optional(std::move(text));
+}
+
+void TakeOwnerAndMode(const std::string &, const std::string &) {}
 
 } // namespace zerix::os

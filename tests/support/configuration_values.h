@@ -1,4 +1,4 @@
-// The library's configuration while this lives: at first there is none, and later exactly what was
+// The library's configuration while this lives: at first it is empty, and later exactly what was
 // put. Not while other threads read the configuration; one at a time.
 #pragma once
 

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string>
 
+#include "platform/configuration_names.h"
 #include "tests/support/places.h"
 #include "tests/tools/tool_help.h"
 
@@ -57,15 +58,24 @@ TEST_F(ToolManual, TellsEveryOptionOfEveryVerb)
 TEST_F(ToolManual, TellsEveryValueOfTheConfiguration)
 {
     auto tags = TagsOf("zerix.conf.5");
-    Words told = Found(tags["THE"], R"(\.BR (\w+) )");
-    told.merge(Found(tags["OUTPUT"], R"(\.BR (\w+) )"));
+    const std::string value = R"re(\.BR (\w+ "? ?\(\w+\)))re";
+    Words told;
+    for (const char *section : {"THE", "OUTPUT"})
+        for (const auto &found : Found(tags[section], value))
+            told.insert(std::regex_replace(found, std::regex(R"([^\w]+(\w+)\))"), " $1"));
+    Words known;
+    for (const auto &row : zerix::os::kConfigurationNames)
+        known.insert(std::string(row.name) + (row.isNumber ? " number" : " text"));
     Words documented;
     std::istringstream rows(Document("configuration.md"));
     for (std::string row; std::getline(rows, row);) {
-        if (std::regex_match(row, std::regex(R"(\| `.*\| (text|number) \|.*)")))
-            documented.merge(Found(row.substr(0, row.find('|', 1)), R"(`(\w+)`)"));
+        std::smatch match;
+        if (!std::regex_match(row, match, std::regex(R"(\| `.*\| (text|number) \|.*)")))
+            continue;
+        for (const auto &name : Found(row.substr(0, row.find('|', 1)), R"(`(\w+)`)"))
+            documented.insert(name + " " + match[1].str());
     }
-    EXPECT_GE(documented.size(), 14U);
+    EXPECT_EQ(documented, known);
     EXPECT_EQ(told, documented);
 }
 

@@ -43,9 +43,9 @@ protected:
                     const std::string &environment = "", const std::string &runner = "timeout 60")
     {
         const std::string command = "cd '" + m_folder.Path() +
-                                    "' && env -u ZERIX_BUS ZERIX_CONFIG=/nowhere/zerix.conf " +
-                                    environment + " " + runner + " '" + ToolPath() + "' " +
-                                    arguments + " >" + target + " 2>err.txt </dev/null";
+                                    "' && env -u ZERIX_BUS ZERIX_CONFIG=/dev/null " + environment +
+                                    " " + runner + " '" + ToolPath() + "' " + arguments + " >" +
+                                    target + " 2>err.txt </dev/null";
         const int status = std::system(command.c_str());
         return {WEXITSTATUS(status), target == "out.txt" ? Contents(Path("out.txt")) : "",
                 Contents(Path("err.txt"))};
@@ -57,7 +57,7 @@ protected:
         Write("run.sh", "exec '" + ToolPath() + "' " + arguments + "\n");
         const std::string command =
             "cd '" + m_folder.Path() +
-            "' && env -u ZERIX_BUS ZERIX_CONFIG=/nowhere/zerix.conf timeout 60 script -qec "
+            "' && env -u ZERIX_BUS ZERIX_CONFIG=/dev/null timeout 60 script -qec "
             "'sh run.sh' shown >/dev/null 2>&1 </dev/null";
         EXPECT_EQ(std::system(command.c_str()), 0);
         return Contents(Path("shown"));

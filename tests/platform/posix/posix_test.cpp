@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/configuration_places.h"
 #include "platform/file_path.h"
 #include "platform/os.h"
 #include "tests/support/environment_variable.h"
@@ -93,15 +94,15 @@ TEST_F(ConfigurationFile, CutsATextAt1023Bytes)
 
 TEST_F(ConfigurationFile, TellsEachMalformedLineOnceAndUsesTheRest)
 {
-    const std::string contents = "a = 1\n"
+    const std::string contents = "outputReads = 1\n"
                                  "nonsense here\n"
-                                 "b = 2\n"
+                                 "outputWrites = 2\n"
                                  "= 3\n"
                                  "two words = 4\n"
                                  "c =\n"
                                  "d = \"open\n"
                                  "e = \"closed\" and more\n"
-                                 "f = 5\n";
+                                 "outputFrame = 5\n";
     testing::internal::CaptureStderr();
     const auto values = Open(contents);
     const std::string told = testing::internal::GetCapturedStderr();
@@ -112,9 +113,9 @@ TEST_F(ConfigurationFile, TellsEachMalformedLineOnceAndUsesTheRest)
                         m_path + ":6" + expected + "\"c =\"\n" +           //
                         m_path + ":7" + expected + "\"d = \"open\"\n" +    //
                         m_path + ":8" + expected + "\"e = \"closed\" and more\"\n");
-    EXPECT_EQ(values->Number("a"), 1u);
-    EXPECT_EQ(values->Number("b"), 2u);
-    EXPECT_EQ(values->Number("f"), 5u);
+    EXPECT_EQ(values->Number("outputReads"), 1u);
+    EXPECT_EQ(values->Number("outputWrites"), 2u);
+    EXPECT_EQ(values->Number("outputFrame"), 5u);
     EXPECT_EQ(values->Text("d"), std::nullopt);
 
     testing::internal::CaptureStderr();
@@ -137,15 +138,124 @@ TEST(ConfigurationPlaces, TheFirstFileFoundIsTheConfiguration)
         EXPECT_EQ(Configuration::Open()->Number("a"), 1u);
     }
     {
-        // A name of nothing, and of a folder, are not found.
-        const EnvironmentVariable missing("ZERIX_CONFIG", folder.Path() + "/missing.conf");
-        EXPECT_EQ(Configuration::Open()->Number("a"), 2u);
-        const EnvironmentVariable isFolder("ZERIX_CONFIG", folder.Path());
-        EXPECT_EQ(Configuration::Open()->Number("a"), 2u);
+        // The null device is an empty file.
+        const EnvironmentVariable none("ZERIX_CONFIG", "/dev/null");
+        EXPECT_EQ(Configuration::Open()->Number("a"), std::nullopt);
     }
     const EnvironmentVariable noName("ZERIX_CONFIG", std::nullopt);
     const EnvironmentVariable noXdg("XDG_CONFIG_HOME", std::nullopt);
     EXPECT_EQ(Configuration::Open()->Number("a"), 3u);
+}
+
+// The one that ZERIX_CONFIG names: the places where there may be one are passed over in silence.
+TEST(ConfigurationPlaces, ANamedFileThatCannotBeReadIsReportedOnceAndTheNextIsUsed)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(folder.Path() + "/xdg/zerix");
+    folder.Write("xdg/zerix/zerix.conf", "outputReads = 2\n");
+    folder.Write("long.conf", std::string((1 << 20) + 1, '#'));
+    ASSERT_EQ(mkfifo((folder.Path() + "/pipe").c_str(), 0600), 0);
+    const EnvironmentVariable home("HOME", folder.Path() + "/homeless");
+    const EnvironmentVariable xdg("XDG_CONFIG_HOME", folder.Path() + "/xdg");
+    const std::pair<const char *, const char *> kFiles[] = {
+        {"/missing.conf", "No such file or directory"},
+        {"/long.conf/zerix.conf", "Not a directory"},
+        {"", "Is a directory"},
+        {"/long.conf", "File too large"},
+        {"/pipe", "it is no regular file"},
+    };
+    for (const auto &[name, reason] : kFiles) {
+        const std::string path = folder.Path() + name;
+        const EnvironmentVariable named("ZERIX_CONFIG", path);
+        testing::internal::CaptureStderr();
+        const auto quiet = OpenConfigurationQuietly();
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << name;
+        EXPECT_EQ(quiet->Number("outputReads"), 2u) << name;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(Configuration::Open()->Number("outputReads"), 2u) << name;
+        EXPECT_EQ(Configuration::Open()->Number("outputReads"), 2u) << name;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  path + ": the configuration can't be read: " + reason + "\n");
+    }
+}
+
+TEST(ConfigurationPlaces, APipeIsReportedAndPassedOverWhereverItIs)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(folder.Path() + "/xdg/zerix");
+    const std::string pipe = folder.Path() + "/xdg/zerix/zerix.conf";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const EnvironmentVariable named("ZERIX_CONFIG", std::nullopt);
+    const EnvironmentVariable xdg("XDG_CONFIG_HOME", folder.Path() + "/xdg");
+    testing::internal::CaptureStderr();
+    auto opening = std::async(std::launch::async, [] { return Configuration::Open(); });
+    EXPECT_EQ(opening.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    const int writer = open(pipe.c_str(), O_RDWR | O_NONBLOCK); // lets a waiting reader go on
+    opening.wait();
+    close(writer);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              pipe + ": the configuration can't be read: it is no regular file\n");
+}
+
+TEST_F(ConfigurationFile, ReportsNamesThatTheLibraryDoesNotKnowAndTheOtherType)
+{
+    testing::internal::CaptureStderr();
+    const auto values = Open("Bus = auto\n"
+                             "outputEnable = 1\n"
+                             "OUTPUTENABLED = yes # please\n"
+                             "SimulatedBus = 7\n"
+                             "DebugOutput = \"8\"\n"
+                             "outputReads = \"1\"\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              m_path + ":2: the library knows no value named \"outputEnable\"\n" + //
+                  m_path + ":3: outputEnabled takes a number, found \"yes\"\n" +   //
+                  m_path + ":4: SimulatedBus takes a text: put a text of digits only in quotes\n" +
+                  m_path + ":6: outputReads takes a number, found \"\"1\"\"\n");
+    EXPECT_EQ(values->Text("SimulatedBus"), std::nullopt);
+    EXPECT_EQ(values->Text("DebugOutput"), "8");
+}
+
+TEST(WholeFiles, AreReadUpToTheirLargestSize)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.Write("text", std::string(5000, 'x'));
+    std::error_code error;
+    EXPECT_EQ(ReadWholeFile(path, 5000, error), std::string(5000, 'x'));
+    EXPECT_FALSE(error);
+    EXPECT_EQ(ReadWholeFile(path, 4999, error), std::nullopt);
+    EXPECT_EQ(error, std::errc::file_too_large);
+    EXPECT_EQ(ReadWholeFile("/dev/zero", 10, error), "");
+    EXPECT_FALSE(error);
+    EXPECT_EQ(ReadWholeFile("/proc/self/comm", 100, error)->back(), '\n') << "its size is 0";
+}
+
+mode_t ModeOf(const std::string &path)
+{
+    struct stat status = {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0);
+    return status.st_mode & 07777;
+}
+
+TEST(OwnersAndModes, AreTakenFromAnotherFile)
+{
+    const TemporaryFolder folder;
+    const std::string from = folder.Write("from", "");
+    const std::string to = folder.Write("to", "");
+    for (const mode_t mode : {0600u, 0640u, 0444u, 0755u}) {
+        ASSERT_EQ(chmod(from.c_str(), mode), 0);
+        TakeOwnerAndMode(from, to);
+        EXPECT_EQ(ModeOf(to), mode);
+    }
+    TakeOwnerAndMode(folder.Path() + "/missing", to);
+    EXPECT_EQ(ModeOf(to), 0755u);
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(from.c_str(), 4711, 4712), 0);
+        TakeOwnerAndMode(from, to);
+        struct stat status = {};
+        ASSERT_EQ(stat(to.c_str(), &status), 0);
+        EXPECT_EQ(status.st_uid, 4711u);
+        EXPECT_EQ(status.st_gid, 4712u);
+    }
 }
 
 TEST_F(ConfigurationFile, SendsDebugOutputToAFile)

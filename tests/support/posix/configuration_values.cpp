@@ -6,7 +6,9 @@
 
 namespace zerix::test {
 
+// A named file that is missing would be reported.
 struct ConfigurationValues::Store {
+    Store() { folder.Write("zerix.conf", ""); }
     TemporaryFolder folder;
     EnvironmentVariable name{"ZERIX_CONFIG", folder.Path() + "/zerix.conf"};
 };
