@@ -2,6 +2,7 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 
 #include "tests/tools/tool_fixture.h"
@@ -102,6 +103,52 @@ TEST_F(ToolTrace, FollowPrintsWhatComes)
     const Outcome ended =
         RunHere("trace follow --file my.log", "timeout --foreground -s INT --preserve-status 2");
     EXPECT_EQ(ended.status, 0) << ended.err;
+}
+
+TEST_F(ToolTrace, OnAndOffKeepALinkToTheConfigurationAndItsMode)
+{
+    Write("mine.conf", "Bus = simulated\n");
+    ASSERT_EQ(chmod(Path("mine.conf").c_str(), 0600), 0);
+    std::filesystem::create_symlink("mine.conf", Path("zerix.conf"));
+    for (const char *action : {"on", "off"}) {
+        ASSERT_EQ(RunHere(std::string("trace ") + action).status, 0);
+        EXPECT_TRUE(std::filesystem::is_symlink(Path("zerix.conf")));
+        struct stat status = {};
+        ASSERT_EQ(stat(Path("mine.conf").c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, 0600U);
+    }
+    EXPECT_TRUE(Configuration().starts_with("Bus = simulated\noutputEnabled = 0\n"))
+        << Configuration();
+}
+
+// A pipe has no end, and whoever opens it waits for its other side.
+TEST_F(ToolTrace, APipeIsNeitherLogNorConfiguration)
+{
+    ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+    Write("linked.conf", "outputFilePath = \"" + Path("pipe") + "\"\n");
+    for (const char *action : {"show", "follow"}) {
+        const Outcome outcome =
+            RunHere(std::string("trace ") + action + " --file pipe", "timeout 20");
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.err, "zerix: the log pipe can't be read: it is no regular file.\n");
+        EXPECT_EQ(Run(std::string("trace ") + action, "ZERIX_CONFIG='" + Path("linked.conf") + "'",
+                      "timeout 20")
+                      .err,
+                  "zerix: the log " + Path("pipe") + " can't be read: it is no regular file.\n");
+    }
+    EXPECT_EQ(RunHere("trace on --file pipe", "timeout 20").err,
+              "zerix: the log " + Path("pipe") + " can't be written: No such device or address.\n");
+    EXPECT_EQ(Configuration(), "");
+    const std::string complaint =
+        Path("pipe") + ": the configuration can't be read: it is no regular file\n";
+    const Outcome listed = Run("--sim list", "ZERIX_CONFIG='" + Path("pipe") + "'", "timeout 20");
+    EXPECT_EQ(listed.status, 0);
+    EXPECT_EQ(listed.err, complaint);
+    EXPECT_EQ(Run("trace off", "HOME='" + Path("") + "' ZERIX_CONFIG='" + Path("pipe") + "'",
+                  "timeout 20")
+                  .err,
+              "zerix: the configuration " + Path("pipe") +
+                  " can't be written: it is no regular file.\n");
 }
 
 TEST_F(ToolTrace, WhatIsMissingIsTold)

@@ -35,10 +35,14 @@ public:
     {
         // The library doesn't overwrite, and takes this name as it is, without its filter syntax.
         std::error_code ignored;
-        if (std::filesystem::is_regular_file(path, ignored))
+        const auto before = std::filesystem::status(path, ignored);
+        const bool isReplaced = std::filesystem::is_regular_file(before);
+        if (isReplaced)
             std::filesystem::remove(path, ignored);
         errno = 0;
         fits_create_diskfile(&m_file, path.c_str(), &m_status);
+        if (isReplaced)
+            std::filesystem::permissions(path, before.permissions(), ignored);
     }
     ~FitsFile()
     {
