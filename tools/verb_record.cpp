@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <new>
 
 #include <fmt/format.h>
@@ -105,20 +106,31 @@ Result Run(RecordStream &stream, Recording &recording, const RecordingTarget &ta
     return result;
 }
 
+// A recording that was there before is replaced by the first frame only.
+std::string WithoutFrame(const std::string &file)
+{
+    return std::filesystem::exists(file) ? fmt::format("{} is as it was", file)
+                                         : fmt::format("there is no {}", file);
+}
+
+std::string EndedWith(uint64_t frames, const std::string &file)
+{
+    return frames == 0 ? fmt::format("recording ended without a frame, and {}", WithoutFrame(file))
+                       : fmt::format("recording ended with {} in {}", FramesText(frames), file);
+}
+
 void CheckResult(const std::string &file, const Result &result, const RecordingTarget &target)
 {
+    const std::string ended = EndedWith(result.outcome.frames, file);
     const std::string safe = fmt::format("{} {} safe in it", FramesText(result.outcome.frames),
                                          result.outcome.frames <= 1 ? "is" : "are");
     if (!result.outcome.writeError.empty())
         throw CommandError(fmt::format("{} can't be written any further: {}; {}.", file,
                                        result.outcome.writeError, safe));
     if (result.error != ZERIX_SUCCESS)
-        Fail(fmt::format("recording ended with {} in {}", FramesText(result.outcome.frames), file),
-             result.error);
+        Fail(ended, result.error);
     if (result.hasWaitedInVain)
-        throw CommandError(fmt::format("recording ended with {} in {}: {}",
-                                       FramesText(result.outcome.frames), file,
-                                       NoPictureWithin(target.waitSeconds)));
+        throw CommandError(fmt::format("{}: {}", ended, NoPictureWithin(target.waitSeconds)));
     if (!result.outcome.endError.empty())
         throw CommandError(fmt::format("the end of {} can't be written: {}; {}, but not what the "
                                        "end tells of them.",
@@ -143,7 +155,7 @@ void PrintText(const std::string &file, const Result &result)
     if (result.wasInterrupted)
         fmt::print(stderr, "zerix: stopped on request.\n");
     if (result.outcome.frames == 0) {
-        fmt::print("no frame came, and there is no {}.\n", file);
+        fmt::print("no frame came, and {}.\n", WithoutFrame(file));
         return;
     }
     const double rate =

@@ -43,6 +43,42 @@ std::string WriteFile(const std::string &path, uint32_t frames, uint32_t width, 
     return writer->Finish();
 }
 
+TEST(Sequences, TouchNothingBeforeTheFirstFrame)
+{
+    for (const auto &format : SequenceFormats()) {
+        const test::TemporaryFolder folder;
+        const std::string name = "s" + format.endings.front();
+        const std::string path = folder.Path() + "/" + name;
+        std::string error;
+        ASSERT_NE(OpenSequence(path, &error), nullptr) << error;
+        EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << format.name;
+        folder.Write(name, "old");
+        folder.Write(name + ".json", "older");
+        {
+            const auto writer = OpenSequence(path, &error);
+            ASSERT_NE(writer, nullptr) << error;
+            EXPECT_EQ(writer->Finish(), "");
+        }
+        EXPECT_EQ(folder.Read(name), "old") << format.name;
+        EXPECT_EQ(folder.Read(name + ".json"), "older") << format.name;
+    }
+}
+
+TEST(Sequences, ThatCannotBeWrittenAreFoundBeforeTheFirstFrame)
+{
+    const test::TemporaryFolder folder;
+    const std::string text = folder.Write("text", "");
+    for (const auto &format : SequenceFormats()) {
+        const std::string name = "/s" + format.endings.front();
+        std::string error;
+        EXPECT_EQ(OpenSequence(text + name, &error), nullptr);
+        EXPECT_EQ(error, text + name + " can't be written: Not a directory.");
+        std::filesystem::create_directory(folder.Path() + name);
+        EXPECT_EQ(OpenSequence(folder.Path() + name, &error), nullptr);
+        EXPECT_EQ(error, folder.Path() + name + " can't be written: Is a directory.");
+    }
+}
+
 TEST(Sequences, KeepEveryPixelOfEveryFrame)
 {
     const test::TemporaryFolder folder;

@@ -8,13 +8,41 @@
 
 namespace zerix::tool {
 
+namespace {
+
+constexpr auto kThere = std::ios::in | std::ios::out | std::ios::binary;
+constexpr auto kEmptied = kThere | std::ios::trunc;
+
+// A symbolic link stays; a device isn't taken away.
+void RemoveTarget(const std::string &path)
+{
+    std::error_code ignored;
+    if (std::filesystem::is_regular_file(path, ignored))
+        std::filesystem::remove(std::filesystem::canonical(path, ignored), ignored);
+}
+
+} // namespace
+
 GrowingFile::GrowingFile(std::string path) : m_path(std::move(path))
 {
     errno = 0;
-    m_file.pubsetbuf(nullptr, 0);
-    if (m_file.open(m_path, std::ios::in | std::ios::out | std::ios::trunc | std::ios::binary) ==
-        nullptr)
+    std::filebuf trial;
+    if (trial.open(m_path, kThere) != nullptr)
+        return;
+    if (errno != ENOENT || trial.open(m_path, kEmptied) == nullptr) {
         Fail();
+        return;
+    }
+    trial.close();
+    RemoveTarget(m_path);
+}
+
+bool GrowingFile::IsOpen()
+{
+    if (m_file.is_open())
+        return true;
+    m_file.pubsetbuf(nullptr, 0);
+    return m_file.open(m_path, kEmptied) != nullptr;
 }
 
 bool GrowingFile::Fail()
@@ -27,7 +55,7 @@ bool GrowingFile::Write(uint64_t position, std::span<const uint8_t> bytes)
 {
     errno = 0;
     const auto place = static_cast<std::streamoff>(position);
-    if (m_file.pubseekpos(place) != std::streampos(place))
+    if (!IsOpen() || m_file.pubseekpos(place) != std::streampos(place))
         return Fail();
     const auto size = static_cast<std::streamsize>(bytes.size());
     if (m_file.sputn(reinterpret_cast<const char *>(bytes.data()), size) != size)
@@ -43,6 +71,8 @@ bool GrowingFile::Write(uint64_t position, std::string_view text)
 
 void GrowingFile::CutBack()
 {
+    if (!m_file.is_open())
+        return;
     std::error_code ignored;
     std::filesystem::resize_file(m_path, m_kept, ignored);
     m_size = m_kept;
@@ -56,10 +86,8 @@ bool GrowingFile::Close()
 
 void GrowingFile::Remove()
 {
-    m_file.close();
-    std::error_code ignored;
-    if (std::filesystem::is_regular_file(m_path, ignored))
-        std::filesystem::remove(m_path, ignored);
+    if (m_file.close() != nullptr)
+        RemoveTarget(m_path);
 }
 
 } // namespace zerix::tool

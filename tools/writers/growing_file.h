@@ -12,7 +12,8 @@ namespace zerix::tool {
 
 class GrowingFile {
 public:
-    // Creates or empties the file; Error() tells if that failed.
+    // Error() says if the file can't be written. It is created or emptied by the first write: what
+    // was there stays until there is something to take its place.
     explicit GrowingFile(std::string path);
     GrowingFile(const GrowingFile &) = delete;
     GrowingFile &operator=(const GrowingFile &) = delete;
@@ -28,7 +29,7 @@ public:
     // Takes away what has come behind the kept part; the reason of the last failure stays.
     void CutBack();
     bool Close();
-    // Closes the file and takes it away.
+    // Closes the file and takes it away, if anything was written.
     void Remove();
 
     [[nodiscard]] uint64_t Size() const { return m_size; }
@@ -37,6 +38,7 @@ public:
     [[nodiscard]] const std::string &Error() const { return m_error; }
 
 private:
+    bool IsOpen();
     bool Fail();
 
     std::string m_path;

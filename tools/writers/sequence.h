@@ -32,15 +32,17 @@ public:
     SequenceWriter(const SequenceWriter &) = delete;
     SequenceWriter &operator=(const SequenceWriter &) = delete;
 
-    // Why the file couldn't be created; empty if it was.
+    // Why the file can't be written; empty if it can. It is created, or emptied, by the first
+    // frame.
     [[nodiscard]] std::string OpenError() const { return Reason(); }
 
     // Writes one more frame, of the first one's size. Empty, or why that failed: the file then
     // holds the frames before, and takes no more.
     std::string Append(const Picture &picture);
 
-    // Writes what stands behind the last frame, and closes the file. With no frame there is no file
-    // afterwards. Empty, or why that failed: all frames are in the file even then.
+    // Writes what stands behind the last frame, and closes the file. With no frame there is no new
+    // file afterwards, and one that was there before is as it was. Empty, or why that failed: all
+    // frames are in the file even then.
     std::string Finish();
 
     // Frames that are safe in the file.
@@ -85,7 +87,7 @@ const std::vector<SequenceFormat> &SequenceFormats();
 // Null, and a sentence that lists the known endings, for an ending that is none of them.
 const SequenceFormat *SequenceFormatOfFile(const std::string &path, std::string *error);
 
-// Creates the file. Null, and one sentence, if that can't be.
+// Null, and one sentence, if the file can't be written.
 std::unique_ptr<SequenceWriter> OpenSequence(const std::string &path, std::string *error);
 
 // A file of more bytes than `classicLimit` becomes a BigTIFF.
