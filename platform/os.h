@@ -178,6 +178,11 @@ void SetEnvironment(const char *name, const char *value);
 
 // Terminal ---------------------------------------------------------------------------------------
 
+// Takes the places of standard streams that the process was started without, so that no file that
+// is opened later becomes one of them: what is written to that stream would end up in the file.
+// Using such a stream fails as it does without. A program calls it first; nothing to do on Windows.
+void ReserveStandardStreams();
+
 bool StandardOutputIsTerminal();
 bool StandardErrorIsTerminal();
 

@@ -16,6 +16,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "platform/os.h"
 #include "tools/command_error.h"
 #include "tools/name_match.h"
 #include "tools/verbs.h"
@@ -388,6 +389,7 @@ int Run(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
+    zerix::os::ReserveStandardStreams();
     try {
         return WithOutputWritten(Run(argc, argv));
     } catch (const zerix::tool::CommandError &error) {

@@ -40,6 +40,8 @@ void SetEnvironment(const char *name, const char *value)
     SetEnvironmentVariableA(name, value);
 }
 
+void ReserveStandardStreams() {}
+
 bool StandardOutputIsTerminal() { return IsConsole(STD_OUTPUT_HANDLE); }
 
 bool StandardErrorIsTerminal() { return IsConsole(STD_ERROR_HANDLE); }

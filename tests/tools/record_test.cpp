@@ -182,6 +182,50 @@ TEST_F(Record, WithoutAFrameThereIsNoFile)
     EXPECT_FALSE(std::filesystem::exists(Path("a.ser")));
 }
 
+TEST_F(Record, AnExistingRecordingStaysWhereNoFrameComes)
+{
+    const std::string old = "an older recording";
+    const std::string rack = Rack("faults = [\"wrong tag at frame 1 from then on\"]\n");
+    Write("a.raw.json", old);
+    for (const auto &ending : zerix::test::ReadableEndings()) {
+        const std::string file = "a" + ending;
+        Write(file, old);
+        const Outcome lost = Run(rack + "record --wait 1s -o " + file);
+        EXPECT_EQ(lost.status, 1);
+        EXPECT_TRUE(lost.err.starts_with("zerix: recording ended without a frame, and " + file +
+                                         " is as it was: no picture came within 1 s: "))
+            << lost.err;
+        EXPECT_EQ(Contents(Path(file)), old);
+    }
+    EXPECT_EQ(Contents(Path("a.raw.json")), old);
+    const Outcome stopped =
+        Run(rack + "record -o a.ser", "", "timeout --foreground --preserve-status -s INT 2");
+    EXPECT_EQ(stopped.status, 0) << stopped.err;
+    EXPECT_EQ(stopped.out, "no frame came, and a.ser is as it was.\n");
+    EXPECT_EQ(Contents(Path("a.ser")), old);
+}
+
+TEST_F(Record, AnExistingRecordingStaysWhereTheStreamCannotStart)
+{
+    Write("slow.toml", "speed = 400\n[[camera]]\nmodel = \"Astrel C2\"\n");
+    Write("a.ser", "an older recording");
+    const Outcome refused = Run("--rack slow.toml record -n 1 --set format=mono16 -o a.ser");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_TRUE(refused.err.starts_with("zerix: the camera's stream can't be started: "))
+        << refused.err;
+    EXPECT_EQ(Contents(Path("a.ser")), "an older recording");
+}
+
+TEST_F(Record, AnExistingRecordingIsReplacedByTheFirstFrameWhereItsLinkLeads)
+{
+    Write("a.ser", std::string(1'000'000, 'x'));
+    std::filesystem::create_symlink("a.ser", Path("link.ser"));
+    EXPECT_EQ(Run(Rack("") + "record -n 2 -o link.ser").status, 0);
+    EXPECT_EQ(ReadSequenceFile(Path("a.ser")).frames.size(), 2u);
+    EXPECT_EQ(Contents(Path("a.ser")).size(), 178u + 2 * (768 * 494 + 8));
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("link.ser")));
+}
+
 TEST_F(Record, WhatCannotBeIsToldBeforeAnythingIsExposed)
 {
     EXPECT_EQ(Run("--sim record -n 2").status, 2);
@@ -223,6 +267,26 @@ TEST_F(Record, EndsWhereNoFrameComesAnyMore)
         "zerix: recording ended with 3 frames in a.ser: no picture came within 2 s: "))
         << outcome.err;
     EXPECT_EQ(ReadSequenceFile(Path("a.ser")).frames.size(), 3u);
+}
+
+// A program that is started without them gives their numbers to the first files that it opens.
+TEST_F(Record, WithoutStandardStreamsNothingElseLandsInTheFile)
+{
+    Rack("");
+    Write("trace.conf", "DebugOutput = stderr\noutputEnabled = 1\n");
+    const std::string environment = "ZERIX_CONFIG='" + Path("trace.conf") + "'";
+    const std::string record = "--rack small.toml record -n 3 -o ";
+    ASSERT_EQ(Run(record + "whole.raw").status, 0);
+    const std::string whole = Contents(Path("whole.raw"));
+    ASSERT_EQ(whole.size(), 3U * 768 * 494);
+    EXPECT_EQ(Run(record + "a.raw", environment, "sh -c 'exec timeout 60 \"$@\" 2>&-' sh").status,
+              0);
+    EXPECT_TRUE(Contents(Path("a.raw")) == whole);
+    // What can't be printed is a failure, as before.
+    EXPECT_EQ(
+        Run(record + "b.raw", environment, "sh -c 'exec timeout 60 \"$@\" <&- >&- 2>&-' sh").status,
+        1);
+    EXPECT_TRUE(Contents(Path("b.raw")) == whole);
 }
 
 TEST_F(Record, HelpTellsTheBoundOfItsMemory)
