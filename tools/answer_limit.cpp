@@ -31,6 +31,7 @@ void AnswerLimit::Watch()
     std::unique_lock lock(m_mutex);
     if (m_answered.wait_for(lock, kLongest, [this] { return m_hasAnswered; }))
         return;
+    std::fflush(stdout); // what was printed before still counts
     std::fputs("zerix: the camera doesn't answer: check its cable and its power, and switch it off "
                "and on.\n",
                stderr);

@@ -58,6 +58,7 @@ void RecordStream::Stop()
         return;
     m_isRunning = false;
     EndWith(ZERIX_SUCCESS);
+    const AnswerLimit limit;
     Zerix_SetStreaming(m_camera.Handle(), 0);
     // From here on the frames are ours, and no callback runs.
     Zerix_Abort(m_camera.Handle());

@@ -53,10 +53,15 @@ OpenCamera::OpenCamera(const ZerixCameraListItem &item) : m_item(item)
         Fail(fmt::format("camera {} can't be opened", item.cameraId), error);
 }
 
-OpenCamera::~OpenCamera() { Zerix_CloseCamera(m_handle); }
+OpenCamera::~OpenCamera()
+{
+    const AnswerLimit limit;
+    Zerix_CloseCamera(m_handle);
+}
 
 std::optional<uint32_t> OpenCamera::Info(uint32_t key) const
 {
+    const AnswerLimit limit; // some values are read from the camera
     uint32_t value = 0;
     if (Zerix_GetInfo(m_handle, key, &value) != ZERIX_SUCCESS)
         return std::nullopt;
@@ -90,7 +95,11 @@ Session::Session(const CommonOptions &options) : m_options(options), m_simulated
     }
 }
 
-Session::~Session() { Zerix_ReleaseDriver(); }
+Session::~Session()
+{
+    const AnswerLimit limit;
+    Zerix_ReleaseDriver();
+}
 
 void Session::List()
 {

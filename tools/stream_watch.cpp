@@ -35,6 +35,7 @@ StreamWatch::~StreamWatch() { Stop(); }
 // The abort waits for a callback that is running, and takes back what it has queued.
 void StreamWatch::Stop()
 {
+    const AnswerLimit limit;
     Zerix_Abort(m_camera.Handle());
     Zerix_SetStreaming(m_camera.Handle(), 0);
 }

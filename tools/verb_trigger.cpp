@@ -30,12 +30,8 @@ public:
         Check(Zerix_SetStreaming(m_handle, 1));
     }
 
-    // After these no callback runs any more.
-    ~TriggeredFrame()
-    {
-        Zerix_Abort(m_handle);
-        Zerix_SetStreaming(m_handle, 0);
-    }
+    // No callback runs any more afterwards.
+    ~TriggeredFrame() { Stop(); }
     TriggeredFrame(const TriggeredFrame &) = delete;
     TriggeredFrame &operator=(const TriggeredFrame &) = delete;
 
@@ -64,13 +60,19 @@ public:
     }
 
 private:
+    void Stop()
+    {
+        const AnswerLimit limit;
+        Zerix_Abort(m_handle);
+        Zerix_SetStreaming(m_handle, 0);
+    }
+
     // A constructor that throws leaves no destructor to stop the stream.
     void Check(uint32_t error)
     {
         if (error == ZERIX_SUCCESS)
             return;
-        Zerix_Abort(m_handle);
-        Zerix_SetStreaming(m_handle, 0);
+        Stop();
         Fail("the picture can't be taken", error);
     }
 

@@ -1,9 +1,19 @@
 // A thread that sleeps until the time is over or nobody needs it any more.
 #include "tools/wait_limit.h"
 
+#include <algorithm>
 #include <chrono>
 
+#include "tools/answer_limit.h"
+
 namespace zerix::tool {
+
+namespace {
+
+// 31 years: the clock counts nanoseconds, and overflows after some centuries.
+constexpr double kLongestSeconds = 1e9;
+
+} // namespace
 
 WaitLimit::WaitLimit(ZerixHandle camera, double seconds)
     : m_thread([this, camera, seconds] { Watch(camera, seconds); })
@@ -24,18 +34,22 @@ bool WaitLimit::Finish()
     return m_isOver;
 }
 
-// The first abort may come just before the wait that it is to end: it is said again.
+// The first abort may come just before the wait that it is to end: it is repeated. Where none of
+// them has an effect, the camera doesn't answer.
 void WaitLimit::Watch(ZerixHandle camera, double seconds)
 {
+    const std::chrono::duration<double> longest(std::min(seconds, kLongestSeconds));
     std::unique_lock lock(m_mutex);
-    auto next = std::chrono::duration<double>(seconds);
-    while (!m_finished.wait_for(lock, next, [this] { return m_isFinished; })) {
-        m_isOver = true;
+    if (m_finished.wait_for(lock, longest, [this] { return m_isFinished; }))
+        return;
+    m_isOver = true;
+    const AnswerLimit limit;
+    do {
         lock.unlock();
         Zerix_Abort(camera);
         lock.lock();
-        next = std::chrono::duration<double>(0.2);
-    }
+    } while (!m_finished.wait_for(lock, std::chrono::milliseconds(200),
+                                  [this] { return m_isFinished; }));
 }
 
 } // namespace zerix::tool

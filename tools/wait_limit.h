@@ -12,7 +12,8 @@ namespace zerix::tool {
 
 class WaitLimit {
 public:
-    // Aborts what the camera is doing once the time is over and while this lives.
+    // Aborts what the camera is doing once the time is over and while this lives. Where that
+    // doesn't end it either, the program ends as with AnswerLimit.
     WaitLimit(ZerixHandle camera, double seconds);
     ~WaitLimit();
     WaitLimit(const WaitLimit &) = delete;

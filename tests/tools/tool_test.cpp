@@ -422,6 +422,46 @@ TEST_F(Tool, AMalformedConfigurationIsToldAndTheRestIsUsed)
     EXPECT_NE(outcome.out.find("Astrel C2"), std::string::npos);
 }
 
+TEST_F(Tool, ANamedConfigurationThatIsMissingAndNamesThatNobodyKnowsAreReported)
+{
+    const std::string missing = Path("missing.conf");
+    const Outcome unread =
+        Run("--sim list", "HOME='" + Path("") + "' ZERIX_CONFIG='" + missing + "'");
+    EXPECT_EQ(unread.status, 0);
+    EXPECT_EQ(unread.err,
+              missing + ": the configuration can't be read: No such file or directory\n");
+    Write("zerix.conf", "buss = simulated\nBus = simulated\n");
+    const Outcome unknown = Run("list", "ZERIX_CONFIG='" + Path("zerix.conf") + "'");
+    EXPECT_EQ(unknown.status, 0);
+    EXPECT_EQ(unknown.err, Path("zerix.conf") + ":1: the library knows no value named \"buss\"\n");
+}
+
+// Longer than the clock counts.
+TEST_F(Tool, AWaitOfCenturiesIsNoWaitOfNothing)
+{
+    for (const char *wait : {"1e10s", "1e300h"}) {
+        const Outcome outcome = Run(std::string("--sim grab -o p.raw --wait ") + wait);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        const Outcome triggered = Run(std::string("--sim trigger --wait ") + wait);
+        EXPECT_EQ(triggered.status, 0) << triggered.err;
+        const Outcome recorded = Run(std::string("--sim record -n 2 -o r.raw --wait ") + wait);
+        EXPECT_EQ(recorded.status, 0) << recorded.err;
+        const Outcome found = Run(std::string("--sim autoexpose --wait ") + wait);
+        EXPECT_EQ(found.status, 0) << found.err;
+    }
+}
+
+// The stream's start, in the middle of a grab: neither the abort after the wait nor the limit after
+// that lets the tool hang.
+TEST_F(Tool, ACameraThatNeverAnswersAtAStreamsStartEndsTheToolAfterItsWait)
+{
+    Write("hang.toml", "speed = 800\nclock = \"fast\"\n[[camera]]\nmodel = \"Noctis C1\"\n"
+                       "reads = \"pending\"\nfaults = [\"hang at write 40\"]\n");
+    const Outcome outcome = Run("--rack hang.toml grab --wait 1s -o p.raw", "", "timeout 40");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_FALSE(std::filesystem::exists(Path("p.raw")));
+}
+
 TEST_F(Tool, FaultsOfThePlanAreMetWithoutACrash)
 {
     Write("faults.toml", "[[camera]]\nmodel = \"Astrel C2\"\n"
