@@ -30,7 +30,9 @@ constexpr std::array kAdvice = {
     Advice{ZERIX_ERROR_DATA_MISSING, "Take other devices off the bus, and try again."},
     Advice{ZERIX_ERROR_HOST_OVERFLOW, "Close other programs, and try again."},
     Advice{ZERIX_ERROR_UNPLUGGED, "Plug the camera in, switch it on, and try again."},
-    Advice{ZERIX_ERROR_INITIALISATION, "Take other devices off the bus.",
+    Advice{ZERIX_ERROR_INITIALISATION,
+           "Take pictures of 8 bits (--set format=mono8 or bayer8), with a slower readout (--set "
+           "readout-speed=10MHz) or binned (--set binning=2), or take other devices off the bus.",
            "the bus has no bandwidth left for the camera"},
 };
 

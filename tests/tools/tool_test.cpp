@@ -436,6 +436,24 @@ TEST_F(Tool, ANamedConfigurationThatIsMissingAndNamesThatNobodyKnowsAreReported)
     EXPECT_EQ(unknown.err, Path("zerix.conf") + ":1: the library knows no value named \"buss\"\n");
 }
 
+// Each of what is advised makes the refused picture fit.
+TEST_F(Tool, APictureThatASlowBusRefusesComesWithWhatWouldFit)
+{
+    Write("slow.toml", "speed = 400\n[[camera]]\nmodel = \"Astrel C2\"\n");
+    const std::string grab = "--rack slow.toml grab -o p.raw --set ";
+    const Outcome refused = Run(grab + "format=mono16");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err,
+              "zerix: the picture can't be taken: the bus has no bandwidth left for the camera "
+              "(error 30). Take pictures of 8 bits (--set format=mono8 or bayer8), with a slower "
+              "readout (--set readout-speed=10MHz) or binned (--set binning=2), or take other "
+              "devices off the bus.\n");
+    for (const char *advised : {"format=mono8", "format=mono16 --set readout-speed=10MHz",
+                                "format=mono16 --set binning=2"})
+        EXPECT_EQ(Run(grab + advised).status, 0) << advised;
+    EXPECT_EQ(Run(grab + "format=mono16 --set roi=0,0,64,64").status, 1) << "no use";
+}
+
 // Longer than the clock counts.
 TEST_F(Tool, AWaitOfCenturiesIsNoWaitOfNothing)
 {
