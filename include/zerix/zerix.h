@@ -206,8 +206,11 @@ ZERIX_API uint32_t Zerix_GetParam(const Zerix_Settings *settings, uint32_t key, 
  * stored in any case: sending puts them right. Gains, offsets and exposures have one store for all
  * their keys, so that setting one changes the others. What more a key does stands beside it in
  * zerix_keys.h.
- *   value  in the key's unit, within its list or range. Intensifier gains, post-processing switch,
- *          gains and algorithm, and zprmColorWheel are stored unchecked
+ *   value  in the key's unit, within its list or range. Stored unchecked: zprmGain, zprmOffset,
+ *          zprmNormalizedGain, zprmColorWheel, zprmIntensifierGain, zprmNormIntensGaindB,
+ *          zprmDoPostProcessing, zprmPostProcessGainRed, zprmPostProcessGainGreen,
+ *          zprmPostProcessGainBlue, zprmPostProcessBayerAlgorithm, zprmTweekingRegister,
+ *          zprmKeelEmMode, zprmLockedGainMode
  *   ZERIX_ERROR_BAD_PARAMETER  value isn't among those allowed, or the exposure out of its limits
  *   ZERIX_ERROR_NOT_SUPPORTED  also for a binning that the camera lacks, and for keys that are told
  *                              by the camera alone (zprmKeelEmGainValue10 to 40, zprmReserved45) */
@@ -349,8 +352,9 @@ ZERIX_API uint32_t Zerix_QueueSettings(ZerixHandle camera, Zerix_Settings *setti
                                        void *userPointer, uint32_t userData);
 
 /* Empties the queue and abandons a triggered exposure. The frames are the application's again and
- * their callbacks aren't called any more; the camera goes on streaming. Ends a Zerix_GrabFrame that
- * waits on another thread.
+ * their callbacks aren't called any more; the camera goes on streaming. While it runs freely
+ * (zprmTriggerType 0) the next image is dropped, whether frames have been queued again or not. Ends
+ * a Zerix_GrabFrame that waits on another thread.
  *   ZERIX_ERROR_NOT_LOADED  state: loaded, camera open
  *   ZERIX_ERROR_BAD_HANDLE  camera is null or closed, or another process has it
  * Waits for a callback that is running on another thread, and ends a register access of that thread

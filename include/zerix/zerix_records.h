@@ -49,7 +49,8 @@ typedef struct ZerixLegacySettings {
 typedef struct Zerix_Frame {
     void *pBuffer;       /* the application's, for the pixels */
     uint32_t bufferSize; /* bytes of pBuffer */
-    uint32_t format;     /* ZerixImageFormat */
+    uint32_t format;     /* ZerixImageFormat; until settings have been read from the opened camera
+                            or sent to it, zfmtRaw8 whatever the pixels are */
     uint32_t width;      /* pixels */
     uint32_t height;     /* pixels */
     uint32_t size;       /* bytes of the image */
