@@ -3,6 +3,8 @@
 
 #include "hal/camera_connection.h"
 #include "hal/debug_text.h"
+#include "hal/iso_stream.h"
+#include "hal/receive_thread.h"
 
 namespace zerix::hal {
 
@@ -17,7 +19,8 @@ bool TakeBandwidth(FWCameraDevice &device)
                                      .speedFlag = kernel::kSpeedFlag800,
                                      .handle = 0,
                                      .unset = {}};
-    const bool taken = device.Exchange(kernel::kControlAllocateBandwidth, request);
+    const bool taken =
+        device.Exchange(kernel::kControlAllocateBandwidth, request, kBeginPatienceMilliseconds);
     device.bandwidthHandle = taken ? request.handle : 0;
     device.holdings.bandwidth = taken;
     return taken;
@@ -27,7 +30,7 @@ bool TakeChannel(FWCameraDevice &device)
 {
     device.channel = kNoChannel;
     kernel::ChannelRequest request{.request = kernel::kAnyChannel, .channel = 0, .unset = {}};
-    if (!device.Exchange(kernel::kControlAllocateChannel, request))
+    if (!device.Exchange(kernel::kControlAllocateChannel, request, kBeginPatienceMilliseconds))
         return false;
     device.channel = request.channel;
     device.holdings.channel = true;
@@ -48,7 +51,8 @@ bool TakeResourcesAt(FWCameraDevice &device, uint32_t speedFlag, uint16_t tag)
         .tag = tag,
         .handle = 0,
     };
-    const bool taken = device.Exchange(kernel::kControlAllocateResources, request);
+    const bool taken =
+        device.Exchange(kernel::kControlAllocateResources, request, kBeginPatienceMilliseconds);
     device.resourcesHandle = taken ? request.handle : 0;
     device.holdings.resources = taken;
     device.heldSlotBytes.store(taken ? device.packetSize : 0, std::memory_order_relaxed);
@@ -164,10 +168,17 @@ uint32_t FWCameraReallocateBandwidth(HALCamera *camera, uint16_t packetSize, uin
     FWCameraDevice *device = LiveDeviceOf(*camera);
     if (device == nullptr)
         return HAL_ERROR_ISOCH_RESOURCES_FREE;
+    if (IsInFrameCallbackOf(*device))
+        return FailBusy(HAL_ERROR_ISOCH_RESOURCES_FREE);
+    const Turn turn(*device, Turn::Haste::kEndsAccesses);
+    if (!turn)
+        return FailBusy(HAL_ERROR_ISOCH_RESOURCES_FREE);
     if (!device->handleIsOpen.load(std::memory_order_acquire)) {
         os::SetLastError(kernel::kErrorInvalidHandle);
         return HAL_ERROR_ISOCH_RESOURCES_FREE;
     }
+    // The buffers go with the resources, and a stream would take that for a loss.
+    StopStreaming(*camera, *device, device->streamRegister);
     if (const uint32_t error = GiveBackBusResources(*device))
         return error;
     StorePacketSize(*camera, packetSize);

@@ -1,19 +1,33 @@
 // Connecting a listed camera, disconnecting it and freeing its record.
 #include "hal/camera_connection.h"
 
+#include <cstring>
 #include <mutex>
 
 #include "hal/bandwidth.h"
 #include "hal/debug_text.h"
 #include "hal/fw_camera_device.h"
 #include "hal/iso_stream.h"
-#include "hal/register_transport.h"
+#include "hal/lost_device.h"
+#include "hal/receive_thread.h"
 
 namespace zerix::hal {
 
 namespace {
 
 constexpr uint16_t kTagAtConnect = 1;
+
+bool IsDone(DeviceRequest &request, uint32_t *word)
+{
+    std::memcpy(request.In(), word, sizeof *word);
+    auto result = request.Send(kernel::kControlIsOpen);
+    if (result.completion == kernel::Completion::kPending)
+        result = request.WaitOrCancel(kBeginPatienceMilliseconds);
+    if (result.completion != kernel::Completion::kDone)
+        return false;
+    std::memcpy(word, request.Out(), sizeof *word);
+    return true;
+}
 
 // Opens the device node. Open doesn't tell of another owner: the question that follows does.
 uint32_t OpenUnclaimed(const FWCameraDevice &device, kernel::DeviceHandle &handle)
@@ -40,6 +54,8 @@ uint32_t ConnectToFireWireCamera(HALCamera &camera, FWCameraDevice &device)
         return error;
     AbandonStream(device);
     device.CloseDevice();
+    device.gate.Reopen();
+    FreeWhatIsOver();
     camera.isConnected = 1;
     device.deviceHandle.store(handle, std::memory_order_relaxed);
     device.handleIsOpen.store(true, std::memory_order_release);
@@ -59,19 +75,55 @@ void EndBusEvents(FWCameraDevice &device)
     static_cast<void>(device.Exchange(kernel::kControlCancelBusEvent, word));
 }
 
+// The accesses of other threads end, and are shut out until the connection is closed.
+class ClosedGate {
+public:
+    explicit ClosedGate(AccessGate &gate) : m_gate(gate), m_wasClosing(gate.IsClosing())
+    {
+        m_gate.BeginClosing();
+        m_gate.EndPresent();
+    }
+    ~ClosedGate()
+    {
+        if (!m_wasClosing)
+            m_gate.EndClosing();
+    }
+    ClosedGate(const ClosedGate &) = delete;
+    ClosedGate &operator=(const ClosedGate &) = delete;
+
+private:
+    AccessGate &m_gate;
+    const bool m_wasClosing;
+};
+
+void CloseConnection(HALCamera &camera, FWCameraDevice &device)
+{
+    AbandonStream(device);
+    device.CloseDevice();
+    FreeWhatIsOver();
+    device.deviceHandle.store(0, std::memory_order_relaxed);
+    device.frameWaitEvent->Signal();
+    camera.isConnected = 0;
+}
+
+// Where the device or its driver is gone, nothing can be given back ever, and the open handle would
+// keep the device from coming back.
 uint32_t DisconnectFromFireWireCamera(HALCamera &camera, FWCameraDevice &device)
 {
     // A list entry of a device that somebody else has: marked, but never opened by us.
     if (device.deviceHandle.load(std::memory_order_relaxed) == 0)
         return HAL_NO_ERROR;
-    if (const uint32_t error = GiveBackBusResources(device))
+    const ClosedGate gate(device.gate);
+    StopStreaming(camera, device, device.streamRegister);
+    if (const uint32_t error = GiveBackBusResources(device)) {
+        const uint32_t systemError = os::LastError();
+        if (SaysDeviceLost(systemError))
+            CloseConnection(camera, device);
+        os::SetLastError(systemError);
         return error;
+    }
     EndBusEvents(device);
-    AbandonStream(device);
-    device.CloseDevice();
-    device.deviceHandle.store(0, std::memory_order_relaxed);
-    device.frameWaitEvent->Signal();
-    camera.isConnected = 0;
+    CloseConnection(camera, device);
     return HAL_NO_ERROR;
 }
 
@@ -79,11 +131,11 @@ uint32_t DisconnectFromFireWireCamera(HALCamera &camera, FWCameraDevice &device)
 
 uint32_t FWCameraIsOpen(kernel::DeviceHandle device, uint32_t *isOpen, bool showMessage)
 {
-    const auto result = kernel::Driver().Control(device, kernel::kControlIsOpen, isOpen,
-                                                 sizeof *isOpen, isOpen, sizeof *isOpen, nullptr);
-    if (result.completion == kernel::Completion::kDone)
+    const auto request = DeviceRequest::Make(device, sizeof *isOpen);
+    if (request && IsDone(*request, isOpen))
         return HAL_NO_ERROR;
-    os::SetLastError(result.systemError);
+    if (!request)
+        os::SetLastError(kernel::kErrorNoSystemResources);
     os::DebugOutput("Free Check isOpen failed!!!\n");
     if (showMessage)
         ShowFailure("FWCameraIsOpen");
@@ -96,7 +148,7 @@ void BeginClosing(const HALCamera &camera)
     if (device == nullptr)
         return;
     device->gate.BeginClosing();
-    EndHangingAccesses(*device);
+    device->gate.EndPresent();
 }
 
 void EndClosing(const HALCamera &camera)
@@ -108,8 +160,7 @@ void EndClosing(const HALCamera &camera)
 void CancelHangingAccesses(const HALCamera &camera)
 {
     if (FWCameraDevice *device = LiveDeviceOf(camera))
-        device->gate.EndPresent(kAccessPatienceMilliseconds,
-                                [device](kernel::Overlapped &request) { device->Cancel(request); });
+        device->gate.EndPresent();
 }
 
 kernel::DeviceHandle OpenDeviceOf(const HALCamera &camera)
@@ -132,10 +183,17 @@ uint32_t HAL_CameraConnect(HALCamera *camera, uint16_t packetSize, HAL_FrameCall
 {
     if (camera->kind != kLiveTransport)
         return camera->kind == kDormantTransport ? HAL_ERROR_NOT_CONNECTED : HAL_NO_ERROR;
-    StorePacketSize(*camera, packetSize);
     FWCameraDevice *device = LiveDeviceOf(*camera);
-    if (device == nullptr)
+    if (device == nullptr) {
+        StorePacketSize(*camera, packetSize);
         return HAL_ERROR_NOT_CONNECTED;
+    }
+    if (IsInFrameCallbackOf(*device))
+        return FailBusy(HAL_ERROR_NOT_CONNECTED);
+    const Turn turn(*device);
+    if (!turn)
+        return FailBusy(HAL_ERROR_NOT_CONNECTED);
+    StorePacketSize(*camera, packetSize);
     const uint32_t error = ConnectToFireWireCamera(*camera, *device);
     if (error != HAL_NO_ERROR)
         return error;
@@ -156,17 +214,38 @@ uint32_t HAL_CameraDisconnect(HALCamera *camera)
     FWCameraDevice *device = LiveDeviceOf(*camera);
     if (device == nullptr)
         return HAL_NO_ERROR;
+    if (IsInFrameCallbackOf(*device))
+        return FailBusy(HAL_ERROR_ISOCH_RESOURCES_FREE);
+    const Turn turn(*device, Turn::Haste::kEndsAccesses);
+    if (!turn)
+        return FailBusy(HAL_ERROR_ISOCH_RESOURCES_FREE);
     return DisconnectFromFireWireCamera(*camera, *device);
 }
+
+namespace {
+
+// A receive thread that is stuck in a callback still works on the record, as does an access that
+// the system doesn't let go: better lost than freed.
+bool IsUnused(FWCameraDevice &device)
+{
+    if (IsInFrameCallbackOf(device))
+        return false;
+    const Turn turn(device, Turn::Haste::kEndsAccesses);
+    if (!turn || !AbandonStream(device))
+        return false;
+    device.gate.BeginClosing();
+    device.gate.EndPresent();
+    return device.gate.AwaitEmpty(kCancelPatienceMilliseconds);
+}
+
+} // namespace
 
 uint32_t HAL_CameraRelease(HALCamera *camera)
 {
     if (camera->kind != kLiveTransport)
         return HAL_NO_ERROR;
     FWCameraDevice *device = LiveDeviceOf(*camera);
-    // A receive thread that is stuck in a callback still works on the record: better lost than
-    // freed.
-    if (device != nullptr && AbandonStream(*device))
+    if (device != nullptr && IsUnused(*device))
         delete device;
     camera->device = nullptr;
     return HAL_NO_ERROR;

@@ -35,14 +35,15 @@ enum class StreamEnd : uint32_t {
 StreamEnd EndOfStream(const HALCamera &camera);
 
 // Before a camera is closed, possibly beside calls that are at work with it: ends the register
-// accesses that hang, and shuts out those of every other thread. Takes half a second at the most.
+// accesses that hang, and shuts out those of every other thread. Takes half a second at the most,
+// and one and a half where the driver ignores that a request is cancelled.
 void BeginClosing(const HALCamera &camera);
 
 // The camera is closed, or stays open after all.
 void EndClosing(const HALCamera &camera);
 
 // For calls that wait for one that is at work with the camera: ends the register accesses that
-// hang, and nothing else, so that a stream goes on. Takes half a second at the most; whoever waits
+// hang, and nothing else, so that a stream goes on. Takes as long as BeginClosing; whoever waits
 // for several accesses calls it again.
 void CancelHangingAccesses(const HALCamera &camera);
 

@@ -1,6 +1,7 @@
 // The list of the cameras on the bus. Each device is connected for a moment, to read its model and
 // to see whether somebody else has it.
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -124,6 +125,8 @@ HALCamera *HandOver(ListedCamera *list, uint32_t count)
 
 uint32_t FWCameraGetList(HALCamera **list, const ListRequest &request, uint32_t *count)
 {
+    if (request.maximumCount > PTRDIFF_MAX / sizeof(kernel::DevicePath))
+        return HAL_ERROR_ISOCH_RESOURCES_ALLOCATE;
     const std::unique_ptr<kernel::DevicePath[]> paths(new (std::nothrow)
                                                           kernel::DevicePath[request.maximumCount]);
     if (!paths)

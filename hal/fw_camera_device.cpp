@@ -1,7 +1,10 @@
 // The private record behind a HALCamera of kind 0: its life, and the way of its requests.
 #include "hal/fw_camera_device.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <iterator>
 
 #include "hal/iso_stream.h"
 
@@ -18,6 +21,27 @@ kernel::ControlResult Told(const kernel::ControlResult &result)
 
 } // namespace
 
+// All of them were cancelled at once: one second is for all.
+void ReceiveRing::EndRequests()
+{
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + std::chrono::milliseconds(kCancelPatienceMilliseconds);
+    for (ReceiveSlot &slot : slots) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::max(deadline - Clock::now(), Clock::duration::zero()));
+        if (slot.isQueued)
+            kernel::Driver().WaitFor(device, &slot.overlapped, static_cast<uint32_t>(left.count()));
+    }
+}
+
+bool ReceiveRing::IsOver()
+{
+    return std::none_of(std::begin(slots), std::end(slots), [this](ReceiveSlot &slot) {
+        return slot.isQueued && kernel::Driver().WaitFor(device, &slot.overlapped, 0).completion ==
+                                    kernel::Completion::kPending;
+    });
+}
+
 FWCameraDevice::FWCameraDevice(const char *path)
     : deviceMutex(os::Mutex::Create()), frameWaitEvent(os::Event::Create(os::ResetMode::kManual)),
       buffersQueued(os::Event::Create(os::ResetMode::kManual))
@@ -31,31 +55,44 @@ FWCameraDevice::~FWCameraDevice()
     CloseDevice();
 }
 
-kernel::ControlResult FWCameraDevice::Send(uint32_t code, const void *in, uint32_t inSize,
-                                           void *out, uint32_t outSize,
-                                           kernel::Overlapped *overlapped)
+kernel::ControlResult FWCameraDevice::Queue(ReceiveSlot &slot, uint32_t bytes)
 {
     if (!handleIsOpen.load(std::memory_order_acquire))
         return Told({kernel::Completion::kFailed, kernel::kErrorInvalidHandle, 0});
-    return Told(kernel::Driver().Control(deviceHandle.load(std::memory_order_relaxed), code, in,
-                                         inSize, out, outSize, overlapped));
+    return Told(kernel::Driver().Control(deviceHandle.load(std::memory_order_relaxed),
+                                         kernel::kControlQueueBuffer, slot.buffer, bytes,
+                                         slot.buffer, bytes, &slot.overlapped));
 }
 
-kernel::ControlResult FWCameraDevice::Wait(kernel::Overlapped *overlapped)
+kernel::ControlResult FWCameraDevice::Send(uint32_t code, DeviceRequest &request)
 {
-    return Told(kernel::Driver().Wait(deviceHandle.load(std::memory_order_relaxed), overlapped));
+    if (!handleIsOpen.load(std::memory_order_acquire))
+        return Told({kernel::Completion::kFailed, kernel::kErrorInvalidHandle, 0});
+    return request.Send(code);
+}
+
+bool FWCameraDevice::ExchangeBytes(uint32_t code, void *record, uint32_t size,
+                                   uint32_t patienceMilliseconds)
+{
+    const auto request = DeviceRequest::Make(deviceHandle.load(std::memory_order_relaxed), size);
+    if (!request) {
+        os::SetLastError(kernel::kErrorNoSystemResources);
+        return false;
+    }
+    std::memcpy(request->In(), record, size);
+    auto result = Send(code, *request);
+    if (result.completion == kernel::Completion::kPending)
+        result = request->WaitOrCancel(patienceMilliseconds);
+    if (result.completion != kernel::Completion::kDone)
+        return false;
+    std::memcpy(record, request->Out(), size);
+    return true;
 }
 
 void FWCameraDevice::CancelPending() const
 {
     if (handleIsOpen.load(std::memory_order_acquire))
         kernel::Driver().CancelPending(deviceHandle.load(std::memory_order_relaxed));
-}
-
-void FWCameraDevice::Cancel(kernel::Overlapped &request) const
-{
-    if (handleIsOpen.load(std::memory_order_acquire))
-        kernel::Driver().Cancel(deviceHandle.load(std::memory_order_relaxed), &request);
 }
 
 void FWCameraDevice::CloseDevice()

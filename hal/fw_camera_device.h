@@ -2,8 +2,9 @@
 // and its stream. Made when the device is listed, freed by HAL_CameraRelease; it can be connected
 // and disconnected many times in between.
 //
-// Threads: the thread that connects, disconnects, starts and stops is the owner's, one at a time.
-// Registers may be read and written from any thread, and the receive thread runs beside it all.
+// Threads: the calls that connect, disconnect, start and stop take turns, from any thread.
+// Registers are read and written beside them from any thread, and the receive thread runs beside it
+// all.
 #pragma once
 
 #include <atomic>
@@ -13,6 +14,9 @@
 #include "camera/assembler/frame_assembler.h"
 #include "hal/access_gate.h"
 #include "hal/camera_connection.h"
+#include "hal/device_request.h"
+#include "hal/device_turns.h"
+#include "hal/driver_memory.h"
 #include "hal/kernel_driver.h"
 #include "hal/kernel_requests.h"
 #include "platform/large_blocks.h"
@@ -27,6 +31,11 @@ inline constexpr uint32_t kDormantTransport = 1;
 
 inline constexpr uint32_t kNoChannel = 0xFFFFFFFFu;
 
+// How long the driver's answer is waited for: when something begins, for which a bus may have to
+// settle first, and when something ends.
+inline constexpr uint32_t kBeginPatienceMilliseconds = 10'000;
+inline constexpr uint32_t kEndPatienceMilliseconds = 1000;
+
 // One of the receive buffers that take turns in the kernel driver's queue.
 struct ReceiveSlot {
     uint8_t *buffer = nullptr; // kSlotsPerBuffer packet slots, in the ring's memory
@@ -34,14 +43,21 @@ struct ReceiveSlot {
     bool isQueued = false; // the driver has or had it, and its request can be waited for
 };
 
-// What a stream holds from its start to its stop.
-struct ReceiveRing {
+// What a stream holds from its start to its stop. The buffers are the driver's as long as one of
+// their requests goes on.
+struct ReceiveRing final : DriverMemory {
     Block memory;
-    std::unique_ptr<os::Mutex> bufferMutex; // over parsing and queueing
-    std::unique_ptr<os::Event> stopEvent;   // the receive thread has left its loop
+    std::unique_ptr<os::Event> stopEvent; // the receive thread has left its loop
+    kernel::DeviceHandle device = 0;      // that the buffers are queued with
     uint32_t packetSlotBytes = 0;
     uint32_t bufferBytes = 0;
+    // The driver ends no request: the receive thread leaves its loop all the same. Read between two
+    // waits; orders nothing.
+    std::atomic<bool> isGivenUp{false};
     ReceiveSlot slots[kernel::kReceiveBuffers];
+
+    void EndRequests() override;
+    [[nodiscard]] bool IsOver() override;
 };
 
 // Which of its three bookings the driver has granted and not taken back.
@@ -65,23 +81,24 @@ public:
         return deviceMutex != nullptr && frameWaitEvent != nullptr && buffersQueued != nullptr;
     }
 
-    // Sends one control request. A failure becomes the thread's last system error. Without an
-    // overlapped block it waits.
-    kernel::ControlResult Send(uint32_t code, const void *in, uint32_t inSize, void *out,
-                               uint32_t outSize, kernel::Overlapped *overlapped = nullptr);
-    kernel::ControlResult Wait(kernel::Overlapped *overlapped);
+    // Queues a buffer. A failure becomes the thread's last system error.
+    kernel::ControlResult Queue(ReceiveSlot &slot, uint32_t bytes);
 
-    // A record that goes in and comes back, and whether the driver did it.
+    // Sends a request that was made for this device; nothing goes to a closed handle. A failure
+    // becomes the thread's last system error.
+    kernel::ControlResult Send(uint32_t code, DeviceRequest &request);
+
+    // A record that goes in and comes back, and whether the driver did it, in its own time. A
+    // request that isn't over when the patience is, is cancelled.
     template <typename Record>
-    [[nodiscard]] bool Exchange(uint32_t code, Record &record)
+    [[nodiscard]] bool Exchange(uint32_t code, Record &record,
+                                uint32_t patienceMilliseconds = kEndPatienceMilliseconds)
     {
-        const auto result = Send(code, &record, sizeof record, &record, sizeof record);
-        return result.completion == kernel::Completion::kDone;
+        return ExchangeBytes(code, &record, sizeof record, patienceMilliseconds);
     }
 
-    // Cancels every request that is pending; this one.
+    // Cancels every request that is pending.
     void CancelPending() const;
-    void Cancel(kernel::Overlapped &request) const;
 
     // Closes the device handle; whatever it held is given back by the driver. The number stays
     // behind, so that what still uses it fails as on any closed handle.
@@ -100,6 +117,9 @@ public:
     std::atomic<uint32_t> speedFlag{0};     // of the last request for resources
     std::atomic<uint32_t> heldSlotBytes{0}; // of the resources; 0 without any
     uint16_t packetSize = 0;                // bytes of a packet slot, as last asked for
+
+    DeviceTurns turns;
+    std::atomic<bool> receiverWaits{false}; // for a turn, in its callback; orders nothing
 
     // Over writes and bus-event requests. Lives as long as the record, because a writer may still
     // wait for it while the connection closes.
@@ -123,7 +143,11 @@ public:
     HAL_EventCallback timedOut = nullptr; // the device was lost while streaming
     void *context = nullptr;              // of the callbacks
     threadInfo *receiveThread = nullptr;
-    std::unique_ptr<ReceiveRing> ring;
+    DriverPointer<ReceiveRing> ring;
+    uint32_t streamRegister = 0; // the last start's: where the camera is told to send no more
+
+private:
+    bool ExchangeBytes(uint32_t code, void *record, uint32_t size, uint32_t patienceMilliseconds);
 };
 
 // The record of a camera of the live transport; null if it has none, or is of another kind.

@@ -20,18 +20,18 @@ constexpr uint32_t kChannelShift = 24;
 
 // The ring for the device's slot size; null without the memory for it. The buffers are cleared, so
 // that a slot which the driver leaves out has no length.
-std::unique_ptr<ReceiveRing> MakeRing(const FWCameraDevice &device)
+DriverPointer<ReceiveRing> MakeRing(const FWCameraDevice &device)
 {
-    std::unique_ptr<ReceiveRing> ring(new (std::nothrow) ReceiveRing);
+    DriverPointer<ReceiveRing> ring(new (std::nothrow) ReceiveRing);
     if (!ring)
         return nullptr;
-    ring->bufferMutex = os::Mutex::Create();
     ring->stopEvent = os::Event::Create(os::ResetMode::kManual);
+    ring->device = device.deviceHandle.load(std::memory_order_relaxed);
     ring->packetSlotBytes = device.packetSize;
     ring->bufferBytes = device.packetSize * kernel::kSlotsPerBuffer;
     const size_t bytes = size_t{ring->bufferBytes} * kernel::kReceiveBuffers;
     ring->memory.reset(static_cast<uint8_t *>(AllocateBlock(bytes)));
-    if (!ring->bufferMutex || !ring->stopEvent || !ring->memory)
+    if (!ring->stopEvent || !ring->memory)
         return nullptr;
     std::memset(ring->memory.get(), 0, bytes);
     uint8_t *buffer = ring->memory.get();
@@ -43,25 +43,22 @@ std::unique_ptr<ReceiveRing> MakeRing(const FWCameraDevice &device)
 }
 
 // Waits for the thread's end. False, and its record kept, where it hasn't come: the caller is that
-// thread itself, or a callback doesn't return.
+// thread itself, a callback doesn't return, or it waits for this call's turn.
 bool JoinReceiveThread(FWCameraDevice &device)
 {
-    if (IsReceiveThreadOf(device) ||
-        HAL_ThreadCleanup(device.receiveThread, kStopTimeoutMilliseconds) != HAL_NO_ERROR)
+    constexpr uint32_t kBetweenLooksMilliseconds = 100;
+    if (IsReceiveThreadOf(device))
         return false;
-    device.receiveThread = nullptr;
-    return true;
-}
-
-// Frees the ring, once every request is over and the driver has let go of the buffers.
-void FreeRing(FWCameraDevice &device)
-{
-    const auto handle = device.deviceHandle.load(std::memory_order_relaxed);
-    for (ReceiveSlot &slot : device.ring->slots) {
-        if (slot.isQueued)
-            kernel::Driver().Wait(handle, &slot.overlapped);
+    for (uint32_t waited = 0; waited < kStopTimeoutMilliseconds;
+         waited += kBetweenLooksMilliseconds) {
+        if (HAL_ThreadCleanup(device.receiveThread, kBetweenLooksMilliseconds) == HAL_NO_ERROR) {
+            device.receiveThread = nullptr;
+            return true;
+        }
+        if (device.receiverWaits.load(std::memory_order_relaxed))
+            return false;
     }
-    device.ring.reset();
+    return false;
 }
 
 uint32_t FailedBecause(uint32_t systemError)
@@ -89,13 +86,7 @@ void StartReceiveThread(FWCameraDevice &device)
 bool Listen(FWCameraDevice &device)
 {
     kernel::ListenRequest request{.resources = device.resourcesHandle, .zero = {}};
-    kernel::Overlapped overlapped;
-    const std::lock_guard lock(*device.ring->bufferMutex);
-    auto result = device.Send(kernel::kControlListen, &request, sizeof request, &request,
-                              sizeof request, &overlapped);
-    if (result.completion == kernel::Completion::kPending)
-        result = device.Wait(&overlapped);
-    return result.completion == kernel::Completion::kDone;
+    return device.Exchange(kernel::kControlListen, request, kBeginPatienceMilliseconds);
 }
 
 uint32_t StartStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_t registerAddress,
@@ -107,7 +98,9 @@ uint32_t StartStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_
         return FailedBecause(kernel::kErrorInvalidHandle);
     // What an earlier stop had to leave behind. A thread can't be started from its own callback.
     if (!AbandonStream(device) || device.receiveThread != nullptr)
-        return FailedBecause(kernel::kErrorBusy);
+        return FailBusy(HAL_ERROR_ASYNC_READ);
+    FreeWhatIsOver();
+    device.streamRegister = registerAddress;
     device.stream.SetStreamingVersion(static_cast<uint8_t>(streamingVersion));
     device.ring = MakeRing(device);
     if (!device.ring)
@@ -119,16 +112,15 @@ uint32_t StartStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_
     return HAL_CameraWriteData(camera, registerAddress, &control, 1);
 }
 
-// Nothing is written any more to the frame in work.
-void DropCurrentFrame(FWCameraDevice &device)
+bool HasLeftLoop(const FWCameraDevice &device)
 {
-    const std::lock_guard lock(*device.ring->bufferMutex);
-    device.stream.Cancel();
+    return device.ring->stopEvent->Wait(0) == os::WaitResult::kSignalled;
 }
 
 // Waits until the receive thread has left its loop, and joins it. It looks at `isStreaming` when
 // its next buffer is full; a camera that streams fills one in 4 ms, with idle packets if need be.
-// Where no packet comes, the wait ends in vain, and the requests are cancelled under the thread.
+// Where no packet comes, the wait ends in vain, and the requests are cancelled under the thread;
+// where the driver ignores that, the thread leaves without them.
 //
 // The event belongs to this ring, and only the thread's end signals it: it is not reset here, or
 // the end of a thread that had left before would be waited for.
@@ -141,10 +133,12 @@ bool EndReceiveThread(FWCameraDevice &device)
         os::DebugOutput("FWCameraIsochStopThreads:Thread Stop timed out!!!\n");
     if (waited == os::WaitResult::kFailed)
         os::DebugOutput("FWCameraIsochStopThreads:Thread Stop Failed!!!\n");
-    const bool hasLeft = waited == os::WaitResult::kSignalled;
-    if (!hasLeft)
-        device.CancelPending();
-    return JoinReceiveThread(device) || hasLeft;
+    if (waited == os::WaitResult::kSignalled)
+        return JoinReceiveThread(device), true;
+    device.CancelPending();
+    if (device.ring->stopEvent->Wait(kCancelPatienceMilliseconds) != os::WaitResult::kSignalled)
+        device.ring->isGivenUp.store(true, std::memory_order_relaxed);
+    return JoinReceiveThread(device) || HasLeftLoop(device);
 }
 
 uint32_t TakeBuffersBack(FWCameraDevice &device)
@@ -158,27 +152,6 @@ uint32_t TakeBuffersBack(FWCameraDevice &device)
     return HAL_NO_ERROR;
 }
 
-uint32_t StopStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_t registerAddress)
-{
-    if (!device.isStreaming.exchange(false, std::memory_order_relaxed))
-        return HAL_NO_ERROR;
-    // An access that hangs may hold what the receive thread waits for.
-    EndHangingAccesses(device);
-    DropCurrentFrame(device);
-    const bool threadHasLeft = EndReceiveThread(device);
-    const uint32_t error = TakeBuffersBack(device);
-    if (error != HAL_NO_ERROR)
-        device.CancelPending();
-    if (threadHasLeft) {
-        // The thread may have begun another frame before it saw the stop.
-        device.stream.Cancel();
-        FreeRing(device);
-    }
-    if (error != HAL_NO_ERROR)
-        return error;
-    return WriteWithPatience(camera, registerAddress, kSendOff);
-}
-
 } // namespace
 
 StreamEnd EndOfStream(const HALCamera &camera)
@@ -188,19 +161,43 @@ StreamEnd EndOfStream(const HALCamera &camera)
                              : StreamEnd::kStopped;
 }
 
+// The thread may have begun another frame before it saw the stop.
+uint32_t StopStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_t registerAddress)
+{
+    if (!device.isStreaming.exchange(false, std::memory_order_relaxed))
+        return HAL_NO_ERROR;
+    // An access that hangs may hold what the receive thread waits for.
+    device.gate.EndPresent();
+    const bool threadHasLeft = EndReceiveThread(device);
+    const uint32_t error = TakeBuffersBack(device);
+    if (error != HAL_NO_ERROR)
+        device.CancelPending();
+    if (threadHasLeft) {
+        device.stream.Cancel();
+        device.ring.reset();
+    }
+    if (error != HAL_NO_ERROR)
+        return error;
+    return WriteWithPatience(camera, registerAddress, kSendOff);
+}
+
 bool AbandonStream(FWCameraDevice &device)
 {
     if (!device.ring && device.receiveThread == nullptr)
         return true;
+    if (IsInFrameCallbackOf(device))
+        return false;
     device.isStreaming.store(false, std::memory_order_relaxed);
-    if (device.ring)
+    if (device.ring) {
         device.CancelPending();
+        if (device.ring->stopEvent->Wait(kCancelPatienceMilliseconds) != os::WaitResult::kSignalled)
+            device.ring->isGivenUp.store(true, std::memory_order_relaxed);
+    }
     // A callback that closes its own camera runs when the thread has left the ring.
     if (!JoinReceiveThread(device) && !IsReceiveThreadOf(device))
         return false;
     device.stream.Cancel();
-    if (device.ring)
-        FreeRing(device);
+    device.ring.reset();
     return true;
 }
 
@@ -216,6 +213,13 @@ uint32_t HAL_CameraStartStreaming(HALCamera camera, uint32_t registerAddress,
     FWCameraDevice *device = LiveDeviceOf(camera);
     if (device == nullptr)
         return HAL_NO_ERROR;
+    // In a callback of the stream: the thread has to end before another can start.
+    if (IsReceiveThreadOf(*device))
+        return device->isStreaming.load(std::memory_order_relaxed) ? uint32_t{HAL_NO_ERROR}
+                                                                   : FailBusy(HAL_ERROR_ASYNC_READ);
+    const Turn turn(*device);
+    if (!turn)
+        return FailBusy(HAL_ERROR_ASYNC_READ);
     return StartStreaming(camera, *device, registerAddress, streamingVersion);
 }
 
@@ -224,6 +228,11 @@ uint32_t HAL_CameraStopStreaming(HALCamera camera, uint32_t registerAddress)
     FWCameraDevice *device = LiveDeviceOf(camera);
     if (device == nullptr)
         return HAL_NO_ERROR;
+    if (IsInFrameCallbackOf(*device))
+        return FailBusy(HAL_ERROR_STREAM_STOP);
+    const Turn turn(*device, Turn::Haste::kEndsAccesses);
+    if (!turn)
+        return FailBusy(HAL_ERROR_STREAM_STOP);
     return StopStreaming(camera, *device, registerAddress);
 }
 

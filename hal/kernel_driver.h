@@ -90,6 +90,16 @@ public:
     // Completes this one request with kErrorOperationAborted, if it is pending. Doesn't block. A
     // driver that can't tell requests apart ends all of the device's.
     virtual void Cancel(DeviceHandle device, Overlapped *) { CancelPending(device); }
+
+    // As Wait, for so many milliseconds at most: pending if the request isn't over by then; 0 only
+    // asks. May be asked after the close of the device, too: it answers pending for as long as the
+    // system may still write to the request's records. A driver that has only Wait waits without
+    // limit.
+    virtual ControlResult WaitFor(DeviceHandle device, Overlapped *overlapped,
+                                  uint32_t /*timeoutMilliseconds*/)
+    {
+        return Wait(device, overlapped);
+    }
 };
 
 // The driver of this process. Defined by bus/, which makes the choice at the first call; a test

@@ -28,4 +28,7 @@ void ReceiveThread(void *device);
 // Whether the calling thread is the receive thread of this device, in one of its callbacks.
 bool IsReceiveThreadOf(const FWCameraDevice &device);
 
+// The same, in a callback of a frame: the thread is in its loop, and the stream can't end under it.
+bool IsInFrameCallbackOf(const FWCameraDevice &device);
+
 } // namespace zerix::hal

@@ -8,8 +8,6 @@
 #include <atomic>
 #include <cstring>
 #include <mutex>
-#include <new>
-#include <optional>
 
 #include "hal/debug_text.h"
 #include "hal/transfer_trace.h"
@@ -23,6 +21,7 @@ std::atomic<uint8_t> g_shouldOutputReads{0};
 std::atomic<uint8_t> g_shouldOutputWrites{0};
 
 constexpr uint32_t kQuadletBytes = 4;
+constexpr uint32_t kBetweenLooksMilliseconds = 100;
 // More quadlets than that have no length in 32 bits.
 constexpr uint32_t kMostQuadlets = (0xFFFFFFFFu - kernel::kAsyncRequestBytes) / kQuadletBytes;
 
@@ -43,39 +42,73 @@ kernel::AsyncRequest RequestFor(uint32_t address, uint32_t count)
     return request;
 }
 
+using RequestPointer = DriverPointer<DeviceRequest>;
+
 // A write's request: the record, and the quadlets over its last word and behind it. Its length is
-// the data's and the whole record's, so that four unused bytes follow the data.
-class WriteRequest {
-public:
-    WriteRequest(uint32_t address, const uint32_t *data, uint32_t count)
-        : m_size(count * kQuadletBytes + kernel::kAsyncRequestBytes),
-          m_bytes(new (std::nothrow) uint8_t[m_size]())
-    {
-        if (!m_bytes)
-            return;
-        const auto header = RequestFor(address, count);
-        std::memcpy(m_bytes.get(), &header, sizeof header);
-        for (uint32_t i = 0; data != nullptr && i < count; ++i) {
-            const uint32_t bigEndian = Swapped(data[i]);
-            std::memcpy(m_bytes.get() + kernel::kAsyncDataOffset + size_t{i} * kQuadletBytes,
-                        &bigEndian, sizeof bigEndian);
-        }
+// the data's and the whole record's, so that four unused bytes follow the data. Null without the
+// memory.
+RequestPointer WriteRequest(const FWCameraDevice &device, uint32_t address, const uint32_t *data,
+                            uint32_t count)
+{
+    auto request = DeviceRequest::Make(device.deviceHandle.load(std::memory_order_relaxed),
+                                       count * kQuadletBytes + kernel::kAsyncRequestBytes, 0);
+    if (!request)
+        return nullptr;
+    const auto header = RequestFor(address, count);
+    std::memcpy(request->In(), &header, sizeof header);
+    for (uint32_t i = 0; data != nullptr && i < count; ++i) {
+        const uint32_t bigEndian = Swapped(data[i]);
+        std::memcpy(request->In() + kernel::kAsyncDataOffset + size_t{i} * kQuadletBytes,
+                    &bigEndian, sizeof bigEndian);
     }
+    return request;
+}
 
-    bool IsAllocated() const { return m_bytes != nullptr; }
-    const uint8_t *Bytes() const { return m_bytes.get(); }
-    uint32_t Size() const { return m_size; }
+// The quadlets come to memory of the request's own: the caller may be gone when they do.
+RequestPointer ReadRequest(const FWCameraDevice &device, uint32_t address, uint32_t count)
+{
+    const auto header = RequestFor(address, count);
+    auto request = DeviceRequest::Make(device.deviceHandle.load(std::memory_order_relaxed),
+                                       sizeof header, count * kQuadletBytes);
+    if (request)
+        std::memcpy(request->In(), &header, sizeof header);
+    return request;
+}
 
-private:
-    uint32_t m_size;
-    std::unique_ptr<uint8_t[]> m_bytes;
-};
-
-// Another thread is closing the connection.
+// Another thread is closing the connection, or has given the access up.
 uint32_t FailShutOut(uint32_t halError)
 {
     os::SetLastError(kernel::kErrorOperationAborted);
     return halError;
+}
+
+uint32_t FailWithoutMemory(uint32_t halError)
+{
+    os::SetLastError(kernel::kErrorNoSystemResources);
+    return halError;
+}
+
+// How long an access waits for the driver: for as long as nobody gives it up, or for a limited
+// time.
+enum class Limit { kNone, kPatience };
+
+// An access that is given up was cancelled long ago, and is cancelled again: it may have been sent
+// only then.
+kernel::ControlResult Await(DeviceRequest &request, const AccessGate::Pass &pass, Limit limit)
+{
+    if (limit == Limit::kPatience)
+        return request.WaitOrCancel(kAccessPatienceMilliseconds);
+    for (;;) {
+        const auto result = request.WaitFor(kBetweenLooksMilliseconds);
+        if (result.completion != kernel::Completion::kPending)
+            return result;
+        if (!pass.IsGivenUp())
+            continue;
+        request.Cancel();
+        request.GiveUp();
+        os::SetLastError(kernel::kErrorOperationAborted);
+        return {kernel::Completion::kFailed, kernel::kErrorOperationAborted, 0};
+    }
 }
 
 void TellFailedWrite(const FWCameraDevice &device, const kernel::ControlResult &result)
@@ -90,55 +123,13 @@ void TellFailedWrite(const FWCameraDevice &device, const kernel::ControlResult &
     os::SetLastError(result.systemError);
 }
 
-// Cancels what the device has pending, unless it ends in time. Without a thread for it, it waits
-// like any other request.
-class Patience {
-public:
-    explicit Patience(FWCameraDevice &device)
-        : m_device(device), m_isOver(os::Event::Create(os::ResetMode::kManual))
-    {
-        if (m_isOver)
-            m_thread = os::Thread::Start(Watch, this);
-    }
-    ~Patience()
-    {
-        if (!m_thread)
-            return;
-        m_isOver->Signal();
-        static_cast<void>(m_thread->Join(os::kWaitForever));
-    }
-    Patience(const Patience &) = delete;
-    Patience &operator=(const Patience &) = delete;
-
-private:
-    static void Watch(void *self)
-    {
-        auto &patience = *static_cast<Patience *>(self);
-        if (patience.m_isOver->Wait(kAccessPatienceMilliseconds) == os::WaitResult::kTimedOut)
-            patience.m_device.CancelPending();
-    }
-    FWCameraDevice &m_device;
-    std::unique_ptr<os::Event> m_isOver;
-    std::unique_ptr<os::Thread> m_thread;
-};
-
-kernel::ControlResult WaitFor(FWCameraDevice &device, kernel::Overlapped &overlapped,
-                              bool waitsForEver)
+uint32_t SendWrite(FWCameraDevice &device, DeviceRequest &request, const AccessGate::Pass &pass,
+                   Limit limit)
 {
-    std::optional<Patience> patience;
-    if (!waitsForEver)
-        patience.emplace(device);
-    return device.Wait(&overlapped);
-}
-
-uint32_t SendWrite(FWCameraDevice &device, const WriteRequest &request,
-                   kernel::Overlapped &overlapped, bool waitsForEver)
-{
-    auto result = device.Send(kernel::kControlAsyncWrite, request.Bytes(), request.Size(), nullptr,
-                              0, &overlapped);
+    auto result = device.Send(kernel::kControlAsyncWrite, request);
     const bool wasPending = result.completion == kernel::Completion::kPending;
     if (wasPending)
-        result = WaitFor(device, overlapped, waitsForEver);
+        result = Await(request, pass, limit);
     if (result.completion == kernel::Completion::kDone)
         return HAL_NO_ERROR;
     TellFailedWrite(device, result);
@@ -148,29 +139,40 @@ uint32_t SendWrite(FWCameraDevice &device, const WriteRequest &request,
     return HAL_ERROR_ASYNC_WRITE;
 }
 
+// Writes that wait for the mutex are at the gate already: whoever ends one that hangs ends them
+// too.
 uint32_t FWCameraWriteData(FWCameraDevice &device, uint32_t address, const uint32_t *data,
-                           uint32_t count, bool waitsForEver)
+                           uint32_t count, Limit limit)
 {
     if (device.deviceHandle.load(std::memory_order_relaxed) == 0)
         return HAL_ERROR_NOT_CONNECTED;
-    const std::lock_guard lock(*device.deviceMutex);
-    kernel::Overlapped overlapped;
-    const AccessGate::Pass pass(device.gate, overlapped);
-    if (!pass)
-        return FailShutOut(HAL_ERROR_ASYNC_WRITE);
     if (count > kMostQuadlets)
         return HAL_ERROR_ASYNC_WRITE;
-    const WriteRequest request(address, data, count);
-    if (!request.IsAllocated())
-        return HAL_ERROR_ASYNC_WRITE;
+    const auto request = WriteRequest(device, address, data, count);
+    if (!request)
+        return FailWithoutMemory(HAL_ERROR_ASYNC_WRITE);
+    const AccessGate::Pass pass(device.gate, *request, AccessGate::Kind::kWrite);
+    if (!pass)
+        return FailShutOut(HAL_ERROR_ASYNC_WRITE);
+    const std::lock_guard lock(*device.deviceMutex);
+    if (pass.IsGivenUp())
+        return FailShutOut(HAL_ERROR_ASYNC_WRITE);
     if (count == 0)
         os::DebugOutput("FWCameraWriteData:NumberOfBytesToWrite is ZERO!");
     if (data == nullptr)
         return HAL_ERROR_NO_BUFFER;
-    return SendWrite(device, request, overlapped, waitsForEver);
+    return SendWrite(device, *request, pass, limit);
 }
 
-// A read that completes at once brings host order; one that pends brings what came over the bus.
+// What pended came as it is on the bus; what was done at once is in host order.
+void CopyRead(DeviceRequest &request, bool hasPended, uint32_t *data, uint32_t count)
+{
+    if (count != 0)
+        std::memcpy(data, request.Out(), size_t{count} * kQuadletBytes);
+    for (uint32_t i = 0; hasPended && i < count; ++i)
+        data[i] = Swapped(data[i]);
+}
+
 uint32_t FWCameraReadData(FWCameraDevice &device, uint32_t address, uint32_t *data, uint32_t count)
 {
     if (device.deviceHandle.load(std::memory_order_relaxed) == 0)
@@ -179,20 +181,19 @@ uint32_t FWCameraReadData(FWCameraDevice &device, uint32_t address, uint32_t *da
         return HAL_ERROR_NO_BUFFER;
     if (count > kMostQuadlets)
         return HAL_ERROR_ASYNC_READ;
-    kernel::Overlapped overlapped;
-    const AccessGate::Pass pass(device.gate, overlapped);
+    const auto request = ReadRequest(device, address, count);
+    if (!request)
+        return FailWithoutMemory(HAL_ERROR_ASYNC_READ);
+    const AccessGate::Pass pass(device.gate, *request, AccessGate::Kind::kRead);
     if (!pass)
         return FailShutOut(HAL_ERROR_ASYNC_READ);
-    const auto request = RequestFor(address, count);
-    const auto result = device.Send(kernel::kControlAsyncRead, &request, sizeof request, data,
-                                    count * kQuadletBytes, &overlapped);
-    if (result.completion == kernel::Completion::kDone)
-        return HAL_NO_ERROR;
-    if (result.completion == kernel::Completion::kFailed ||
-        device.Wait(&overlapped).completion != kernel::Completion::kDone)
+    auto result = device.Send(kernel::kControlAsyncRead, *request);
+    const bool hasPended = result.completion == kernel::Completion::kPending;
+    if (hasPended)
+        result = Await(*request, pass, Limit::kNone);
+    if (result.completion != kernel::Completion::kDone)
         return HAL_ERROR_ASYNC_READ;
-    for (uint32_t i = 0; i < count; ++i)
-        data[i] = Swapped(data[i]);
+    CopyRead(*request, hasPended, data, count);
     return HAL_NO_ERROR;
 }
 
@@ -209,35 +210,34 @@ uint32_t Read(const HALCamera &camera, uint32_t address, uint32_t *data, uint32_
 }
 
 uint32_t Write(const HALCamera &camera, uint32_t address, const uint32_t *data, uint32_t count,
-               bool waitsForEver)
+               Limit limit)
 {
     if (camera.kind != kLiveTransport)
         return HAL_NO_ERROR;
     FWCameraDevice *device = LiveDeviceOf(camera);
     if (device == nullptr)
         return HAL_ERROR_NOT_CONNECTED;
-    return FWCameraWriteData(*device, address, data, count, waitsForEver);
+    return FWCameraWriteData(*device, address, data, count, limit);
 }
 
 uint32_t TracedWrite(const HALCamera &camera, uint32_t address, const uint32_t *data,
-                     uint32_t count, bool waitsForEver)
+                     uint32_t count, Limit limit)
 {
     if (g_shouldOutputWrites.load(std::memory_order_relaxed) == 1)
         TraceTransfer(kTransferWrite, address, data, count);
-    return Write(camera, address, data, count, waitsForEver);
+    return Write(camera, address, data, count, limit);
 }
 
 } // namespace
 
-void EndHangingAccesses(FWCameraDevice &device)
-{
-    if (!device.gate.AwaitPresent(kAccessPatienceMilliseconds))
-        device.CancelPending();
-}
-
 uint32_t WriteWithPatience(const HALCamera &camera, uint32_t address, uint32_t value)
 {
-    return TracedWrite(camera, address, &value, 1, false);
+    FWCameraDevice *device = LiveDeviceOf(camera);
+    if (device == nullptr)
+        return HAL_ERROR_NOT_CONNECTED;
+    const AccessGate::NextWrite next(device->gate);
+    device->gate.EndPresent();
+    return TracedWrite(camera, address, &value, 1, Limit::kPatience);
 }
 
 } // namespace zerix::hal
@@ -255,7 +255,7 @@ uint32_t HAL_CameraReadData(HALCamera camera, uint32_t address, uint32_t *data, 
 uint32_t HAL_CameraWriteData(HALCamera camera, uint32_t address, const uint32_t *data,
                              uint32_t count)
 {
-    return TracedWrite(camera, address, data, count, true);
+    return TracedWrite(camera, address, data, count, Limit::kNone);
 }
 
 uint32_t HAL_CameraSetShouldOutputReads(uint32_t, uint8_t on)

@@ -1,6 +1,7 @@
 // Handles, paths and waiting; what the requests do stands in bus_requests.cpp.
 #include "sim/bus_driver.h"
 
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -120,6 +121,15 @@ void BusDriver::Cancel(DeviceHandle device, Overlapped *overlapped)
     const std::lock_guard lock(Bus().Lock());
     if (const auto opened = Bus().Device(device))
         opened->EndOne(overlapped, kErrorOperationAborted);
+}
+
+ControlResult BusDriver::WaitFor(DeviceHandle, Overlapped *overlapped, uint32_t timeoutMilliseconds)
+{
+    if (overlapped == nullptr)
+        return Failed(kErrorInvalidParameter);
+    std::unique_lock lock(Bus().Lock());
+    return Bus().Requests().WaitFor(lock, *overlapped,
+                                    std::chrono::milliseconds(timeoutMilliseconds));
 }
 
 } // namespace zerix::sim

@@ -20,6 +20,8 @@ public:
     void Close(kernel::DeviceHandle device) override;
     bool IsSimulated() const override { return true; }
     void Cancel(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override;
+    kernel::ControlResult WaitFor(kernel::DeviceHandle device, kernel::Overlapped *overlapped,
+                                  uint32_t timeoutMilliseconds) override;
 };
 
 } // namespace zerix::sim

@@ -29,6 +29,20 @@ kernel::ControlResult RequestBook::Wait(std::unique_lock<std::mutex> &lock,
                                         kernel::Overlapped &request)
 {
     m_finished.wait(lock, [&] { return !IsPending(request); });
+    return ResultOf(request);
+}
+
+kernel::ControlResult RequestBook::WaitFor(std::unique_lock<std::mutex> &lock,
+                                           kernel::Overlapped &request,
+                                           std::chrono::milliseconds timeout)
+{
+    if (!m_finished.wait_for(lock, timeout, [&] { return !IsPending(request); }))
+        return {kernel::Completion::kPending, 0, 0};
+    return ResultOf(request);
+}
+
+kernel::ControlResult RequestBook::ResultOf(const kernel::Overlapped &request)
+{
     if (request.driverWords[kState] == kNeverUsed)
         return {kernel::Completion::kFailed, kernel::kErrorInvalidParameter, 0};
     return {static_cast<kernel::Completion>(request.driverWords[kCompletion]),

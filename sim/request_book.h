@@ -2,6 +2,7 @@
 // block. Guarded by the bus's lock.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -20,7 +21,13 @@ public:
     // Waits until the request is over, and gives its result. The lock is given up meanwhile.
     kernel::ControlResult Wait(std::unique_lock<std::mutex> &lock, kernel::Overlapped &request);
 
+    // The same, for so long at most: pending if it isn't over by then.
+    kernel::ControlResult WaitFor(std::unique_lock<std::mutex> &lock, kernel::Overlapped &request,
+                                  std::chrono::milliseconds timeout);
+
 private:
+    static kernel::ControlResult ResultOf(const kernel::Overlapped &request);
+
     std::condition_variable m_finished;
 };
 

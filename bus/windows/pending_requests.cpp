@@ -2,6 +2,7 @@
 #include "bus/windows/pending_requests.h"
 
 #include <new>
+#include <set>
 
 namespace zerix::bus {
 
@@ -45,14 +46,35 @@ ControlResult Stored(const Overlapped &overlapped)
             static_cast<uint32_t>(overlapped.driverWords[kBytesWord])};
 }
 
-// The result of a request that is over at once, for a later wait, too.
-ControlResult Over(Overlapped *overlapped, const ControlResult &result)
-{
-    if (overlapped != nullptr) {
-        overlapped->driverWords[kRequestWord] = 0;
-        Store(*overlapped, result);
+// The owners of requests that may be going on: of every open device, and of each whose handle was
+// closed and has not ended them all.
+class Owners {
+public:
+    void Add(uintptr_t owner)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_owners.insert(owner);
     }
-    return result;
+    void Remove(uintptr_t owner)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_owners.erase(owner);
+    }
+    bool Has(uintptr_t owner)
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_owners.contains(owner);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::set<uintptr_t> m_owners;
+};
+
+Owners &OwnersOfPending()
+{
+    static auto &owners = *new Owners;
+    return owners;
 }
 
 } // namespace
@@ -61,6 +83,7 @@ PendingRequests::PendingRequests(SystemCalls &system, SystemHandle device)
     : m_system(system), m_device(device), m_owner(NewOwner())
 {
     KeptForEver(); // made here, where there may lack the memory for it
+    OwnersOfPending().Add(m_owner);
 }
 
 // Nobody is inside any more, but there may be requests that nobody waited for. One that even the
@@ -78,6 +101,7 @@ PendingRequests::~PendingRequests()
     }
     for (const Request &request : m_requests)
         m_system.CloseHandle(request.block.event);
+    OwnersOfPending().Remove(m_owner);
 }
 
 std::list<PendingRequests::Request> &PendingRequests::KeptForEver()
@@ -106,22 +130,60 @@ ControlResult PendingRequests::Send(uint32_t code, const Buffers &buffers, Overl
     // A close that came while the request was on its way cancelled too early for it.
     if (m_isClosed.load())
         CancelAll();
-    return Over(overlapped, ResultOf(*request, nullptr));
+    const ControlResult result = Over(overlapped, ResultOf(*request, nullptr));
+    // It did pend, and its quadlets are as they came over the bus: the caller has to know.
+    return overlapped != nullptr && result.completion == Completion::kDone ? kPendingResult
+                                                                           : result;
 }
 
 ControlResult PendingRequests::Wait(Overlapped &overlapped)
 {
-    Request *request = nullptr;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (overlapped.driverWords[kRequestWord] != 0 &&
-            overlapped.driverWords[kOwnerWord] != m_owner)
-            return Failed(kErrorInvalidHandle);
-        request = RequestIn(overlapped);
-    }
+    bool isAnothers = false;
+    Request *const request = PendingIn(overlapped, &isAnothers);
+    if (isAnothers)
+        return Failed(kErrorInvalidHandle);
     if (request != nullptr)
         Store(overlapped, ResultOf(*request, &overlapped));
     return Stored(overlapped);
+}
+
+ControlResult PendingRequests::WaitFor(Overlapped &overlapped, uint32_t timeoutMilliseconds)
+{
+    bool isAnothers = false;
+    const Request *const request = PendingIn(overlapped, &isAnothers);
+    if (isAnothers)
+        return AfterTheClose(overlapped);
+    if (request != nullptr && !m_system.WaitForEvent(request->block.event, timeoutMilliseconds))
+        return kPendingResult;
+    return Wait(overlapped);
+}
+
+ControlResult PendingRequests::AfterTheClose(const Overlapped &overlapped)
+{
+    const uintptr_t owner = overlapped.driverWords[kOwnerWord];
+    if (overlapped.driverWords[kRequestWord] != 0)
+        return OwnersOfPending().Has(owner) ? kPendingResult : Failed(kErrorInvalidHandle);
+    return owner != 0 ? Stored(overlapped) : Failed(kErrorInvalidHandle);
+}
+
+PendingRequests::Request *PendingRequests::PendingIn(const Overlapped &overlapped, bool *isAnothers)
+{
+    const std::lock_guard lock(m_mutex);
+    *isAnothers =
+        overlapped.driverWords[kRequestWord] != 0 && overlapped.driverWords[kOwnerWord] != m_owner;
+    return RequestIn(overlapped);
+}
+
+// Under the lock, beside a Cancel that looks for a request in the block.
+ControlResult PendingRequests::Over(Overlapped *overlapped, const ControlResult &result)
+{
+    if (overlapped != nullptr) {
+        const std::lock_guard lock(m_mutex);
+        overlapped->driverWords[kRequestWord] = 0;
+        overlapped->driverWords[kOwnerWord] = m_owner;
+        Store(*overlapped, result);
+    }
+    return result;
 }
 
 // Under the lock, so that the request can't be over and on its way for somebody else by then.

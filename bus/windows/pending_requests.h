@@ -31,6 +31,11 @@ public:
                                kernel::Overlapped *overlapped);
     // As KernelDriver::Wait.
     kernel::ControlResult Wait(kernel::Overlapped &overlapped);
+    // As KernelDriver::WaitFor.
+    kernel::ControlResult WaitFor(kernel::Overlapped &overlapped, uint32_t timeoutMilliseconds);
+    // The same for a block whose device is closed: pending if not even the closed handle has ended
+    // its request, the result of one that was over before.
+    static kernel::ControlResult AfterTheClose(const kernel::Overlapped &overlapped);
     void CancelAll() { m_system.CancelIo(m_device, nullptr); }
     // As KernelDriver::Cancel.
     void Cancel(kernel::Overlapped &overlapped);
@@ -47,6 +52,10 @@ private:
     };
 
     static std::list<Request> &KeptForEver();
+    // Stores the result of a request that is over at once, for a later wait, too.
+    kernel::ControlResult Over(kernel::Overlapped *overlapped, const kernel::ControlResult &result);
+    // The request that pends in a block; null without one.
+    Request *PendingIn(const kernel::Overlapped &overlapped, bool *isAnothers);
     // Null without the memory for another, and when the device is closed.
     Request *Take();
     kernel::ControlResult NotSent() const; // because there was none to take

@@ -60,6 +60,14 @@ ControlResult WindowsDriver::Wait(DeviceHandle device, Overlapped *overlapped)
     return requests ? requests->Wait(*overlapped) : kNotOpen;
 }
 
+ControlResult WindowsDriver::WaitFor(DeviceHandle device, Overlapped *overlapped,
+                                     uint32_t timeoutMilliseconds)
+{
+    const auto requests = RequestsOf(device);
+    return requests ? requests->WaitFor(*overlapped, timeoutMilliseconds)
+                    : PendingRequests::AfterTheClose(*overlapped);
+}
+
 void WindowsDriver::CancelPending(DeviceHandle device)
 {
     if (const auto requests = RequestsOf(device))

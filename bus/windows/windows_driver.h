@@ -28,6 +28,8 @@ public:
     void Close(kernel::DeviceHandle device) override;
     bool IsSimulated() const override { return false; }
     void Cancel(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override;
+    kernel::ControlResult WaitFor(kernel::DeviceHandle device, kernel::Overlapped *overlapped,
+                                  uint32_t timeoutMilliseconds) override;
 
 private:
     // Null for a device that isn't open.

@@ -2,7 +2,12 @@
  * their isochronous stream. Everything returns a 32-bit error number, 0 for success, unless told
  * otherwise. Applications use zerix.h; this layer is exported for those who drive the hardware
  * themselves. Nothing here tests whether the library is loaded. A pointer is given, unless null is
- * told to be allowed. Any thread may call, one at a time for the same record.
+ * told to be allowed. Any thread may call, one at a time for the same
+ * record; the calls for a camera may meet. Connect, disconnect, start, stop and a change of the
+ * packet size of one camera wait for each other: a second start or stop finds the work done. They
+ * fail with the system's error 170 in a callback of a frame, because the stream can't end under its
+ * own thread, and after half a minute without their turn. The callback of a lost device may stop
+ * and disconnect the camera.
  *   camera  in: a connected camera
  */
 #ifndef ZERIX_ZERIX_HAL_H
@@ -74,9 +79,11 @@ typedef void (*HAL_ThreadRoutine)(void *parameter);
 ZERIX_API uint32_t HAL_ThreadCreate(HAL_ThreadRoutine routine, void *parameter,
                                     threadInfo **thread);
 
-/* Ends a running thread against its will and closes its handle; the record stays.
- *   thread  in, out: the thread
- *   HAL_ERROR_THREAD_TERMINATE  it could not be ended */
+/* Ends a running thread against its will and closes its handle; the record stays. On Linux the
+ * thread ends at its next wait, the objects of its routine are destroyed, and a register access
+ * that it was in is cancelled; a routine that doesn't wait within a second is not ended and runs
+ * on. On Windows the thread ends where it is, and what its routine holds stays held. thread  in,
+ * out: the thread HAL_ERROR_THREAD_TERMINATE  it could not be ended */
 ZERIX_API uint32_t HAL_ThreadTerminate(threadInfo *thread);
 
 /* Waits for the thread's end, closes the handle and frees the record.
@@ -186,15 +193,14 @@ typedef struct tStFrameInfo *(*HAL_FrameCallback)(void *context);
 typedef void (*HAL_EventCallback)(void *context);
 
 /* Lists the cameras on the bus. Connects to each for a moment and reads its model number, which
- * takes a fraction of a second.
+ * takes a fraction of a second. Every failure is the one error, a lack of memory too.
  *   list             out: the array, to be freed with HAL_MemoryFree after HAL_CameraRelease of
  *                    each row
  *   modelAddress     in: of the register with the model number
  *   modelAddressAlt  in: where that is looked for next
  *   maximumCount     in: rows at most
  *   count            out: rows of the array
- *   HAL_ERROR_NOT_CONNECTED  the devices can't be listed
- *   HAL_ERROR_ISOCH_RESOURCES_ALLOCATE  no memory */
+ *   HAL_ERROR_NOT_CONNECTED  the devices can't be listed */
 ZERIX_API uint32_t HAL_CameraGetList(HALCamera **list, uint32_t modelAddress,
                                      uint32_t modelAddressAlt, uint32_t maximumCount,
                                      uint32_t *count);
@@ -220,11 +226,13 @@ ZERIX_API uint32_t HAL_CameraConnect(HALCamera *camera, uint16_t packetSize,
                                      HAL_EventCallback frameDone, HAL_EventCallback overrun,
                                      HAL_EventCallback timedOut, void *context);
 
-/* Gives back what HAL_CameraConnect took and closes the device. A camera that isn't connected is
- * left alone. Blocks for the kernel driver's answers.
+/* Stops a stream, gives back what the camera holds on the bus and closes the device. A camera that
+ * isn't connected is left alone. Register accesses of other threads that hang are cancelled. Blocks
+ * for the kernel driver's answers.
  *   camera  in, out: the camera
  *   HAL_ERROR_ISOCH_BANDWIDTH_FREE, HAL_ERROR_ISOCH_CHANNEL_FREE, HAL_ERROR_ISOCH_RESOURCES_FREE
- *           that could not be given back */
+ *           that could not be given back. The camera stays connected, unless the system says that
+ *           the device is lost: it is then disconnected, and the next call returns 0 */
 ZERIX_API uint32_t HAL_CameraDisconnect(HALCamera *camera);
 
 /* Frees the private record of a camera that isn't connected; the HALCamera is its owner's.
@@ -279,11 +287,13 @@ ZERIX_API uint32_t HAL_CameraGetTimeout(HALCamera camera);
  *   HAL_ERROR_NOT_IMPLEMENTED  always, of a live camera */
 ZERIX_API uint32_t HAL_CameraSetTimeout(HALCamera camera, uint32_t milliseconds);
 
-/* Starts the thread that receives images, and tells the camera to send.
+/* Starts the thread that receives images, and tells the camera to send. A receive buffer that fails
+ * is passed over, and the frame lacks its data; 60 in a row count as a lost device.
  *   registerAddress   in: the camera's isochronous control register
  *   streamingVersion  in: format of the image packets: 0, 1 or 2
  *   context           in: what the callbacks are given
- *   HAL_ERROR_ASYNC_READ  the kernel driver doesn't listen
+ *   HAL_ERROR_ASYNC_READ  the kernel driver doesn't listen, the device isn't open, there is no
+ *                         memory, or an earlier stream's callback hasn't returned
  *   HAL_ERROR_NOT_CONNECTED, HAL_ERROR_ASYNC_WRITE, HAL_ERROR_NO_SYSTEM_RESOURCES
  *                         as with HAL_CameraWriteData
  * Blocks for the camera's answer. */
@@ -296,11 +306,12 @@ ZERIX_API uint32_t HAL_CameraStartStreaming(HALCamera camera, uint32_t registerA
  *   HAL_ERROR_ISOCH_RESOURCES_FREE  the buffers could not be taken back
  *   HAL_ERROR_NOT_CONNECTED, HAL_ERROR_ASYNC_WRITE, HAL_ERROR_NO_SYSTEM_RESOURCES
  *                                   as with HAL_CameraWriteData
- * Blocks until the thread has ended, up to five seconds where no packets come. */
+ * Blocks until the thread has ended, up to five seconds where no packets come, and up to a second
+ * for each request that the kernel driver keeps although it is cancelled. */
 ZERIX_API uint32_t HAL_CameraStopStreaming(HALCamera camera, uint32_t registerAddress);
 
 /* Blocks until HAL_CameraStopWaitingForFrame, on another thread.
- *   returns  0, always */
+ *   HAL_ERROR_CONDITION  the system's wait failed */
 ZERIX_API uint32_t HAL_CameraWaitingForFrame(HALCamera camera);
 
 /* Ends that wait, or the next one. Doesn't block.
@@ -317,8 +328,8 @@ ZERIX_API uint32_t HAL_CameraConnectionSpeed(HALCamera camera, uint16_t *speed);
  *   returns  0, always */
 ZERIX_API uint32_t HAL_CameraFastestPacketSizeSupported(HALCamera camera, uint16_t *size);
 
-/* Change the size of the image packets of a camera that doesn't stream: give back what the camera
- * holds on the bus and take anew. What was taken before an error stays taken until the next call or
+/* Change the size of the image packets: stop a stream, give back what the camera holds on the bus
+ * and take anew. What was taken before an error stays taken until the next call or
  * the disconnect, which give back exactly that. A smaller size may succeed where a larger one was
  * refused.
  *   camera      in, out: the camera

@@ -397,6 +397,56 @@ TEST_F(WindowsRequests, OnTheirWayWhenTheDeviceClosesDoNotPend)
     EXPECT_EQ(system.log, (Lines{"cancel all", "cancel all", "close"}));
 }
 
+// Its quadlets came over the bus, and only a read that pends is turned to the host's order.
+TEST_F(WindowsRequests, ThatEndWellInTheMiddleOfACloseHavePended)
+{
+    system.endsWhenCancelled = false;
+    system.duringControl = [this] { driver.Close(device); };
+    system.Expect({.code = 0x22207A, .error = kErrorIoPending, .laterBytes = 4});
+    Expect(Send(kControlAsyncRead, &overlapped), Completion::kPending, 0, 0);
+    Expect(driver.WaitFor(device, &overlapped, 0), Completion::kDone, 0, 4);
+}
+
+TEST_F(WindowsRequests, AreWaitedForAsLongAsTheCallerHasPatience)
+{
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+    Send(kControlQueueBuffer, &overlapped);
+    Expect(driver.WaitFor(device, &overlapped, 250), Completion::kPending, 0, 0);
+    Expect(driver.WaitFor(device, &overlapped, 0), Completion::kPending, 0, 0);
+    EXPECT_EQ(system.timeouts, (std::vector<uint32_t>{250, 0}));
+    driver.Cancel(device, &overlapped);
+    Expect(driver.WaitFor(device, &overlapped, 1000), Completion::kFailed, 995, 0);
+    // Its last result, without a wait.
+    Expect(driver.WaitFor(device, &overlapped, 1000), Completion::kFailed, 995, 0);
+    EXPECT_EQ(system.timeouts, (std::vector<uint32_t>{250, 0, 1000}));
+}
+
+TEST_F(WindowsRequests, ThatOnlyTheClosedHandleEndsAreOverBehindIt)
+{
+    system.endsWhenCancelled = false;
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+    Send(kControlQueueBuffer, &overlapped);
+    driver.Close(device);
+    Expect(driver.WaitFor(device, &overlapped, 0), Completion::kFailed, 6, 0);
+}
+
+// The system may yet write to the caller's buffers.
+TEST_F(WindowsRequests, ThatNothingEndsArePendingBehindTheClose)
+{
+    system.endsWhenCancelled = false;
+    system.endsWhenClosed = false;
+    system.Expect({.code = 0x22A0BA, .error = kErrorIoPending});
+    Send(kControlQueueBuffer, &overlapped);
+    driver.Close(device);
+    abandonedEvents = 1;
+    Expect(driver.WaitFor(device, &overlapped, 0), Completion::kPending, 0, 0);
+    DeviceHandle next = 0;
+    ASSERT_EQ(driver.Open("\\\\?\\next", &next), 0u);
+    Expect(driver.WaitFor(next, &overlapped, 0), Completion::kPending, 0, 0);
+    Expect(driver.Wait(next, &overlapped), Completion::kFailed, 6, 0);
+    system.log.clear();
+}
+
 TEST_F(WindowsRequests, ToAClosedDeviceFail)
 {
     driver.Close(device);

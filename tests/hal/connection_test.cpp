@@ -213,6 +213,30 @@ TEST_F(ConnectionTest, KeepsTheConnectionWhenGivingBackFails)
     EXPECT_EQ(driver.Calls(), (Calls{"22A0A4", "22A08C", "close"})) << "the rest";
 }
 
+// Its handle would keep the device from coming back.
+TEST_F(ConnectionTest, ClosesTheHandleOfALostDevice)
+{
+    const FreeFailure failures[] = {
+        {kernel::kControlFreeResources, 29, {"22A0B4", "close"}},
+        {kernel::kControlFreeChannel, 27, {"22A0B4", "22A0AC", "close"}},
+        {kernel::kControlFreeBandwidth, 25, {"22A0B4", "22A0AC", "22A0A4", "close"}},
+    };
+    for (const FreeFailure &failure : failures)
+        for (const uint32_t systemError : {2u, 6u, 55u, 433u, 1167u, 1617u}) {
+            BeConnected();
+            driver.Next(failure.code, Fails(systemError));
+            EXPECT_EQ(HAL_CameraDisconnect(&camera), failure.error);
+            EXPECT_EQ(os::LastError(), systemError);
+            EXPECT_EQ(driver.Calls(), failure.calls);
+            EXPECT_EQ(driver.OpenHandles(), 0u);
+            EXPECT_EQ(camera.isConnected, 0u);
+            EXPECT_EQ(hal::OpenDeviceOf(camera), 0u);
+            EXPECT_EQ(hal::HeldPacketBytes(camera), 0u);
+            EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
+            EXPECT_EQ(driver.Calls(), failure.calls) << "nothing more";
+        }
+}
+
 TEST_F(ConnectionTest, DisconnectsEvenIfTheBusEventCannotBeCancelled)
 {
     BeConnected();

@@ -257,4 +257,14 @@ TEST_F(DeviceList, FailsWithoutAWorkArea)
     }
 }
 
+// More paths than the address space holds, where it is small.
+TEST_F(DeviceList, AMaximumBeyondAllMemoryIsAnError)
+{
+    HALCamera *list = nullptr;
+    uint32_t count = 77;
+    EXPECT_EQ(HAL_CameraGetList(&list, 0, 0, 0xFFFFFFFF, &count), 17u);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(count, 77u);
+}
+
 } // namespace

@@ -1,7 +1,5 @@
 // Starting and stopping the stream, and the receive thread.
 #include <chrono>
-#include <mutex>
-#include <utility>
 
 #include "hal/camera_connection.h"
 #include "tests/hal/stream_fixture.h"
@@ -150,48 +148,25 @@ TEST_F(IsoStream, WritesNothingToAFrameAfterTheStop)
     EXPECT_EQ(sink.doneCount, 0u);
 }
 
-// Lets a stop pass first that comes while the receive thread is on its way to parse a buffer.
-class StopFirstMutex final : public os::Mutex {
-public:
-    void lock() override
-    {
-        const bool isReceiving = std::this_thread::get_id() != m_stopper;
-        if (isReceiving) {
-            m_receiverIsHere->Signal();
-            m_stopHasPassed->Wait();
-        }
-        m_mutex.lock();
-    }
-    void unlock() override
-    {
-        m_mutex.unlock();
-        if (std::this_thread::get_id() == m_stopper)
-            m_stopHasPassed->Signal();
-    }
-    bool AwaitReceiver() { return m_receiverIsHere->Wait(20000) == os::WaitResult::kSignalled; }
-
-private:
-    const std::thread::id m_stopper = std::this_thread::get_id();
-    std::mutex m_mutex;
-    std::unique_ptr<os::Semaphore> m_receiverIsHere = os::Semaphore::Create(0, 100);
-    std::unique_ptr<os::Semaphore> m_stopHasPassed = os::Semaphore::Create(0, 100);
-};
-
-// A frame that begins after the stop has dropped the one before must be dropped too.
+// A frame that begins after the stop has begun must be dropped too.
 TEST_F(IsoStream, DropsAFrameThatBeginsWhileItStops)
 {
     BeStreaming();
-    const auto before =
-        std::exchange(Device().ring->bufferMutex, std::make_unique<StopFirstMutex>());
-    auto &mutex = static_cast<StopFirstMutex &>(*Device().ring->bufferMutex);
+    const auto hasBegun = os::Event::Create(os::ResetMode::kManual);
+    sink.duringPeek = [&] {
+        hasBegun->Signal();
+        while (Device().isStreaming.load())
+            std::this_thread::yield();
+    };
     sink.frame.valid = true;
-    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, {1, 2, 3, 4})}));
-    ASSERT_TRUE(mutex.AwaitReceiver());
+    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, {1, 2, 3, 4}), ContinuingPacket(1, 4, {9, 9})}));
+    ASSERT_EQ(hasBegun->Wait(20000), os::WaitResult::kSignalled);
     EXPECT_EQ(Stop(), 0u);
     EXPECT_EQ(sink.data, (Bytes{1, 2, 3, 4, 0, 0, 0, 0})) << "it had begun";
     EXPECT_TRUE(sink.frame.finished);
     EXPECT_FALSE(sink.frame.valid);
     EXPECT_EQ(sink.doneCount, 0u);
+    sink.duringPeek = {};
     BeStreaming();
     ASSERT_TRUE(driver.Fill({ContinuingPacket(1, 4, {5, 6, 7, 8})}));
     EXPECT_EQ(Stop(), 0u);
@@ -253,11 +228,65 @@ TEST_F(IsoStream, TellsOfALossThatShowsWhenABufferIsQueued)
     EXPECT_EQ(sink.timedOutCount, 6u);
 }
 
-TEST_F(IsoStream, TellsOfABufferThatFails)
+TEST_F(IsoStream, TellsOfALossThatShowsInABuffer)
+{
+    for (const uint32_t error : {2u, 6u, 55u, 433u, 1167u, 1617u}) {
+        BeStreaming();
+        ASSERT_TRUE(driver.FailBuffer(error));
+        ASSERT_TRUE(sink.AwaitTimedOut()) << error;
+        EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kLost);
+        EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    }
+    EXPECT_EQ(sink.timedOutCount, 6u);
+}
+
+// A bus reset fails buffers of a device that is still there.
+TEST_F(IsoStream, PassesOverAFailedBufferAndQueuesItAgain)
 {
     BeStreaming();
-    ASSERT_TRUE(driver.FailBuffer(kernel::kErrorGenFailure));
+    uint32_t queued = 60;
+    for (const uint32_t error : {31u, 1117u, 121u, 995u}) {
+        ASSERT_TRUE(driver.FailBuffer(error));
+        ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, ++queued)) << error;
+        ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+        ASSERT_TRUE(sink.AwaitFrame()) << error;
+        ++queued;
+    }
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kRunning);
+    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(sink.timedOutCount, 0u);
+    EXPECT_EQ(sink.doneCount, 4u);
+}
+
+// What the memory of a failed buffer holds is old.
+TEST_F(IsoStream, ParsesNothingOfAFailedBuffer)
+{
+    BeStreaming();
+    for (uint32_t i = 0; i < 60; ++i)
+        ASSERT_TRUE(driver.Fill({WholeFramePacket(static_cast<uint8_t>(i), kFrame)}));
+    for (uint32_t i = 0; i < 60; ++i)
+        ASSERT_TRUE(sink.AwaitFrame());
+    ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 120));
+    ASSERT_TRUE(driver.FailBuffer(31));
+    ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 121));
+    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(sink.doneCount, 60u);
+}
+
+TEST_F(IsoStream, SixtyFailedBuffersInARowAreALoss)
+{
+    BeStreaming();
+    for (int i = 0; i < 59; ++i)
+        ASSERT_TRUE(driver.FailBuffer(31));
+    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+    ASSERT_TRUE(sink.AwaitFrame());
+    for (int i = 0; i < 59; ++i)
+        ASSERT_TRUE(driver.FailBuffer(31));
+    ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 60 + 59 + 1 + 59));
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kRunning);
+    ASSERT_TRUE(driver.FailBuffer(31));
     ASSERT_TRUE(sink.AwaitTimedOut());
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kLost);
     EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
     EXPECT_EQ(sink.timedOutCount, 1u);
 }
@@ -386,15 +415,34 @@ TEST_F(IsoStream, FreesEverythingWhenTheDriverDoesNotStop)
     }
 }
 
-TEST_F(IsoStream, DisconnectEndsAStreamThatNobodyStopped)
+// Given back first, the resources take the buffers along, which looks like a loss.
+TEST_F(IsoStream, ADisconnectStopsTheStreamFirst)
 {
     BeStreaming();
-    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
-    EXPECT_EQ(OwnersCalls(), (Calls{"22A0B4", "22A0AC", "22A0A4", "22A08C", "cancel", "close"}));
+    const uint32_t error = WithAnIdleBuffer([this] { return HAL_CameraDisconnect(&camera); });
+    EXPECT_EQ(error, 0u);
+    EXPECT_EQ(OwnersCalls(), (Calls{"22A0C4", "22A0BC", "22A07C", "22A0B4", "22A0AC", "22A0A4",
+                                    "22A08C", "close"}));
+    EXPECT_EQ(driver.Requests(kernel::kControlAsyncWrite).at(0).Words()[4], kEnableRegister);
     EXPECT_EQ(driver.Count(kernel::kControlStreamEnd), 1u);
     EXPECT_EQ(Device().ring, nullptr);
     EXPECT_EQ(sink.timedOutCount, 0u);
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kStopped);
     EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+}
+
+TEST_F(IsoStream, AChangeOfThePacketSizeStopsTheStreamFirst)
+{
+    BeStreaming();
+    const uint32_t error =
+        WithAnIdleBuffer([this] { return HAL_CameraReallocateBandwidth(&camera, 2000, 1); });
+    EXPECT_EQ(error, 0u);
+    EXPECT_EQ(OwnersCalls(), (Calls{"22A0C4", "22A0BC", "22A07C", "22A0B4", "22A0AC", "22A0A4",
+                                    "22A0A0", "22A0A8", "22A0B0"}));
+    EXPECT_EQ(sink.timedOutCount, 0u);
+    EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kStopped);
+    BeStreaming();
+    EXPECT_EQ(Stop(), 0u);
 }
 
 TEST_F(IsoStream, ReleaseEndsAStreamThatNobodyStopped)

@@ -60,6 +60,7 @@ std::vector<uint32_t> SentRequest::Words() const
 Answer Fails(uint32_t systemError) { return {Completion::kFailed, systemError, {}}; }
 Answer Pends(const Bytes &out) { return {Completion::kPending, 0, out}; }
 Answer PendsAndFails(uint32_t systemError) { return {Completion::kPending, systemError, {}}; }
+Answer Hangs() { return {.completion = Completion::kPending, .hangs = true}; }
 Bytes Word(uint32_t value) { return OneWordIn(4, 0, value); }
 
 ScriptedDriver &ScriptedDriver::Get()
@@ -83,6 +84,9 @@ void ScriptedDriver::Reset()
     m_counts.clear();
     m_pending.clear();
     m_pending.reserve(256);
+    m_hanging.clear();
+    ignoresCancel = false;
+    ignoresClose = false;
     m_open.clear();
     m_nextHandle = 0x1001;
     m_isUnplugged = false;
@@ -143,10 +147,44 @@ void ScriptedDriver::Unplug()
 
 void ScriptedDriver::FailPending(uint32_t systemError)
 {
+    for (const PendingBuffer &hanging : m_hanging)
+        Settle(*hanging.overlapped, kHasFailed, systemError, 0);
+    m_hanging.clear();
+    FailBuffers(systemError);
+}
+
+void ScriptedDriver::FailBuffers(uint32_t systemError)
+{
     for (const PendingBuffer &pending : m_pending)
         Settle(*pending.overlapped, kHasFailed, systemError, 0);
     m_pending.clear();
     m_changed.notify_all();
+}
+
+void ScriptedDriver::EndAll()
+{
+    const std::lock_guard lock(m_mutex);
+    for (auto *list : {&m_pending, &m_hanging}) {
+        for (const PendingBuffer &pending : *list) {
+            if (pending.size != 0)
+                std::memset(pending.buffer, 0xEE, pending.size);
+            Settle(*pending.overlapped, kIsOver, 0, pending.size);
+        }
+        list->clear();
+    }
+    m_changed.notify_all();
+}
+
+size_t ScriptedDriver::Hanging()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_hanging.size();
+}
+
+bool ScriptedDriver::AwaitHanging(size_t count)
+{
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_for(lock, kDeadline, [&] { return m_hanging.size() == count; });
 }
 
 std::vector<std::string> ScriptedDriver::Calls()
@@ -294,13 +332,19 @@ ControlResult ScriptedDriver::Control(kernel::DeviceHandle device, uint32_t code
     auto &scripted = m_answers[code];
     if (scripted.empty() && code == kernel::kControlQueueBuffer)
         return Queue(out, outSize, overlapped);
-    if (code == kernel::kControlDetachBuffers &&
+    if (code == kernel::kControlDetachBuffers && !ignoresCancel &&
         (scripted.empty() || scripted.front().completion == Completion::kDone))
-        FailPending(kernel::kErrorOperationAborted);
+        FailBuffers(kernel::kErrorOperationAborted);
     if (scripted.empty())
         return Give(DefaultAnswer(code), out, outSize, overlapped);
     const Answer answer = scripted.front();
     scripted.pop_front();
+    if (answer.hangs) {
+        Settle(*overlapped, kIsPending, 0, 0);
+        m_hanging.push_back({overlapped, static_cast<uint8_t *>(out), outSize});
+        m_changed.notify_all();
+        return {Completion::kPending, 0, 0};
+    }
     return Give(answer, out, outSize, overlapped);
 }
 
@@ -311,11 +355,38 @@ ControlResult ScriptedDriver::Wait(kernel::DeviceHandle, kernel::Overlapped *ove
     return ResultOf(*overlapped);
 }
 
+ControlResult ScriptedDriver::WaitFor(kernel::DeviceHandle, kernel::Overlapped *overlapped,
+                                      uint32_t timeoutMilliseconds)
+{
+    std::unique_lock lock(m_mutex);
+    if (!m_changed.wait_for(lock, std::chrono::milliseconds(timeoutMilliseconds),
+                            [overlapped] { return overlapped->driverWords[kState] != kIsPending; }))
+        return {Completion::kPending, 0, 0};
+    return ResultOf(*overlapped);
+}
+
 void ScriptedDriver::CancelPending(kernel::DeviceHandle)
 {
     const std::lock_guard lock(m_mutex);
     Log("cancel");
-    FailPending(kernel::kErrorOperationAborted);
+    if (!ignoresCancel)
+        FailPending(kernel::kErrorOperationAborted);
+}
+
+void ScriptedDriver::Cancel(kernel::DeviceHandle, kernel::Overlapped *overlapped)
+{
+    const std::lock_guard lock(m_mutex);
+    Log("cancel one");
+    if (ignoresCancel)
+        return;
+    for (auto *list : {&m_pending, &m_hanging})
+        std::erase_if(*list, [&](const PendingBuffer &pending) {
+            if (pending.overlapped != overlapped)
+                return false;
+            Settle(*overlapped, kHasFailed, kernel::kErrorOperationAborted, 0);
+            return true;
+        });
+    m_changed.notify_all();
 }
 
 void ScriptedDriver::Close(kernel::DeviceHandle device)
@@ -323,13 +394,26 @@ void ScriptedDriver::Close(kernel::DeviceHandle device)
     const std::lock_guard lock(m_mutex);
     Log("close");
     std::erase(m_open, device);
-    FailPending(kernel::kErrorOperationAborted);
+    if (!ignoresClose)
+        FailPending(kernel::kErrorOperationAborted);
 }
 
 } // namespace zerix::test
 
+namespace {
+
+std::atomic<zerix::kernel::KernelDriver *> g_inItsPlace{nullptr};
+
+} // namespace
+
+void zerix::test::UseDriver(kernel::KernelDriver *driver) { g_inItsPlace = driver; }
+
 namespace zerix::kernel {
 
-KernelDriver &Driver() { return test::ScriptedDriver::Get(); }
+KernelDriver &Driver()
+{
+    KernelDriver *const other = g_inItsPlace;
+    return other != nullptr ? *other : test::ScriptedDriver::Get();
+}
 
 } // namespace zerix::kernel

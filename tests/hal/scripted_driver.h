@@ -38,12 +38,17 @@ struct Answer {
     kernel::Completion completion = kernel::Completion::kDone;
     uint32_t systemError = 0;
     Bytes out = {};
+    bool hangs = false; // pends until it is cancelled, or ended by the test
 };
 
 Answer Fails(uint32_t systemError);
 Answer Pends(const Bytes &out);
 Answer PendsAndFails(uint32_t systemError);
+Answer Hangs();
 Bytes Word(uint32_t value);
+
+// Puts a driver in the place of the scripted one; null brings that back. While no camera is open.
+void UseDriver(kernel::KernelDriver *driver);
 
 class ScriptedDriver final : public kernel::KernelDriver {
 public:
@@ -60,6 +65,11 @@ public:
     uint32_t openError = 0;
     std::atomic<bool> isSimulated = true;
     std::atomic<bool> isRecording = true;
+    // What pends goes on when it is cancelled and when the buffers are detached; only a close and
+    // EndAll end it.
+    std::atomic<bool> ignoresCancel = false;
+    // The close ends nothing either.
+    std::atomic<bool> ignoresClose = false;
     void Next(uint32_t code, const Answer &answer, int times = 1);
 
     // The stream: completes the oldest queued buffer with these payloads in its first slots. False
@@ -67,6 +77,8 @@ public:
     bool Fill(const std::vector<Bytes> &payloads);
     // Completes the oldest queued buffer with a failure.
     bool FailBuffer(uint32_t systemError);
+    // Completes every request that pends, with bytes of 0xEE in its out record.
+    void EndAll();
     // Everything pending fails, and everything that is sent from now on.
     void Unplug();
 
@@ -76,9 +88,12 @@ public:
     uint32_t Count(uint32_t code);
     size_t Pending();
     size_t OpenHandles();
-    void Forget(); // what came so far
+    void Forget();    // what came so far
+    size_t Hanging(); // requests that hang, without buffers
     // Waits until so many requests of this code came; false at the deadline.
     bool Await(uint32_t code, uint32_t count);
+    // Waits until so many requests hang.
+    bool AwaitHanging(size_t count);
 
     uint32_t Enumerate(kernel::DevicePath *list, uint32_t maximumCount, uint32_t *count) override;
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override;
@@ -89,6 +104,9 @@ public:
                                kernel::Overlapped *overlapped) override;
     void CancelPending(kernel::DeviceHandle device) override;
     void Close(kernel::DeviceHandle device) override;
+    void Cancel(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override;
+    kernel::ControlResult WaitFor(kernel::DeviceHandle device, kernel::Overlapped *overlapped,
+                                  uint32_t timeoutMilliseconds) override;
     bool IsSimulated() const override { return isSimulated; }
 
 private:
@@ -106,6 +124,7 @@ private:
     kernel::ControlResult Give(const Answer &answer, void *out, uint32_t outSize,
                                kernel::Overlapped *overlapped);
     void FailPending(uint32_t systemError);
+    void FailBuffers(uint32_t systemError);
     bool TakeOldest(std::unique_lock<std::mutex> &lock, PendingBuffer &buffer);
 
     std::mutex m_mutex;
@@ -114,7 +133,8 @@ private:
     std::vector<std::string> m_calls;
     std::vector<SentRequest> m_requests;
     std::map<uint32_t, uint32_t> m_counts;
-    std::vector<PendingBuffer> m_pending;
+    std::vector<PendingBuffer> m_pending; // queued buffers
+    std::vector<PendingBuffer> m_hanging; // other requests, with their out records
     std::vector<kernel::DeviceHandle> m_open;
     kernel::DeviceHandle m_nextHandle = 0x1001;
     bool m_isUnplugged = false;

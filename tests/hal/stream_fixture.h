@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 #include "camera/assembler/frame_info.h"
@@ -52,6 +53,8 @@ struct FrameSink {
     std::atomic<uint64_t> allocationsAtLastFrame{0};
     std::unique_ptr<os::Semaphore> frameDone = os::Semaphore::Create(0, 1000);
     std::unique_ptr<os::Semaphore> timedOut = os::Semaphore::Create(0, 1000);
+    std::function<void()> duringPeek;     // on the receive thread, when a frame begins
+    std::function<void()> duringTimedOut; // on the receive thread, when the device is lost
     HALCamera *stopFromCallback = nullptr;
     uint32_t stopResult = 99;
 
@@ -60,6 +63,8 @@ struct FrameSink {
     static tStFrameInfo *Peek(void *context)
     {
         FrameSink &sink = Of(context);
+        if (sink.duringPeek)
+            sink.duringPeek();
         sink.frame.data = sink.data.data();
         sink.frame.size = kFrameBytes;
         sink.frame.expected = kFrameBytes;
@@ -84,6 +89,8 @@ struct FrameSink {
         FrameSink &sink = Of(context);
         if (sink.stopFromCallback != nullptr)
             sink.stopResult = HAL_CameraStopStreaming(*sink.stopFromCallback, kEnableRegister);
+        if (sink.duringTimedOut)
+            sink.duringTimedOut();
         ++sink.timedOutCount;
         sink.timedOut->Signal();
     }
@@ -121,17 +128,24 @@ protected:
         ASSERT_TRUE(driver.Await(kernel::kControlStreamBegin, ++m_starts));
     }
 
-    // Stops, with an idle buffer that comes once the stop has begun, as from a camera that streams.
-    uint32_t Stop()
+    // Does something that stops the stream, with an idle buffer that comes once the stop has begun,
+    // as from a camera that streams.
+    uint32_t WithAnIdleBuffer(const std::function<uint32_t()> &work)
     {
         std::thread hardware([this] {
             while (Device().isStreaming.load())
                 std::this_thread::yield();
             driver.Fill({});
         });
-        const uint32_t error = HAL_CameraStopStreaming(camera, kEnableRegister);
+        const uint32_t error = work();
         hardware.join();
         return error;
+    }
+
+    uint32_t Stop()
+    {
+        return WithAnIdleBuffer(
+            [this] { return HAL_CameraStopStreaming(camera, kEnableRegister); });
     }
 
     // The calls that are not the receive thread's own.

@@ -108,6 +108,19 @@ public:
         return result;
     }
 
+    kernel::ControlResult WaitFor(kernel::DeviceHandle device, kernel::Overlapped *overlapped,
+                                  uint32_t timeoutMilliseconds) override
+    {
+        const Passage passage(m_watch);
+        const auto result = m_bus->WaitFor(device, overlapped, timeoutMilliseconds);
+        if (result.completion == kernel::Completion::kPending)
+            return result;
+        const auto read = Forget(overlapped);
+        if (read && result.completion == kernel::Completion::kDone)
+            Override(*read, true);
+        return result;
+    }
+
     void CancelPending(kernel::DeviceHandle device) override { m_bus->CancelPending(device); }
     void Close(kernel::DeviceHandle device) override { m_bus->Close(device); }
     bool IsSimulated() const override { return m_bus->IsSimulated(); }
