@@ -8,6 +8,7 @@
 #include "api/entry.h"
 #include "api/entry_queue.h"
 #include "api/stream_callbacks.h"
+#include "camera/stream_owner.h"
 
 using namespace zerix;
 using namespace zerix::api;
@@ -54,14 +55,16 @@ uint32_t QueueFrame(ExportedCall &call, ZX::ZCamera &camera, ZerixContext &conte
         camera.AddExternalImageBuffer(frame->pBuffer);
     call.Message("Queued up frame (array size = %d)", *count);
     context.isAborted.store(false);
+    camera.Stream().AskForLoss({ImageReceived, &camera});
     return ZERIX_SUCCESS;
 }
 
 // The packets that the settings need, with the speed's index in the place of its megahertz, as
 // these calls have always computed it. Settings that need larger ones are refused; the size that
-// they would need stays.
+// they would need stays. A start on another thread may book more meanwhile.
 bool FitsPackets(ZX::ZCamera &camera, const Zerix_Settings *settings)
 {
+    const StreamHold stream(camera.Stream());
     const uint16_t current = camera.GetCurrentFireWirePacketSize();
     const uint16_t required = camera.CalculateRequiredPacketSize(
         static_cast<uint16_t>(tables::GetSlot32(settings, zprmHorizontalBinning)),
@@ -96,6 +99,7 @@ uint32_t AppendSettings(ExportedCall &call, ZX::ZCamera &camera, ZerixContext &c
     if (!count)
         return ZERIX_ERROR_QUEUE_FULL;
     call.Message("Queued up settings (array size = %d)", *count);
+    camera.Stream().AskForLoss({ImageReceived, &camera});
     return ZERIX_SUCCESS;
 }
 

@@ -8,6 +8,7 @@
 #include "api/param_setters.h"
 #include "api/tweeking_register.h"
 #include "api/unit_conversion.h"
+#include "camera/stream_owner.h"
 
 using namespace zerix;
 using namespace zerix::api;
@@ -283,9 +284,11 @@ uint32_t ApplySteps(const Sending &sending)
 }
 
 // Under the queue semaphore. Nothing is taken back where a step fails, and the sending flag stays
-// set, so that the expose-done handler goes on without the semaphore until a send succeeds.
+// set, so that the expose-done handler goes on without the semaphore until a send succeeds. Nobody
+// starts the stream with half of the settings.
 uint32_t Send(const Sending &sending)
 {
+    const StreamHold stream(sending.camera.Stream());
     sending.context.isSending.store(true);
     const bool wasStreaming = sending.camera.IsCameraStreaming();
     Zerix_PreflightSettings(&sending.camera, sending.settings);

@@ -24,6 +24,10 @@ constexpr uint32_t MapCameraStatus(uint16_t status)
         return ZERIX_ERROR_INITIALISATION;
     case ZX::kStatusThreadTimeout:
         return ZERIX_ERROR_CAMERA_FAULT;
+    case ZX::kStatusNoPixels:
+        return ZERIX_ERROR_ROI_TOO_SMALL;
+    case ZX::kStatusBusy:
+        return ZERIX_ERROR_BUSY;
     default:
         return ZERIX_ERROR_DRIVER_FAULT;
     }

@@ -8,6 +8,7 @@
 #include "api/entry.h"
 #include "api/entry_queue.h"
 #include "api/frame_filling.h"
+#include "camera/stream_owner.h"
 #include "diag/dumps.h"
 #include "image/z_ex_image.h"
 
@@ -133,6 +134,15 @@ void GiveImageToOldest(ExportedCall &call, ZX::ZCamera &camera, ZerixContext &co
         SendQueuedSettings(*next);
 }
 
+// No image comes any more for what is still queued: the run loop calls once more. Settings that are
+// queued last go on waiting.
+void AskForRest(ZX::ZCamera &camera, ZerixContext &context)
+{
+    const QueueEntryPointer head = OldestEntry(context);
+    if (head != nullptr && (IsFrame(*head) || context.queueCount.load() > 1))
+        camera.Stream().AskForLoss({ImageReceived, &camera});
+}
+
 void TellExposeDone(ExportedCall &call, ZerixContext &context, ZerixQueueEntry &entry,
                     SemaphoreHold *queue)
 {
@@ -185,6 +195,8 @@ void ImageReceived(ZX::ZImageReceivedCallbackStruct *record)
         const SemaphoreHold callbacks(*context.callbackSemaphore);
         const Receiving receiving(context);
         GiveImageToOldest(call, use.Camera(), context, record->error, image.get());
+        if (record->error == kStatusLost)
+            AskForRest(use.Camera(), context);
     });
 }
 

@@ -1,6 +1,7 @@
 // Switching a camera's stream on and off, and the software trigger.
 #include "api/entry.h"
 #include "api/stream_callbacks.h"
+#include "camera/stream_owner.h"
 
 using namespace zerix;
 using namespace zerix::api;
@@ -9,8 +10,11 @@ namespace {
 
 constexpr uint32_t kSoftwareTrigger = 5;
 
+// What waits for the stream ends also where a change of settings has switched it off meanwhile.
 uint32_t TurnOff(ExportedCall &call, ZX::ZCamera &camera)
 {
+    const StreamHold stream(camera.Stream());
+    camera.Stream().Forget();
     if (!camera.IsCameraStreaming()) {
         call.Message("Streaming is already off");
         return ZERIX_SUCCESS;
@@ -21,16 +25,20 @@ uint32_t TurnOff(ExportedCall &call, ZX::ZCamera &camera)
     return ZERIX_SUCCESS;
 }
 
+// A stream that is on for one image stays on for the application; one that is lost is no stream.
 uint32_t TurnOn(ExportedCall &call, ZX::ZCamera &camera)
 {
-    if (camera.IsCameraStreaming()) {
+    const StreamHold stream(camera.Stream());
+    const bool wasStreaming = camera.IsCameraStreaming();
+    if (wasStreaming && !camera.Stream().isForOneImage && !camera.Stream().IsLost()) {
         call.Message("Streaming is already on");
+        camera.Stream().ForgetRestart();
         return ZERIX_SUCCESS;
     }
     if (const uint32_t error = MapCameraStatus(camera.StartStreamingImages(
             ImageReceived, ExposeDone, camera.DoesSupportExternalBuffers(), &camera)))
         return error;
-    call.Message("Streaming is now on");
+    call.Message(wasStreaming ? "Streaming is already on" : "Streaming is now on");
     return ZERIX_SUCCESS;
 }
 

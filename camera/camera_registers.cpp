@@ -7,6 +7,7 @@
 
 #include "camera/hal_error.h"
 #include "camera/semaphore_lock.h"
+#include "camera/stream_owner.h"
 #include "camera/tolvane_fw_camera.h"
 #include "image/z_image_pipeline.h"
 #include "platform/os.h"
@@ -52,15 +53,15 @@ uint16_t TolvaneFWCamera::ReportHalError(uint32_t halError)
 
 uint16_t TolvaneFWCamera::ReadVersionWord(RegisterBlock &block)
 {
-    const uint32_t error = ReadVersion(halCamera, block);
+    const uint32_t error = ReadVersion(CameraForThreads(), block);
     return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
 }
 
 uint16_t TolvaneFWCamera::ReadRegisterSet(RegisterBlock &block)
 {
-    uint32_t error = ReadVersion(halCamera, block);
+    uint32_t error = ReadVersion(CameraForThreads(), block);
     if (error == HAL_NO_ERROR)
-        error = ReadWords(halCamera, block);
+        error = ReadWords(CameraForThreads(), block);
     return error == HAL_NO_ERROR ? uint16_t{kStatusOk}
                                  : static_cast<uint16_t>(HAL_TranslateError(error));
 }
@@ -118,7 +119,7 @@ bool TolvaneFWCamera::HasCapability(zerix::registers::Capability capability,
 
 uint16_t TolvaneFWCamera::WriteQuadlet(uint32_t address, uint32_t value)
 {
-    const uint32_t error = HAL_CameraWriteData(halCamera, address, &value, 1);
+    const uint32_t error = HAL_CameraWriteData(CameraForThreads(), address, &value, 1);
     return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
 }
 
@@ -171,17 +172,13 @@ uint16_t TolvaneFWCamera::CommitSettings()
 // Of all settings only MiscCtrl changes what the information block says.
 uint16_t TolvaneFWCamera::UpdateSettingsOnCamera()
 {
+    const zerix::StreamHold stream(Stream());
     if (const uint16_t status = CommitSettings())
         return status;
     if (miscCtrlChanged)
         if (const uint16_t status = TakeOverMiscCtrl())
             return status;
-    if (!restartStreaming)
-        return kStatusOk;
-    const uint16_t status = StartStreamingImages(streamingCallback, exposeDoneCallback,
-                                                 isExternalBuffered, callbackUserData);
-    restartStreaming = false;
-    return status;
+    return RestartStream();
 }
 
 uint16_t TolvaneFWCamera::TakeOverMiscCtrl()

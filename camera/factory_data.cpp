@@ -45,11 +45,11 @@ constexpr uint16_t kRefused = 1; // a wrong checksum, or no such operation
 uint16_t TolvaneFWCamera::SetReserved0(uint32_t operation, uint32_t *buffer, uint32_t length,
                                        uint32_t checksum)
 {
-    const uint32_t before = HAL_CameraGetTimeout(halCamera);
-    if (const uint32_t error = HAL_CameraSetTimeout(halCamera, kTimeoutMilliseconds))
+    const uint32_t before = HAL_CameraGetTimeout(CameraForThreads());
+    if (const uint32_t error = HAL_CameraSetTimeout(CameraForThreads(), kTimeoutMilliseconds))
         return ReportHalError(error);
     const uint16_t status = TransferFactoryData(operation, buffer, length, checksum);
-    HAL_CameraSetTimeout(halCamera, before);
+    HAL_CameraSetTimeout(CameraForThreads(), before);
     return status;
 }
 
@@ -60,7 +60,8 @@ uint16_t TolvaneFWCamera::TransferFactoryData(uint32_t operation, uint32_t *buff
         return WriteFactoryData(buffer, length, checksum);
     if (operation != kReadOperation)
         return kRefused;
-    const uint32_t error = HAL_CameraReadData(halCamera, informationBlock.address, buffer, length);
+    const uint32_t error =
+        HAL_CameraReadData(CameraForThreads(), informationBlock.address, buffer, length);
     return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
 }
 
@@ -72,7 +73,7 @@ uint16_t TolvaneFWCamera::WriteFactoryData(const uint32_t *words, uint32_t lengt
     for (const auto &piece : zerix::FactoryPieces(length)) {
         const uint32_t address = informationBlock.address + piece.firstWord * 4;
         const uint32_t error =
-            HAL_CameraWriteData(halCamera, address, words + piece.firstWord, piece.words);
+            HAL_CameraWriteData(CameraForThreads(), address, words + piece.firstWord, piece.words);
         if (error != HAL_NO_ERROR)
             return ReportHalError(error);
     }

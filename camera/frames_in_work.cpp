@@ -5,6 +5,7 @@
 #include <string>
 
 #include "camera/semaphore_lock.h"
+#include "camera/stream_owner.h"
 #include "camera/tolvane_fw_camera.h"
 #include "image/z_ex_image.h"
 #include "platform/os.h"
@@ -15,8 +16,6 @@ using zerix::FrameRecord;
 using zerix::SemaphoreLock;
 
 namespace {
-
-constexpr uint16_t kCameraLost = 0x1A;
 
 uint32_t BytesPerSample(uint32_t bitDepth) { return bitDepth / 8 + (bitDepth % 8 != 0 ? 1 : 0); }
 
@@ -152,15 +151,8 @@ void TolvaneFWCamera::PrivateImageHasArrived()
     HAL_CameraStopWaitingForFrame(CameraForThreads());
 }
 
-// The device is lost: whoever waits for a frame is told.
-void TolvaneFWCamera::PrivateImageHasTimedOut()
-{
-    const StreamReceiver receiver = Receiver();
-    ZImageReceivedCallbackStruct record{
-        .image = nullptr, .userData = receiver.userData, .error = kCameraLost};
-    if (receiver.callback != nullptr)
-        receiver.callback(&record);
-}
+// The device is lost. The receive thread ends with this: the run loop tells who waits for a frame.
+void TolvaneFWCamera::PrivateImageHasTimedOut() { Stream().MarkLost(); }
 
 tStFrameInfo *TolvaneFWCamera::PeekNewFrameCallback(void *context)
 {

@@ -6,6 +6,7 @@
 
 #include "camera/tolvane_fw_camera.h"
 #include "camera/truncated.h"
+#include "hal/camera_connection.h"
 
 namespace zerix {
 
@@ -117,13 +118,13 @@ uint16_t TolvaneFWCamera::CalculateRequiredPacketSize(uint16_t binning, uint16_t
     if (!controlBlock.IsAtLeast(2, 3))
         return zerix::FixedPacketSize(demand);
     return zerix::RequiredPacketSize(demand, {.firmware = GetFirmwareVersion(),
-                                              .speed = SpeedOf(halCamera),
-                                              .fastest = FastestOf(halCamera)});
+                                              .speed = SpeedOf(CameraForThreads()),
+                                              .fastest = FastestOf(CameraForThreads())});
 }
 
 uint16_t TolvaneFWCamera::CalculateRequiredPacketSize(bool limit)
 {
-    const uint16_t fastest = FastestOf(halCamera);
+    const uint16_t fastest = FastestOf(CameraForThreads());
     const uint16_t required = CalculateRequiredPacketSize(GetHorizontalBinningMode(), GetBitDepth(),
                                                           GetReadoutFrequency());
     return limit ? std::min(required, fastest) : required;
@@ -136,11 +137,22 @@ uint16_t TolvaneFWCamera::AdjustSettingsForMaxPacketSize(uint16_t binning, uint1
     if (!isFast || binning != 1)
         return kStatusOk;
     const uint16_t fastest =
-        controlBlock.IsAtLeast(2, 3) ? FastestOf(halCamera) : zerix::kFixedFastest;
+        controlBlock.IsAtLeast(2, 3) ? FastestOf(CameraForThreads()) : zerix::kFixedFastest;
     if (fastest > kSmallPacket)
         return kStatusOk;
     *megahertz = kReadoutInstead;
     return SetReadoutFrequency(kReadoutInstead);
+}
+
+// What the start needs is compared with what the connection holds, and not with the size that is
+// remembered: that also tells of sizes which were refused or only asked for.
+uint16_t TolvaneFWCamera::BookPackets()
+{
+    const uint16_t required = CalculateRequiredPacketSize(true);
+    if (required <= zerix::hal::HeldPacketBytes(CameraForThreads()))
+        return kStatusOk;
+    SetCurrentFireWirePacketSize(required);
+    return ReallocateBandwidth(required);
 }
 
 // The booking is stored before it is tried, and stays so when the bus refuses it.

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "camera/semaphore_lock.h"
+#include "camera/stream_owner.h"
 #include "camera/tolvane_fw_camera.h"
 #include "image/z_ex_image.h"
 #include "image/z_image_pipeline.h"
@@ -18,6 +19,7 @@ using zerix::SemaphoreLock;
 namespace {
 
 constexpr uint64_t kTimeStampsPerSecond = 10000;
+constexpr uint16_t kStatusLost = 0x1A; // of a frame
 
 void Complain(const char *format, uint32_t error)
 {
@@ -98,7 +100,8 @@ void TolvaneFWCamera::PrivateImageStreamingRunLoop()
             Complain("PrivateImageStreamingRunLoop() - call to HAL_WaitingForFrame failed with "
                      "error %" PRIu32 "\n",
                      error);
-        while (runLoopActive && WorkOnOldestFrame()) {
+        NoticeDeadStream();
+        while (runLoopActive && (WorkOnOldestFrame() || TellOfLoss())) {
         }
     }
     HAL_SemaphoreSignal(closeSemaphore);
@@ -117,7 +120,7 @@ bool TolvaneFWCamera::WorkOnOldestFrame()
     tStFrameInfo *frame = streaming ? frameInfoQueue.TakeOldestFinished() : nullptr;
     if (frame != nullptr) {
         timeStamp = TimeStampNow();
-        const StreamReceiver receiver = Receiver();
+        const zerix::StreamReceiver receiver = Receiver();
         callback = receiver.callback;
         record.userData = receiver.userData;
     }
@@ -161,21 +164,57 @@ ZExImage *TolvaneFWCamera::MakeImage(tStFrameInfo &frame, uint16_t error, uint32
     return image;
 }
 
+// The receive thread wakes the run loop when it ends.
+void TolvaneFWCamera::NoticeDeadStream()
+{
+    if (streaming && !Stream().isStarting && !Stream().IsLost() && IsStreamDead())
+        Stream().MarkLost();
+}
+
+bool TolvaneFWCamera::IsOfThisStream(uint32_t session) const
+{
+    return streaming && session == streamSession;
+}
+
 // The pipeline may hold an image back, as the filter wheel does with the first two of three. An
-// image of a stream that has been stopped meanwhile is nobody's any more.
+// image of a stream that has been stopped meanwhile is nobody's any more, and leaves nothing in the
+// filters of the next one: they have been reset when that started, possibly while this image was
+// in them.
 void TolvaneFWCamera::Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback,
                               uint32_t session)
 {
     if (record.image == nullptr)
         return;
     bool isReady = false;
-    GetImagePipeline()->ProcessImage(record.image, &isReady);
-    if (!isReady || callback == nullptr || !streaming || session != streamSession) {
+    if (IsOfThisStream(session)) {
+        GetImagePipeline()->ProcessImage(record.image, &isReady);
+        if (session != streamSession)
+            GetImagePipeline()->ResetFilters();
+    }
+    if (!isReady || callback == nullptr || !IsOfThisStream(session)) {
         ZCamera::FreeImage(record.image);
         return;
     }
     deliveringSession = session;
     callback(&record);
+}
+
+// The receiver of the stream, if that is still on, and whoever has asked since. False if there is
+// nobody to tell.
+bool TolvaneFWCamera::TellOfLoss()
+{
+    const auto requests = Stream().TakeLossRequests();
+    const auto tell = [](const zerix::StreamReceiver &receiver) {
+        ZImageReceivedCallbackStruct record{
+            .image = nullptr, .userData = receiver.userData, .error = kStatusLost};
+        if (receiver.callback != nullptr)
+            receiver.callback(&record);
+    };
+    if (requests.isForStream && streaming)
+        tell(Receiver());
+    if (requests.other)
+        tell(*requests.other);
+    return requests.isForStream || requests.other.has_value();
 }
 
 // No reset after the wait, which uses the signal up: a signal in between would be lost.

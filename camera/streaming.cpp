@@ -1,24 +1,23 @@
-// Starting and stopping the stream, and taking one image. On the callers' threads; the callback of
-// the one image comes on the run loop's.
-#include <string>
+// Starting and stopping the stream. On the callers' threads, under the lock of the stream's owner.
+#include <mutex>
+#include <utility>
 
 #include "camera/semaphore_lock.h"
+#include "camera/stream_owner.h"
 #include "camera/tolvane_fw_camera.h"
-#include "image/z_ex_image.h"
-#include "platform/os.h"
+#include "hal/camera_connection.h"
+#include "image/z_image_pipeline.h"
 
 namespace ZX {
 
-// Applications of 32 bits know the record by its layout.
-static_assert(sizeof(void *) != 4 || sizeof(ZImageReceivedCallbackStruct) == 12);
-
 using zerix::SemaphoreLock;
+using zerix::StreamReceiver;
+using zerix::hal::StreamEnd;
 
 namespace {
 
 constexpr uint32_t kStreamingControlOffset = zerix::registers::kBulkDataControlOffset;
 constexpr uint32_t kSoftwareTriggerMode = 5;
-constexpr uint64_t kOneImageReserve = 5'000'000'000; // nanoseconds
 
 bool IsAbortable(uint32_t triggerMode)
 {
@@ -31,36 +30,91 @@ bool IsAbortable(uint32_t triggerMode)
 
 bool TolvaneFWCamera::IsCameraStreaming() { return streaming; }
 
+// A stream that is on stays as it is, but one that was started for a single image goes on after it.
 uint16_t TolvaneFWCamera::StartStreamingImages(ZImageReceivedCallback streamCallback,
                                                ZExposeDoneCallback newExposeDoneCallback,
                                                bool areExternal, void *userData)
 {
-    if (streaming)
+    const zerix::StreamHold stream(Stream());
+    Stream().ForgetRestart();
+    if (streaming && Stream().IsLost())
+        return kStatusNoImage;
+    if (streaming && Stream().isApplications)
         return kStatusOk;
-    const uint16_t required = CalculateRequiredPacketSize(true);
-    if (required > GetCurrentFireWirePacketSize()) {
-        SetCurrentFireWirePacketSize(required);
-        if (const uint16_t status = ReallocateBandwidth(required))
+    const StreamReceiver receiver{streamCallback, userData};
+    if (!streaming) {
+        const StreamReceiver first =
+            Stream().IsAwaited() ? StreamReceiver{GetOneImageCallback, this} : receiver;
+        if (const uint16_t status =
+                StartStream({first, newExposeDoneCallback, userData, areExternal}))
             return status;
+    } else {
+        if (!Stream().IsAwaited())
+            SetReceiver(receiver);
+        exposeDoneUserData = userData;
+        exposeDoneCallback = newExposeDoneCallback;
     }
+    Stream().application = receiver;
+    Stream().isApplications = true;
+    Stream().isForOneImage = false;
+    return kStatusOk;
+}
+
+// What a start needs that nobody but a thread waiting for one image, or the commit, asks for.
+zerix::StreamStart TolvaneFWCamera::StartAsBefore(const StreamReceiver &receiver, bool areExternal)
+{
+    return {receiver, exposeDoneCallback, exposeDoneUserData, areExternal};
+}
+
+uint16_t TolvaneFWCamera::StartStream(const zerix::StreamStart &start)
+{
+    if (Stream().isClosing)
+        return kStatusNoImage;
+    if (GetImageSize() == 0)
+        return kStatusNoPixels;
+    if (const uint16_t status = BookPackets())
+        return status;
     SemaphoreLock settings(settingsSemaphore);
-    // A new tag for each start. Where it can't be told, the camera goes on with the old one, and
-    // its frames are dropped.
-    SetPSN(static_cast<uint8_t>(GetPSN() + 1));
+    // A new tag for each start. Where it can't be written, the camera goes on with the old one, and
+    // its frames are dropped: the stream counts as lost.
+    const bool isTagWritten = SetPSN(static_cast<uint8_t>(GetPSN() + 1)) == kStatusOk;
     if (const uint16_t status = Commit())
         return status;
-    isExternalBuffered = areExternal;
-    SetReceiver({streamCallback, userData});
-    exposeDoneCallback = newExposeDoneCallback;
-    if (streamCallback != GetOneImageCallback)
-        exposeDoneUserData = userData;
-    ++streamSession;
+    isExternalBuffered = start.areExternal;
+    SetReceiver(start.receiver);
+    exposeDoneUserData = start.exposeDoneUserData;
+    exposeDoneCallback = start.exposeDone;
+    BeginSession();
+    Stream().isStarting = true;
     streaming = true;
     abortPending = false;
     const uint32_t error = HAL_CameraStartStreaming(
-        halCamera, streamingBlock.address + kStreamingControlOffset, GetStreamingVersion(), this);
+        CameraForThreads(), streamingBlock.address + kStreamingControlOffset, GetStreamingVersion(),
+        this);
+    Stream().isStarting = false;
     settings.Release();
-    return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : FailStart(error);
+    if (error != HAL_NO_ERROR)
+        return FailStart(error);
+    // A loss that comes right now is seen by one of these two.
+    Stream().ForgetLoss();
+    if (!isTagWritten || IsStreamDead())
+        Stream().MarkLost();
+    return kStatusOk;
+}
+
+// Its thread has ended although nobody stopped it.
+bool TolvaneFWCamera::IsStreamDead() const
+{
+    const auto end = zerix::hal::EndOfStream(CameraForThreads());
+    return end == StreamEnd::kLost || end == StreamEnd::kRequeueRefused ||
+           end == StreamEnd::kNoThread;
+}
+
+// What an earlier stream left in the filters is not completed by this one's images.
+void TolvaneFWCamera::BeginSession()
+{
+    ++streamSession;
+    imagePipeline->ResetFilters();
 }
 
 // Takes back what was started, so that the next start begins afresh. The receive thread may be
@@ -69,21 +123,30 @@ uint16_t TolvaneFWCamera::FailStart(uint32_t halError)
 {
     const uint16_t status = ReportHalError(halError);
     streaming = false;
-    HAL_CameraStopStreaming(halCamera, streamingBlock.address + kStreamingControlOffset);
+    HAL_CameraStopStreaming(CameraForThreads(), streamingBlock.address + kStreamingControlOffset);
     const SemaphoreLock queue(frameQueueSemaphore);
     ClearFrameInfoVector();
     return status;
 }
 
-// Runs to its end also when the hardware layer fails: that has then given up the stream as well.
+// The application's own stop also ends the wait for one image, and takes the mark of a stop for
+// settings away.
 uint16_t TolvaneFWCamera::StopStreamingImages()
 {
-    const uint32_t error =
-        HAL_CameraStopStreaming(halCamera, streamingBlock.address + kStreamingControlOffset);
+    const zerix::StreamHold stream(Stream());
+    Stream().Forget();
+    return HaltStream();
+}
+
+// Runs to its end also when the hardware layer fails: that has then given up the stream as well.
+uint16_t TolvaneFWCamera::HaltStream()
+{
+    const uint32_t error = HAL_CameraStopStreaming(CameraForThreads(), streamingBlock.address +
+                                                                           kStreamingControlOffset);
     const uint16_t status = error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
     const SemaphoreLock settings(settingsSemaphore);
     streaming = false;
-    HAL_CameraStopWaitingForFrame(halCamera);
+    HAL_CameraStopWaitingForFrame(CameraForThreads());
     const SemaphoreLock queue(frameQueueSemaphore);
     ClearFrameInfoVector();
     return status;
@@ -92,15 +155,35 @@ uint16_t TolvaneFWCamera::StopStreamingImages()
 // For a setting that the stream must not see change. The commit starts the stream again.
 uint16_t TolvaneFWCamera::TurnOffStreaming()
 {
-    if (restartStreaming)
+    const zerix::StreamHold stream(Stream());
+    if (!streaming)
         return kStatusOk;
-    restartStreaming = streaming;
-    return restartStreaming ? StopStreamingImages() : uint16_t{kStatusOk};
+    Stream().isRestartMarked = true;
+    return HaltStream();
+}
+
+// A stream that doesn't come back is off: whoever waits for an image learns why.
+uint16_t TolvaneFWCamera::RestartStream()
+{
+    if (!std::exchange(Stream().isRestartMarked, false))
+        return kStatusOk;
+    const StreamReceiver receiver =
+        Stream().IsAwaited() ? StreamReceiver{GetOneImageCallback, this} : Receiver();
+    const uint16_t status = StartStream(StartAsBefore(receiver, isExternalBuffered));
+    if (status == kStatusOk) {
+        Stream().isForOneImage = !Stream().isApplications;
+    } else {
+        Stream().isApplications = false;
+        Stream().EndWait(status);
+    }
+    return status;
 }
 
 void TolvaneFWCamera::SetStreamingCallback(ZImageReceivedCallback callback, void *userData)
 {
+    const zerix::StreamHold stream(Stream());
     SetReceiver({callback, userData});
+    Stream().application = {callback, userData};
     exposeDoneUserData = userData;
 }
 
@@ -113,7 +196,7 @@ void TolvaneFWCamera::SetReceiver(const StreamReceiver &receiver)
     callbackUserData = receiver.userData;
 }
 
-TolvaneFWCamera::StreamReceiver TolvaneFWCamera::Receiver()
+StreamReceiver TolvaneFWCamera::Receiver()
 {
     const std::lock_guard lock(callbackMutex);
     return {streamingCallback, callbackUserData};
@@ -129,84 +212,14 @@ uint16_t TolvaneFWCamera::SoftwareTrigger()
     return WriteQuadlet(commandBlock.address + zerix::registers::kSoftwareTriggerOffset, 1);
 }
 
-// A commit holds the settings over its write.
+// A commit holds the settings over its write, and a start the stream over several.
 uint16_t TolvaneFWCamera::Abort()
 {
+    Stream().Hurry();
     const SemaphoreLock settings(settingsSemaphore, CameraForThreads());
     const uint32_t error = HAL_ConditionSignal(imageCondition);
     abortPending = IsAbortable(GetTriggerMode());
     return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
-}
-
-// One image --------------------------------------------------------------------------------------
-
-uint64_t TolvaneFWCamera::OneImageTimeLimit()
-{
-    if (GetRGBFilterCycleMode())
-        return GetExposure() + GetRGBFilterBlueExposure() + GetRGBFilterRedExposure() +
-               kOneImageReserve;
-    return (IsInterlaced() ? 3 : 2) * GetExposure() + kOneImageReserve;
-}
-
-// The limit is in nanoseconds and the wait in microseconds: it is a thousand times as patient as it
-// looks, and applications rely on that with slow triggers.
-uint16_t TolvaneFWCamera::GetOneImage(ZExImage **image)
-{
-    const bool wasStreaming = IsCameraStreaming();
-    const uint64_t limit = OneImageTimeLimit();
-    HAL_ConditionReset(imageCondition);
-    AwaitOneImage(wasStreaming ? streamSession.load() : streamSession + 1);
-    const StreamReceiver previous = Receiver();
-    if (wasStreaming)
-        SetReceiver({GetOneImageCallback, this});
-    else if (const uint16_t status =
-                 StartStreamingImages(GetOneImageCallback, exposeDoneCallback, false, this))
-        return status;
-    if (const uint32_t error = HAL_ConditionTimedWait(imageCondition, limit))
-        return ReportHalError(error);
-    if (wasStreaming)
-        SetReceiver(previous);
-    else
-        StopStreamingImages();
-    *image = TakeOneImage();
-    return *image == nullptr ? uint16_t{kStatusNoImage} : uint16_t{kStatusOk};
-}
-
-// An image that came too late for an earlier call is thrown away.
-void TolvaneFWCamera::AwaitOneImage(uint32_t fromSession)
-{
-    const std::lock_guard lock(oneImageMutex);
-    ZCamera::FreeImage(oneImage);
-    oneImage = nullptr;
-    oneImageReady = false;
-    oneImageSession = fromSession;
-}
-
-ZExImage *TolvaneFWCamera::TakeOneImage()
-{
-    const std::lock_guard lock(oneImageMutex);
-    ZExImage *const image = oneImageReady ? oneImage : nullptr;
-    oneImage = nullptr;
-    oneImageReady = false;
-    return image;
-}
-
-void TolvaneFWCamera::GetOneImageCallback(ZImageReceivedCallbackStruct *record)
-{
-    auto &camera = *static_cast<TolvaneFWCamera *>(record->userData);
-    const std::lock_guard lock(camera.oneImageMutex);
-    // Exposed for an earlier call, and on its way for so long. Compared as a difference: it wraps.
-    const bool isLate = record->image != nullptr &&
-                        static_cast<int32_t>(camera.deliveringSession - camera.oneImageSession) < 0;
-    if (isLate)
-        return ZCamera::FreeImage(record->image);
-    if (camera.oneImageReady)
-        ZCamera::FreeImage(camera.oneImage);
-    camera.oneImage = record->image;
-    camera.oneImageReady = true;
-    if (const uint32_t error = HAL_ConditionSignal(camera.imageCondition))
-        zerix::os::DebugOutput("GetOneImageCallback error " + std::to_string(error) +
-                               " occurred calling HAL_ConditionSignal\n");
 }
 
 } // namespace ZX

@@ -3,6 +3,7 @@
 #include "camera/tolvane_fw_camera.h"
 
 #include "camera/hal_error.h"
+#include "camera/stream_owner.h"
 #include "hal/camera_connection.h"
 #include "platform/os.h"
 
@@ -53,6 +54,7 @@ TolvaneFWCamera::TolvaneFWCamera(HALCamera camera) : halCamera(camera)
     ReportCreation(HAL_SemaphoreCreate(&externalSemaphore));
     ReportCreation(HAL_SemaphoreCreate(&frameQueueSemaphore));
     ReportCreation(HAL_SemaphoreCreate(&closeSemaphore));
+    Stream().Attach(CameraForThreads(), imageCondition);
 }
 
 // The threads end before anything that they use, also when the camera could not be closed.
@@ -101,6 +103,7 @@ uint16_t TolvaneFWCamera::OpenCamera()
     counterFrequency = zerix::os::PerformanceFrequency();
     counterStart = zerix::os::PerformanceCounter();
     AddConnectedCamera(this);
+    Stream().isClosing = false;
     isOpen = true;
     exclusiveAccess = true;
     return StartThreads();
@@ -127,6 +130,7 @@ uint16_t TolvaneFWCamera::CloseCamera()
 {
     if (!isOpen)
         return kStatusOk;
+    Stream().isClosing = true;
     zerix::hal::BeginClosing(halCamera);
     if (exclusiveAccess) {
         if (const uint32_t error = HAL_SemaphoreWait(closeSemaphore))
@@ -147,6 +151,7 @@ uint16_t TolvaneFWCamera::CloseCamera()
 uint16_t TolvaneFWCamera::FailClose(uint16_t status)
 {
     zerix::hal::EndClosing(halCamera);
+    Stream().isClosing = false;
     if (exclusiveAccess)
         HAL_SemaphoreSignal(closeSemaphore);
     return status;

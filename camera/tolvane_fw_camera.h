@@ -10,10 +10,12 @@
 //   trigger.cpp, filter_wheel.cpp, vertical_clock.cpp, tweaking.cpp, controls.cpp   one family of
 //                          settings each
 //   factory_data.cpp       the factory's window on the information block
-//   streaming.cpp, run_loop.cpp, frame_queue.cpp   packets to images
+//   streaming.cpp, one_image.cpp, run_loop.cpp, frame_queue.cpp   packets to images
 //
-// Threads: setters run on the caller's thread without a lock, but for those that say otherwise.
-// Order of taking: settingsSemaphore before frameQueueSemaphore; externalSemaphore stands alone.
+// Threads: setters run on the caller's thread without a lock, except those that say otherwise. The
+// stream has one owner, stream_owner.h, which orders its starts and stops. Order of taking: the
+// owner's lock, settingsSemaphore, frameQueueSemaphore; externalSemaphore is
+// taken with no other.
 #pragma once
 
 #include <atomic>
@@ -29,6 +31,11 @@
 #include "camera/register_block.h"
 #include "camera/z_camera.h"
 #include "zerix/zerix_hal.h"
+
+namespace zerix {
+struct StreamReceiver;
+struct StreamStart;
+} // namespace zerix
 
 namespace ZX {
 
@@ -404,14 +411,22 @@ protected:
     uint16_t FailClose(uint16_t status);
 
     // The parts of starting a stream and of taking one image.
-    struct StreamReceiver {
-        ZImageReceivedCallback callback;
-        void *userData;
-    };
-    StreamReceiver Receiver();
-    void SetReceiver(const StreamReceiver &receiver);
+    zerix::StreamReceiver Receiver();
+    void SetReceiver(const zerix::StreamReceiver &receiver);
     HALCamera CameraForThreads() const;
+    // All under the stream's lock: the start whoever asks for it, the stop likewise, and the start
+    // after a change of settings.
+    uint16_t StartStream(const zerix::StreamStart &start);
+    zerix::StreamStart StartAsBefore(const zerix::StreamReceiver &receiver, bool areExternal);
+    uint16_t HaltStream();
+    uint16_t RestartStream();
+    uint16_t BookPackets();
+    bool IsStreamDead() const;
+    void BeginSession();
     uint16_t FailStart(uint32_t halError);
+    uint16_t BeginOneImage();
+    uint16_t EndOneImage(uint32_t waitError, ZExImage **image);
+    void StopAfterOneImage();
     uint64_t OneImageTimeLimit();
     void AwaitOneImage(uint32_t fromSession);
     ZExImage *TakeOneImage();
@@ -422,6 +437,9 @@ protected:
     bool GiveDataTo(zerix::FrameRecord &record);
     void FillFrameInfo(zerix::FrameRecord &record);
     bool WorkOnOldestFrame();
+    void NoticeDeadStream();
+    bool TellOfLoss();
+    bool IsOfThisStream(uint32_t session) const;
     uint32_t TimeStampNow() const;
     ZExImage *MakeImage(tStFrameInfo &frame, uint16_t error, uint32_t timeStamp);
     void Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback,
@@ -464,7 +482,6 @@ protected:
     std::atomic<uint8_t> frameBufferLength{100};
     bool imageFlag = false;
     std::atomic<bool> isExternalBuffered{false};
-    bool restartStreaming = false;
     std::atomic<bool> abortPending{false};
     bool miscCtrlChanged = false;
     threadInfo *runLoopThread = nullptr;

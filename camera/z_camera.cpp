@@ -2,6 +2,7 @@
 // used from any thread.
 #include "camera/z_camera.h"
 
+#include "camera/stream_owner.h"
 #include "image/z_bayer_interpolation.h"
 #include "image/z_benchmate_ratio_correction.h"
 #include "image/z_ex_image.h"
@@ -28,7 +29,9 @@ std::atomic<uint16_t> ZCamera::m_numOfConnectedCameras{0};
 
 // Every new camera clears the flag of the traced writes, that of the reads not. The trace itself
 // goes on: the hardware layer isn't told.
-ZCamera::ZCamera() : imagePipeline(std::make_unique<ZImagePipeline>())
+ZCamera::ZCamera()
+    : imagePipeline(std::make_unique<ZImagePipeline>()),
+      streamOwner(std::make_unique<zerix::StreamOwner>())
 {
     ratioCorrectionFilter = std::make_unique<ZBenchmateRatioCorrection>(uint16_t{0});
     bayerFilter =

@@ -16,6 +16,10 @@
 #include "camera/z_object.h"
 #include "zerix/zerix_export.h"
 
+namespace zerix {
+class StreamOwner;
+}
+
 namespace ZX {
 
 class ZBayerInterpolation;
@@ -44,12 +48,14 @@ enum ZStatus : uint16_t {
     kStatusThreadTimeout = 25,
     kStatusUnplugged = 26,
     kStatusNoResources = 33,
+    kStatusNoPixels = 34, // the region is empty
+    kStatusBusy = 35,     // another thread is taking an image
 };
 
 // What the streaming callback receives for each image. The record belongs to the caller and is gone
 // when the callback returns; the image belongs to the receiver.
 struct ZImageReceivedCallbackStruct {
-    ZExImage *image; // null when the stream timed out
+    ZExImage *image; // null when the device was lost
     void *userData;
     uint16_t error; // 0; 0x12 data missing, 0x13 cut, 0x14 overflow, 0x15 host overflow, 0x1A lost
 };
@@ -329,6 +335,8 @@ public:
     // What every camera has.
     void *GetRefCon() const { return refCon; }
     void SetRefCon(void *value) { refCon = value; }
+    // Orders the threads that start and stop the stream.
+    zerix::StreamOwner &Stream() const { return *streamOwner; }
     uint16_t GetCurrentFireWirePacketSize() const { return currentFireWirePacketSize; }
     void SetCurrentFireWirePacketSize(uint16_t bytes) { currentFireWirePacketSize = bytes; }
     ZImagePipeline *GetImagePipeline() const { return imagePipeline.get(); }
@@ -367,7 +375,8 @@ protected:
     static void RemoveConnectedCamera(ZCamera *camera);
 
     void *refCon = nullptr;
-    uint16_t currentFireWirePacketSize = 0;
+    // Settings that are queued ask for it beside a start, which may book more.
+    std::atomic<uint16_t> currentFireWirePacketSize{0};
     std::unique_ptr<ZImagePipeline> imagePipeline;
     std::unique_ptr<ZImagePipeline> bayerPipeline;
     std::unique_ptr<ZBayerInterpolation> bayerFilter;
@@ -377,6 +386,7 @@ protected:
     std::atomic<bool> exclusiveAccess{false};
 
 private:
+    std::unique_ptr<zerix::StreamOwner> streamOwner;
     static std::atomic<bool> m_isToolboxInitialized;
     static std::atomic<bool> m_shouldOutputReads;
     static std::atomic<bool> m_shouldOutputWrites;

@@ -180,6 +180,8 @@ void ReceiveThread(void *parameter)
     const HAL_EventCallback timedOut = end == StreamEnd::kLost ? device.timedOut : nullptr;
     void *const context = device.context;
     device.ring->stopEvent->Signal();
+    if (end != StreamEnd::kStopped)
+        device.frameWaitEvent->Signal(); // no frame wakes the run loop any more
     if (timedOut != nullptr)
         timedOut(context);
     t_receivingFor = nullptr;

@@ -68,7 +68,7 @@ void ModelCamera::GetReadoutFrequencyModes(std::vector<float> &modes)
         break;
     case ReadoutList::k30OnFastBus: {
         uint16_t speed = 0;
-        HAL_CameraConnectionSpeed(halCamera, &speed);
+        HAL_CameraConnectionSpeed(CameraForThreads(), &speed);
         modes = {10.0f, 20.0f};
         if (speed == kFastBus)
             modes.push_back(30.0f);

@@ -50,8 +50,8 @@ uint16_t NoctisB1::SetReadoutPort(uint32_t) { return kStatusOk; }
 uint16_t NoctisB1::CalculateRequiredPacketSize(bool limit)
 {
     zerix::PacketLimits limits{.firmware = GetFirmwareVersion(), .speed = 0, .fastest = 0};
-    HAL_CameraConnectionSpeed(halCamera, &limits.speed);
-    HAL_CameraFastestPacketSizeSupported(halCamera, &limits.fastest);
+    HAL_CameraConnectionSpeed(CameraForThreads(), &limits.speed);
+    HAL_CameraFastestPacketSizeSupported(CameraForThreads(), &limits.fastest);
     const uint16_t size = zerix::NoctisB1PacketSize({.binning = GetHorizontalBinningMode(),
                                                      .bitDepth = GetBitDepth(),
                                                      .megahertz = GetReadoutFrequency()},

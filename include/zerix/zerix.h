@@ -8,7 +8,9 @@
  *  3. Records. Their byte layout is fixed; the 32-bit builds have exactly the classic layouts.
  *  4. Threads. Calls may come from any thread; Zerix_ListCameras and Zerix_ReleaseDriver must not
  *     run beside other calls. While one thread opens or closes a camera, calls that begin on other
- *     threads find it closed.
+ *     threads find it closed. The calls that start, stop or change one camera's stream wait for
+ *     each other, but never for an image. A register access that hangs in one of them is ended
+ *     after half a second when another one waits; the first call then fails.
  *  5. Ownership. What the application passes stays the application's.
  *  6. Units. 32-bit exposures are microseconds, 64-bit ones nanoseconds; sizes are pixels or bytes.
  *  7. Parameters that mean the same everywhere, unless a function tells otherwise:
@@ -170,7 +172,14 @@ ZERIX_API uint32_t Zerix_PreflightSettings(ZerixHandle camera, Zerix_Settings *s
 
 /* Mends the record, sends every value of it to the camera and makes them effective together. A
  * camera that streams goes on streaming: the exposure that runs begins anew, and images of the
- * earlier settings that have arrived and not been delivered are dropped.
+ * earlier settings that have arrived and not been delivered are dropped. A Zerix_GrabFrame that
+ * waits on another thread goes on waiting.
+ * A value that changes the region, binning, bit depth or readout speed stops the stream until the
+ * values are effective. If the send fails in between, the stream is off, and the next send that
+ * succeeds switches it on again, unless Zerix_SetStreaming or a close comes first. If the stream
+ * can't be started again, the send still returns 0: Zerix_Trigger then gives
+ * ZERIX_ERROR_NOT_STREAMING, a waiting Zerix_GrabFrame ends with the error of that start, and the
+ * next Zerix_SetStreaming or Zerix_GrabFrame tries to start it again and returns its error.
  *   settings  in, out: a filled record; it then holds the region, binning and speed that are used
  *   ZERIX_ERROR_NOT_LOADED     state: loaded, camera open
  *   ZERIX_ERROR_BAD_HANDLE     camera is null or closed, or another process has it
@@ -300,10 +309,16 @@ ZERIX_API uint32_t Zerix_GetParamSparseTable64(const Zerix_Settings *settings, u
  *   ZERIX_ERROR_NOT_LOADED        state: loaded, camera open, no frame queued
  *   ZERIX_ERROR_BAD_HANDLE        camera is null or closed, or another process has it
  *   ZERIX_ERROR_BAD_PARAMETER     frame is null
- *   ZERIX_ERROR_BUSY              frames or settings are queued
+ *   ZERIX_ERROR_BUSY              frames or settings are queued, or another thread is in this call
  *   ZERIX_ERROR_BUFFER_TOO_SMALL  pBuffer is null, or smaller than the image; frame is unchanged
+ *   ZERIX_ERROR_ROI_TOO_SMALL     the region holds no pixel
  *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT, ZERIX_ERROR_INITIALISATION
- *                                 no image came
+ *                                 no image came: the stream could not be started, or Zerix_Abort,
+ *                                 Zerix_SetStreaming(camera, 0), a close or the loss of the camera
+ *                                 ended the wait (all four ZERIX_ERROR_DRIVER_FAULT)
+ * On a camera that streams, the next image goes to this call. Otherwise the stream is on for this
+ * call only; if Zerix_SetStreaming(camera, 1) comes meanwhile, it stays on. After the loss of the
+ * camera the call fails at once until the stream has been started again.
  * An image with missing data is no error of the call: frame's errorCode tells it. Blocks until the
  * image is there. The limit of the wait is a thousand times twice the exposure plus five seconds
  * (three times the exposure on an interlaced camera; with the wheel turning, the three colours'
@@ -318,13 +333,16 @@ ZERIX_API uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame);
  *   callback  in: may be null. Called on threads of the library, and may queue more
  *   flags     in: ZERIX_FLAG_FRAME_DONE: call with that flag and the frame's errorCode when it is
  *             filled; ZERIX_FLAG_EXPOSE_DONE: call with that flag and error 0 when it has been
- *             exposed. With neither the frame is filled and nobody told
+ *             exposed. With neither flag the frame is filled and no callback is called
  *   userPointer, userData  in: passed to the callback as they are
  *   ZERIX_ERROR_NOT_LOADED        state: loaded, camera open
  *   ZERIX_ERROR_BAD_HANDLE        camera is null or closed, or another process has it
  *   ZERIX_ERROR_BAD_PARAMETER     frame is null
  *   ZERIX_ERROR_QUEUE_FULL        100 entries are queued
  *   ZERIX_ERROR_BUFFER_TOO_SMALL  bufferSize is less than the image
+ * After the loss of a camera that streamed, every frame that is queued comes back with errorCode
+ * ZERIX_ERROR_UNPLUGGED, in order, at most a hundred a second, through the callback and never from
+ * within this call; queued settings are sent in their turn.
  * Waits for a send of settings that is under way. */
 ZERIX_API uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame,
                                     ZerixAsyncCallback callback, uint32_t flags, void *userPointer,
@@ -361,13 +379,19 @@ ZERIX_API uint32_t Zerix_QueueSettings(ZerixHandle camera, Zerix_Settings *setti
  * that has hung for half a second. */
 ZERIX_API uint32_t Zerix_Abort(ZerixHandle camera);
 
-/* Switches the stream of images to the queue on or off. Queued frames stay queued.
+/* Switches the stream of images to the queue on or off. Queued frames stay queued. Off ends a
+ * Zerix_GrabFrame that waits on another thread, with ZERIX_ERROR_DRIVER_FAULT. On keeps the stream
+ * of such a call on after it.
  *   on  0: off; else on. What it is already is no error
  *   ZERIX_ERROR_NOT_LOADED      state: loaded, camera open
  *   ZERIX_ERROR_BAD_HANDLE      camera is null or closed, or another process has it
  *   ZERIX_ERROR_INITIALISATION  the bus has no bandwidth left
- *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT  the bus failed
- * Blocks until the camera has been told; switching off up to five seconds where no packets come. */
+ *   ZERIX_ERROR_ROI_TOO_SMALL   on: the region holds no pixel; nothing has been sent to the camera
+ *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT
+ *                               the bus failed; or, on: the stream is on and was lost. Switch it
+ *                               off and on again
+ * Blocks until the camera has been told, and for a send of settings that is under way on another
+ * thread; switching off takes up to some seconds where no packets come. */
 ZERIX_API uint32_t Zerix_SetStreaming(ZerixHandle camera, uint32_t on);
 
 /* Begins one exposure of a camera that streams with zprmTriggerType 5.

@@ -15,7 +15,7 @@ TEST(FilterWheel, TheCycleStopsTheStream)
     EXPECT_TRUE(camera.streaming);
     EXPECT_EQ(camera.SetRGBFilterCycle(true), 0);
     EXPECT_FALSE(camera.streaming);
-    EXPECT_TRUE(camera.restartStreaming);
+    EXPECT_TRUE(camera.IsRestartMarked());
     EXPECT_TRUE(camera.GetRGBFilterCycleMode());
     EXPECT_EQ(camera.SetRGBFilterCycle(true), 0);
     EXPECT_EQ(camera.SetRGBFilterCycle(false), 0);

@@ -58,6 +58,7 @@ public:
     using TolvaneFWCamera::OverrunCallback;
     using TolvaneFWCamera::PrivateGetNewFrame;
     using TolvaneFWCamera::streamingCallback;
+    using TolvaneFWCamera::TellOfLoss;
     using TolvaneFWCamera::TimedOutCallback;
 };
 

@@ -156,7 +156,7 @@ TEST_F(Geometry, AChangeOfTheRegionStopsTheStream)
     EXPECT_TRUE(camera.streaming);
     EXPECT_EQ(camera.SetROIX(8), 0);
     EXPECT_FALSE(camera.streaming);
-    EXPECT_TRUE(camera.restartStreaming);
+    EXPECT_TRUE(camera.IsRestartMarked());
 }
 
 // A sensor that is read from the far corner tells other coordinates than it stores.
@@ -288,9 +288,9 @@ TEST_F(Geometry, BinningStopsTheStreamUntilTheCommit)
     camera.streaming = true;
     EXPECT_EQ(camera.SetSymmetricalBinning(2), 0);
     EXPECT_FALSE(camera.streaming);
-    EXPECT_TRUE(camera.restartStreaming);
+    EXPECT_TRUE(camera.IsRestartMarked());
     EXPECT_EQ(camera.SetROI(1, 1, 10, 10), 0);
-    EXPECT_TRUE(camera.restartStreaming);
+    EXPECT_TRUE(camera.IsRestartMarked());
 }
 
 // The other two setters that drop it go on; see the readout's.

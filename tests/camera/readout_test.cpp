@@ -76,7 +76,7 @@ TEST(ReadoutFrequency, AChangeStopsTheStream)
     EXPECT_TRUE(camera.streaming);
     EXPECT_EQ(camera.SetReadoutFrequency(10.0f), 0);
     EXPECT_FALSE(camera.streaming);
-    EXPECT_TRUE(camera.restartStreaming);
+    EXPECT_TRUE(camera.IsRestartMarked());
 }
 
 TEST(ReadoutFrequency, OfAnUnbinnedCameraIsCutOnASmallPacket)
@@ -161,7 +161,7 @@ TEST(BitDepth, AChangeStopsTheStream)
     camera.streaming = true;
     EXPECT_EQ(camera.SetBitDepth(14), 0);
     EXPECT_FALSE(camera.streaming);
-    EXPECT_TRUE(camera.restartStreaming);
+    EXPECT_TRUE(camera.IsRestartMarked());
 }
 
 TEST(BitDepth, AFastUnbinnedReadoutIsCutFirst)

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "camera/stream_owner.h"
 #include "camera/tolvane_fw_camera.h"
 
 namespace zerix::test {
@@ -76,6 +77,8 @@ public:
     uint32_t GetAnalogBoardType() override { return analogBoardType; }
     void GetReadoutFrequencyModes(std::vector<float> &modes) override;
 
+    bool IsRestartMarked() const { return Stream().isRestartMarked; }
+
     uint32_t analogBoardType = 2;
     bool hasReadoutFrequencies = true;
 
@@ -83,7 +86,6 @@ public:
     using TolvaneFWCamera::defaultNormalizedGaindB;
     using TolvaneFWCamera::gainRecord;
     using TolvaneFWCamera::miscCtrlChanged;
-    using TolvaneFWCamera::restartStreaming;
     using TolvaneFWCamera::streaming;
 
 private:

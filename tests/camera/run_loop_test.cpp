@@ -306,7 +306,9 @@ public:
     }
     int16_t Init(uint32_t, uint32_t) override { return 0; }
     int16_t SetOutputFormat(uint32_t) override { return 0; }
+    void Reset() override { ++resets; }
 
+    std::atomic<uint32_t> resets = 0;
     std::unique_ptr<os::Semaphore> begun = os::Semaphore::Create(0, 100);
     std::unique_ptr<os::Semaphore> mayGoOn = os::Semaphore::Create(0, 100);
 };
@@ -323,6 +325,29 @@ TEST_F(RunLoop, ThrowsAwayWhatThePipelineHadWhenTheStreamStopped)
     filter.mayGoOn->Signal();
     filter.mayGoOn->Signal();
     Send(camera, 2);
+    ExpectNext(2);
+    EXPECT_EQ(camera.StopStreamingImages(), 0);
+    camera.GetImagePipeline()->RemoveFilter(&filter);
+}
+
+// The image of the first stream is in the filter when the second one starts and resets it, and
+// leaves something there after that.
+TEST_F(RunLoop, BeginsEachStreamWithFreshFilters)
+{
+    Slow filter;
+    auto &camera = Stream();
+    camera.GetImagePipeline()->AddFilter(&filter);
+    Send(camera, 1);
+    ASSERT_EQ(filter.begun->Wait(30000), os::WaitResult::kSignalled);
+    EXPECT_EQ(camera.StopStreamingImages(), 0);
+    EXPECT_EQ(filter.resets, 0u);
+    ASSERT_EQ(camera.StartStreamingImages(ImageReceiver::Received, nullptr, false, &receiver), 0);
+    EXPECT_EQ(filter.resets, 1u);
+    filter.mayGoOn->Signal();
+    Send(camera, 2);
+    ASSERT_EQ(filter.begun->Wait(30000), os::WaitResult::kSignalled);
+    EXPECT_EQ(filter.resets, 2u);
+    filter.mayGoOn->Signal();
     ExpectNext(2);
     EXPECT_EQ(camera.StopStreamingImages(), 0);
     camera.GetImagePipeline()->RemoveFilter(&filter);

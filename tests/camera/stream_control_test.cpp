@@ -92,15 +92,27 @@ TEST(StreamingCallback, ChangesWithItsUserData)
     EXPECT_EQ(camera.exposeDoneUserData, &user);
 }
 
-TEST(StreamingCallback, IsToldOfALostDevice)
+// By the run loop, and not inside the hardware layer's callback.
+TEST(StreamingCallback, IsToldOnceOfALostDevice)
 {
     static ZX::ZImageReceivedCallbackStruct got;
+    static int calls;
     got = {nullptr, nullptr, 0};
+    calls = 0;
     FrameCamera camera;
+    camera.streaming = true;
+    camera.SetStreamingCallback(
+        [](ZX::ZImageReceivedCallbackStruct *record) {
+            got = *record;
+            ++calls;
+        },
+        &camera);
+    EXPECT_FALSE(camera.TellOfLoss());
     FrameCamera::TimedOutCallback(&camera);
-    camera.SetStreamingCallback([](ZX::ZImageReceivedCallbackStruct *record) { got = *record; },
-                                &camera);
-    FrameCamera::TimedOutCallback(&camera);
+    EXPECT_EQ(calls, 0);
+    EXPECT_TRUE(camera.TellOfLoss());
+    EXPECT_FALSE(camera.TellOfLoss());
+    EXPECT_EQ(calls, 1);
     EXPECT_EQ(got.image, nullptr);
     EXPECT_EQ(got.userData, &camera);
     EXPECT_EQ(got.error, 0x1A);
@@ -110,13 +122,13 @@ TEST(StopForAChange, HappensOnceAndIsRemembered)
 {
     FrameCamera camera;
     EXPECT_EQ(camera.TurnOffStreaming(), 0);
-    EXPECT_FALSE(camera.restartStreaming);
+    EXPECT_FALSE(camera.IsRestartMarked());
     camera.streaming = true;
     EXPECT_EQ(camera.TurnOffStreaming(), 0);
-    EXPECT_TRUE(camera.restartStreaming);
+    EXPECT_TRUE(camera.IsRestartMarked());
     EXPECT_FALSE(camera.streaming);
     EXPECT_EQ(camera.TurnOffStreaming(), 0);
-    EXPECT_TRUE(camera.restartStreaming);
+    EXPECT_TRUE(camera.IsRestartMarked());
 }
 
 // One image --------------------------------------------------------------------------------------

@@ -10,7 +10,6 @@ namespace {
 using Frequencies = std::vector<float>;
 
 constexpr uint32_t kNoBandwidth = 30;
-constexpr uint32_t kDriverFault = 16;
 
 struct FastModel {
     uint32_t model;
@@ -81,7 +80,7 @@ TEST_P(BusSpeed, AFastBusGivesEveryReadout)
     }
 }
 
-// A refused camera has lost what it held of the bus, so the next picture is taken by a new one.
+// A refused camera holds nothing of the bus; the next picture books what it needs.
 TEST_P(BusSpeed, ASlowBusRefusesWhatDoesNotFit)
 {
     OpenOn(400, GetParam().model);
@@ -98,8 +97,6 @@ TEST_P(BusSpeed, ASlowBusRefusesWhatDoesNotFit)
                     continue;
                 }
                 ExpectRefusal();
-                Zerix_ReleaseDriver();
-                OpenOn(400, GetParam().model);
             }
         }
     }
@@ -122,20 +119,43 @@ INSTANTIATE_TEST_SUITE_P(Family, BusSpeed,
 
 class OneSpeed : public SpeedSession {};
 
-// Nothing of the bus is left to stream with, until the camera has been closed.
-TEST_F(OneSpeed, OnlyReopeningHelpsARefusedCamera)
+TEST_F(OneSpeed, ARefusedCameraTakesTheNextSmallerPicture)
 {
     OpenOn(400, 18);
     Set(1, false, 20);
     ExpectRefusal();
+    ExpectRefusal();
     Set(1, true, 10);
-    EXPECT_EQ(Zerix_GrabFrame(handle, &frame), kDriverFault);
-    EXPECT_EQ(frame.filled, 0u);
+    ExpectPictureOf(1, true);
+}
+
+TEST_F(OneSpeed, ARefusedCameraClosesAndOpens)
+{
+    OpenOn(400, 18);
+    Set(1, false, 20);
+    ExpectRefusal();
     EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
-    Zerix_ReleaseDriver();
-    OpenAt(0);
+    ASSERT_EQ(Zerix_OpenCamera(0, &handle), 0u);
+    ASSERT_EQ(ZerixSim_GiveCredit(0, 0), 0u);
+    Zerix_Settings settings = {};
+    Zerix_CreateCameraSettingsStruct(&settings);
+    EXPECT_EQ(Zerix_ReadSettingsFromCam(handle, &settings), 0u);
+    Zerix_ReleaseCameraSettingsStruct(&settings);
     Set(1, true, 20);
     ExpectPictureOf(1, true);
+}
+
+TEST_F(OneSpeed, ARefusalThatPassesIsTriedAgain)
+{
+    for (const char *fault : {"no bandwidth at request 1", "no channel at request 1"}) {
+        SCOPED_TRACE(fault);
+        OpenOn(800, 18);
+        Set(1, false, 20);
+        ASSERT_EQ(ZerixSim_InjectFault(0, fault), 0u) << ZerixSim_LastErrorText();
+        ExpectRefusal();
+        ExpectPictureOf(1, false);
+        Zerix_ReleaseDriver();
+    }
 }
 
 // A camera that can't be told its packet size has packets for 20 MHz at the most, on a fast bus
