@@ -45,6 +45,13 @@ install(
   ARCHIVE COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${ZERIX_CLASS_HEADERS_FOLDER})
 
+if(WIN32) # for other compilers
+  foreach(target IN ITEMS zerix zerix_sim_shared)
+    install(FILES $<TARGET_PROPERTY:${target},ZERIX_IMPORT_FILES> DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            COMPONENT development)
+  endforeach()
+endif()
+
 # ---- Headers.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zerix DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         COMPONENT development FILES_MATCHING PATTERN "*.h")
@@ -108,7 +115,7 @@ endif()
 
 # ---- Documents, with links that hold where they lie, and the guide's programs beside them.
 file(RELATIVE_PATH to_headers /${CMAKE_INSTALL_DOCDIR} /${CMAKE_INSTALL_INCLUDEDIR})
-foreach(document IN ITEMS guide configuration virtual-bus scenes cameras)
+foreach(document IN ITEMS guide configuration virtual-bus scenes cameras windows)
   set(source ${PROJECT_SOURCE_DIR}/docs/${document}.md)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
   file(READ ${source} text)

@@ -1,7 +1,5 @@
 // What the guide shows is what the examples are, and it tells every error.
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
@@ -12,19 +10,15 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/guide/documents.h"
 #include "tests/support/places.h"
 
 namespace zerix {
 namespace {
 
-const std::string kTree = test::SourceFolder();
+using test::Contents;
 
-std::string Contents(const std::string &path)
-{
-    std::ifstream file(kTree + "/" + path);
-    EXPECT_TRUE(file.is_open()) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+const std::string kTree = test::SourceFolder();
 
 struct Snippet {
     std::string file; // empty where the guide names none
