@@ -70,6 +70,17 @@ bool HasRegulatedCooling(const CameraDescription &description)
            IsAtLeast(description.information, 2, 7);
 }
 
+bool HasVoltages(const CameraDescription &description)
+{
+    return IsAtLeast(description.information, 2, 10);
+}
+
+bool HasSecondChannel(const CameraDescription &description)
+{
+    return IsAtLeast(description.information, 2, 9) && description.hardwareVersion >= 2 &&
+           description.hardwareVersion <= 3;
+}
+
 bool HasWheel(const CameraDescription &description, const SensorType &sensor)
 {
     return sensor.mosaic == Mosaic::kNone && description.model != model::kSparrowIr &&

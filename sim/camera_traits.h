@@ -19,6 +19,22 @@ inline constexpr uint32_t kOemCamera3 = 16;
 inline constexpr uint32_t kMetrol = 1002;
 } // namespace model
 
+// Defaults of the clocking voltages, in converter counts.
+namespace voltage {
+inline constexpr uint32_t kSubstratePulse = 1800;
+inline constexpr uint32_t kSubstrate = 1850;
+inline constexpr uint32_t kResetLevel = 2100;
+inline constexpr uint32_t kClock1 = 1500;
+inline constexpr uint32_t kClock2 = 1520;
+inline constexpr uint32_t kClock3 = 1540;
+inline constexpr uint32_t kClock4 = 1560;
+} // namespace voltage
+
+inline constexpr uint32_t kDefaultCalibration = 128;
+inline constexpr uint32_t kDefaultVerticalClock = 20;      // counts
+inline constexpr int64_t kVerticalClockNanoseconds = 50;   // of a count
+inline constexpr uint32_t kDefaultShutterDelay = 500;      // counts
+inline constexpr int64_t kShutterDelayNanoseconds = 6'400; // of a count
 inline constexpr uint32_t kDefaultGain = 600;
 inline constexpr uint32_t kDefaultOffset = 0;
 inline constexpr uint32_t kLeastMultiplication = 0;
@@ -44,6 +60,12 @@ double IntensifierFactor(uint32_t raw);
 
 // Cameras whose blocks are too old to tell of regulated cooling cool as far as they can.
 bool HasRegulatedCooling(const CameraDescription &description);
+
+// The factory's words for the sensor's voltages.
+bool HasVoltages(const CameraDescription &description);
+
+// Two output channels, each with one half of the sensor.
+bool HasSecondChannel(const CameraDescription &description);
 
 // Monochrome cameras carry a filter wheel, but for a few models.
 bool HasWheel(const CameraDescription &description, const SensorType &sensor);

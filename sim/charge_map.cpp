@@ -28,7 +28,9 @@ bool SameCharge(const ExposureSettings &a, const ExposureSettings &b)
     return a.exposureNanoseconds == b.exposureNanoseconds && a.x == b.x && a.y == b.y &&
            a.width == b.width && a.height == b.height &&
            a.horizontalBinning == b.horizontalBinning && a.verticalBinning == b.verticalBinning &&
-           a.fromFarCorner == b.fromFarCorner && a.celsius == b.celsius;
+           a.fromFarCorner == b.fromFarCorner && a.celsius == b.celsius &&
+           a.isBlackedOut == b.isBlackedOut && a.transferred == b.transferred &&
+           a.leftOverElectrons == b.leftOverElectrons;
 }
 
 ExposureSettings Normalised(ExposureSettings settings)
@@ -77,8 +79,10 @@ void ChargeMap::Update(const SensorType &type, const std::vector<float> &rates, 
     m_settings = wanted;
     const double seconds = static_cast<double>(wanted.exposureNanoseconds) * 1e-9;
     const double dark = DarkElectronsPerSecond(type, wanted.celsius) * seconds;
-    m_seconds = m_charges == Charges::kDark ? 0.0F : static_cast<float>(seconds);
+    const bool isDark = m_charges == Charges::kDark || wanted.isBlackedOut;
+    m_seconds = isDark ? 0.0F : static_cast<float>(seconds);
     m_dark = m_charges == Charges::kLight ? 0.0F : static_cast<float>(dark);
+    m_leftOver = m_charges == Charges::kLight ? 0.0F : static_cast<float>(wanted.leftOverElectrons);
     m_width = BinsOnSensor(wanted.x, wanted.width, wanted.horizontalBinning, type.columns);
     m_height = BinsOnSensor(wanted.y, wanted.height, wanted.verticalBinning, type.rows);
     const size_t pixels = static_cast<size_t>(m_width) * m_height;
@@ -90,7 +94,7 @@ void ChargeMap::Update(const SensorType &type, const std::vector<float> &rates, 
         AddHotPixels(type, hotPixels);
     }
     for (size_t i = 0; i < pixels; ++i) {
-        m_mean[i] = std::min(m_mean[i], kMostElectrons);
+        m_mean[i] = std::min(m_mean[i] * static_cast<float>(wanted.transferred), kMostElectrons);
         m_sigma[i] = std::sqrt(m_mean[i]);
     }
     m_valid = true;
@@ -126,7 +130,8 @@ void ChargeMap::SumBins(uint32_t row, uint32_t sensorRows)
 {
     const uint32_t binning = m_settings.horizontalBinning;
     float *mean = m_mean.data() + static_cast<size_t>(row) * m_width;
-    const auto darkOfColumn = m_dark * static_cast<float>(static_cast<int32_t>(sensorRows));
+    const auto darkOfColumn =
+        (m_dark + m_leftOver) * static_cast<float>(static_cast<int32_t>(sensorRows));
     if (binning == 1) {
         for (uint32_t c = 0; c < m_sensorColumns; ++c)
             mean[c] = m_seconds * m_line[c] + darkOfColumn;

@@ -49,6 +49,7 @@ private:
     bool m_valid = false;
     float m_seconds = 0;
     float m_dark = 0;             // electrons of the exposure in one pixel
+    float m_leftOver = 0;         // electrons from clearing
     uint32_t m_sensorColumns = 0; // of the region, unbinned
     uint32_t m_width = 0;         // of the region, as far as it is on the sensor
     uint32_t m_height = 0;

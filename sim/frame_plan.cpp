@@ -6,6 +6,7 @@
 #include "sim/camera_traits.h"
 #include "sim/capabilities.h"
 #include "sim/register_map.h"
+#include "sim/sensor_drive.h"
 
 namespace zerix::sim {
 namespace {
@@ -178,11 +179,12 @@ bool IsWithin(uint32_t place, uint32_t size, uint32_t binnedSensor, uint32_t sen
     return isWhole || (place <= sensor - size && sensor - place <= binnedSensor);
 }
 
-void PlanRegion(const CameraDescription &description, const SensorType &sensor, Words words,
-                FramePlan &plan)
+// `sensor` is the whole of it, `part` what is read out.
+void PlanRegion(const CameraDescription &description, const SensorType &sensor,
+                const SensorType &part, Words words, FramePlan &plan)
 {
     const Binning binning = BinningOf(description, words);
-    const auto [columns, rows] = BinnedSensor(description, sensor, words);
+    const auto [columns, rows] = BinnedSensor(description, part, words);
     // Charge of rows under different mosaic colours is never added: such rows are left out instead.
     const bool leavesOut = description.model == model::kBenchmate;
     if (leavesOut)
@@ -199,12 +201,13 @@ void PlanRegion(const CameraDescription &description, const SensorType &sensor, 
     exposure.fromFarCorner = description.streamingVersion == 2;
     const bool isTurned = IsTurnedByDriver(description);
     exposure.x =
-        NearPlace(ReadField(words, control::kX), exposure.width, columns, sensor.columns, isTurned);
+        NearPlace(ReadField(words, control::kX), exposure.width, columns, part.columns, isTurned);
     exposure.y =
-        NearPlace(ReadField(words, control::kY), exposure.height, rows, sensor.rows, isTurned);
+        NearPlace(ReadField(words, control::kY), exposure.height, rows, part.rows, isTurned);
     if (exposure.fromFarCorner) {
-        exposure.x = columns - exposure.width - exposure.x;
-        exposure.y = rows - exposure.height - exposure.y;
+        const Size whole = BinnedSensor(description, sensor, words);
+        exposure.x = whole.columns - exposure.width - exposure.x;
+        exposure.y = whole.rows - exposure.height - exposure.y;
     }
     if (leavesOut) {
         exposure.y *= plan.keptRowPairs;
@@ -274,12 +277,29 @@ void PlanLayout(const CameraDescription &description, const SensorType &sensor, 
         description.model == model::kBenchmate && ReadField(words, control::kLiveMode) == 0;
 }
 
+bool HasMetrolShutter(const CameraDescription &description)
+{
+    return description.model == model::kMetrol && description.control.major == 1 &&
+           description.control.minor == 2;
+}
+
+// Mode 1 shows the exposure, mode 0 how long no trigger is taken.
+uint64_t SyncNanoseconds(Words words, const FramePlan &plan)
+{
+    const uint64_t exposure = plan.exposure.exposureNanoseconds;
+    if (ReadField(words, control::kSyncB) != 0)
+        return exposure;
+    return plan.leadNanoseconds + exposure + plan.readoutNanoseconds;
+}
+
 } // namespace
 
 FramePlan PlanFrame(const CameraDescription &description, const SensorType &sensor, Words words,
                     uint32_t wheelFrame)
 {
     FramePlan plan;
+    if (HasMetrolShutter(description))
+        plan.leadNanoseconds += uint64_t{ReadField(words, control::kMetrolShutterDelay)} * 1000;
     if (HasWheel(description, sensor)) {
         plan.exposure.filterColour = FilterOf(words, wheelFrame);
         if (IsWheelTurning(words))
@@ -288,19 +308,26 @@ FramePlan PlanFrame(const CameraDescription &description, const SensorType &sens
     if (TriggerOf(words) != Trigger::kFree)
         plan.leadNanoseconds += ReadField(words, control::kTriggerDelay);
     PlanExposureTime(description, words, plan);
-    PlanRegion(description, sensor, words, plan);
+    const SensorType part = ReadPart(description, sensor, words);
+    PlanRegion(description, sensor, part, words, plan);
     PlanAnalogue(description, sensor, words, plan);
+    PlanDrive(description, words, plan.exposure);
     PlanLayout(description, sensor, words, plan);
     const uint64_t pixels =
         uint64_t{plan.exposure.width} * plan.exposure.height / plan.keptRowPairs;
     // Rates are multiples of 0.5 MHz.
     const auto halfMegahertz = static_cast<uint64_t>(plan.exposure.megahertz * 2.0f);
-    plan.readoutNanoseconds = pixels * 2000 / halfMegahertz;
+    const uint64_t byPixels = pixels * 2000 / halfMegahertz;
+    const int64_t extra = ExtraReadoutNanoseconds(description, sensor, words);
+    plan.readoutNanoseconds = static_cast<uint64_t>(
+        std::max(static_cast<int64_t>(byPixels) + extra, static_cast<int64_t>(byPixels / 2)));
+    plan.syncNanoseconds = SyncNanoseconds(words, plan);
     return plan;
 }
 
-bool LeavesSensor(const CameraDescription &description, const SensorType &sensor, Words words)
+bool LeavesSensor(const CameraDescription &description, const SensorType &whole, Words words)
 {
+    const SensorType sensor = ReadPart(description, whole, words);
     const Size binned = BinnedSensor(description, sensor, words);
     const bool isTurned = IsTurnedByDriver(description);
     return !IsWithin(ReadField(words, control::kX), ReadField(words, control::kWidth),
@@ -329,7 +356,8 @@ Trigger TriggerOf(Words words)
     case 5:
         return Trigger::kHardware;
     case 4:
-        return Trigger::kHardwareTwoShots;
+        return ReadField(words, control::kTwoShots) != 0 ? Trigger::kHardwareTwoShots
+                                                         : Trigger::kHardware;
     default:
         return Trigger::kFree;
     }

@@ -17,6 +17,7 @@ struct FramePlan {
     FrameLayout layout;        // number, time and packet size are the camera's to fill in
     uint64_t readoutNanoseconds = 0;
     uint64_t leadNanoseconds = 0; // before the exposure: trigger delay, the wheel's settling
+    uint64_t syncNanoseconds = 0; // that the SyncB output is active for the frame
     uint32_t keptRowPairs = 1;    // one row pair of so many is sent; the exposure has all
 };
 

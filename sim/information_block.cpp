@@ -37,14 +37,9 @@ void PutIdentity(Words &words, const CameraDescription &description, const Senso
                    static_cast<uint8_t>(description.serial[i]));
 }
 
-void PutSizes(Words &words, const CameraDescription &description, const SensorType &sensor)
+void PutFormat(Words &words, const CameraDescription &description, const SensorType &sensor)
 {
     const bool eightfold = (CapabilitiesOf(description) & kEightfoldBinning) != 0;
-    const uint32_t third = eightfold ? 8 : 3;
-    Put(words, 0x10, Halves(sensor.columns, sensor.rows));
-    Put(words, 0x14, Halves(sensor.columns / 2, sensor.rows / 2));
-    Put(words, 0x18, Halves(sensor.columns / third, sensor.rows / third));
-    Put(words, 0x1C, Halves(sensor.columns / 4, sensor.rows / 4));
     Put(words, 0x20, description.bitDepth - 1u);
     Put(words, 0x28, description.cooler ? 1u << 31 : 0);
     Put(words, 0xA4, description.streamingVersion);
@@ -100,12 +95,12 @@ void PutExtras(Words &words, const CameraDescription &description)
     Put(words, 0x2A4, capabilities & kCapabilityWord);
     if (HasRegulatedCooling(description))
         Put(words, 0x29C, Halves(CountsOfCelsius(20.0), CountsOfCelsius(-30.0)));
-    Put(words, 0x308, 128);
-    Put(words, 0x310, 0);
+    Put(words, 0x308, kDefaultCalibration);
+    Put(words, 0x310, description.highGain && (capabilities & kHighGain) != 0 ? 2 : 0);
     if ((capabilities & kShutterDelay) != 0)
-        Put(words, 0x2C4, 500); // counts of 6.4 microseconds
+        Put(words, 0x2C4, kDefaultShutterDelay);
     if ((capabilities & kVerticalClock) != 0) {
-        Put(words, 0x314, 20); // counts: 1000, 500 and 5000 ns
+        Put(words, 0x314, kDefaultVerticalClock); // counts: 1000, 500 and 5000 ns
         Put(words, 0x318, 10);
         Put(words, 0x31C, 100);
         Put(words, 0x320, 20'000'000);
@@ -119,30 +114,42 @@ void PutExtras(Words &words, const CameraDescription &description)
     }
 }
 
-// Defaults of the clocking voltages, in converter counts.
-void PutVoltages(Words &words)
+void PutVoltages(Words &words, const CameraDescription &description)
 {
-    constexpr uint32_t kDefaults[] = {1800, 2100, 1500, 1520, 1540, 1560, 0};
+    const uint32_t defaults[] = {voltage::kSubstratePulse, voltage::kResetLevel, voltage::kClock1,
+                                 voltage::kClock2,         voltage::kClock3,     voltage::kClock4,
+                                 description.miscellaneous};
     uint32_t offset = 0x328;
-    for (uint32_t value : kDefaults) {
+    for (uint32_t value : defaults) {
         Put(words, offset, value);
         offset += 4;
     }
-    Put(words, 0x114, 1'850'000);
+    Put(words, 0x114, voltage::kSubstrate * 1000);
 }
 
 } // namespace
+
+void PutSizes(const CameraDescription &description, const SensorType &part,
+              std::span<uint32_t> words)
+{
+    const uint32_t third = (CapabilitiesOf(description) & kEightfoldBinning) != 0 ? 8 : 3;
+    WriteField(words, {0x10}, Halves(part.columns, part.rows));
+    WriteField(words, {0x14}, Halves(part.columns / 2, part.rows / 2));
+    WriteField(words, {0x18}, Halves(part.columns / third, part.rows / third));
+    WriteField(words, {0x1C}, Halves(part.columns / 4, part.rows / 4));
+}
 
 std::vector<uint32_t> MakeInformationBlock(const CameraDescription &description,
                                            const SensorType &sensor)
 {
     Words words(kNewestWords);
     PutIdentity(words, description, sensor);
-    PutSizes(words, description, sensor);
+    PutSizes(description, sensor, words);
+    PutFormat(words, description, sensor);
     PutTiming(words, description);
     PutAnalogue(words, description);
     PutExtras(words, description);
-    PutVoltages(words);
+    PutVoltages(words, description);
     words.resize(InformationWords(description.information));
     return words;
 }

@@ -1,7 +1,8 @@
-// The facts that a virtual camera tells about itself in its information block. A pure function.
+// The facts that a virtual camera tells about itself in its information block. Pure functions.
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "sim/rack.h"
@@ -13,5 +14,9 @@ namespace zerix::sim {
 // version that no camera has.
 std::vector<uint32_t> MakeInformationBlock(const CameraDescription &description,
                                            const SensorType &sensor);
+
+// The sizes of the picture in each binning, of the part of the sensor that is read out.
+void PutSizes(const CameraDescription &description, const SensorType &part,
+              std::span<uint32_t> words);
 
 } // namespace zerix::sim

@@ -47,7 +47,9 @@ struct CameraDescription {
     std::array<float, 3> lightColour{1, 1, 1}; // the same of its red, green and blue
     std::string reads = "pending"; // register reads complete "pending", "immediate" or "mixed"
     std::vector<FaultText> faults = {};
-    bool inUse = false; // another process holds it
+    bool inUse = false;         // another process holds it
+    uint16_t miscellaneous = 0; // default of the factory's miscellaneous word
+    bool highGain = false;      // powers up in high gain
 };
 
 struct Rack {

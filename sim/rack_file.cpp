@@ -131,6 +131,12 @@ constexpr Key<Camera> kCameraKeys[] = {
      [](const toml::node &node, Camera *camera) {
          return ReadCapabilities(node, &camera->capabilities);
      }},
+    {"misc-control", "an integer from 0 to 65535",
+     [](const toml::node &node, Camera *camera) {
+         return ReadNumber(node, 0, 0xFFFF, &camera->miscellaneous);
+     }},
+    {"high-gain", "true or false",
+     [](const toml::node &node, Camera *camera) { return ReadTruth(node, &camera->highGain); }},
     {"scene", "",
      [](const toml::node &node, Camera *camera) { return ReadScene(node, &camera->scene); }},
     {"reads", "\"pending\", \"immediate\" or \"mixed\"",

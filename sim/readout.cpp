@@ -244,6 +244,30 @@ void AddDark(const ReadoutChain &chain, const ReadoutPiece &dark, float *electro
         electrons[i] += added[i];
 }
 
+// A uniform deviate around none.
+void Dither(const ReadoutChain &chain, const ReadoutPiece &piece, float *read)
+{
+    const uint64_t first = PixelCounter(piece.column, piece.row);
+    const float inElectrons = chain.dither / chain.countsPerElectron;
+    for (uint32_t i = 0; i < piece.count; ++i) {
+        const auto bits = static_cast<int32_t>(RandomBits(chain.ditherKey, first + i) >> 40U);
+        const float unit = static_cast<float>(bits) / 16777216.0F - 0.5F;
+        read[i] += unit * inElectrons / chain.readNoise;
+    }
+}
+
+void ScaleSecondChannel(const ReadoutChain &chain, const ReadoutPiece &piece, float *electrons,
+                        float *read)
+{
+    for (uint32_t i = 0; i < piece.count; ++i) {
+        const uint32_t column = piece.column + i;
+        if (column < chain.secondFrom || column >= chain.secondTo)
+            continue;
+        electrons[i] *= chain.secondGain;
+        read[i] *= chain.secondGain;
+    }
+}
+
 void Convert(const ReadoutChain &chain, uint32_t count, const float *electrons, const float *read,
              int32_t *counts)
 {
@@ -292,6 +316,26 @@ double ReadNoiseElectrons(float megahertz)
     return previous->electrons;
 }
 
+namespace {
+
+struct Columns {
+    uint32_t from;
+    uint32_t to;
+};
+
+// The right half of the sensor, in bins of the readout, which may begin at either side. A bin
+// belongs to the channel of its first column.
+Columns SecondChannel(const SensorType &type, const ExposureSettings &settings)
+{
+    const uint32_t binning = std::max(settings.horizontalBinning, 1U);
+    const uint32_t half = type.columns / 2;
+    if (!settings.fromFarCorner)
+        return {.from = (half + binning - 1) / binning, .to = type.columns};
+    return {.from = 0, .to = (type.columns - half + binning - 1) / binning};
+}
+
+} // namespace
+
 ReadoutChain MakeReadoutChain(const SensorType &type, const ExposureSettings &settings,
                               uint64_t key)
 {
@@ -306,19 +350,26 @@ ReadoutChain MakeReadoutChain(const SensorType &type, const ExposureSettings &se
     const auto multiplication = static_cast<double>(ClampedFloat(factor, 1.0, 1e5));
     const auto spread = static_cast<float>(multiplication * (multiplication - 1.0));
     const bool eightBits = settings.outputBits <= 8;
+    const Columns second = SecondChannel(type, settings);
     return {.shotKey = DeriveKey(key, 1),
             .smallKey = DeriveKey(key, 2),
             .multiplyKey = DeriveKey(key, 3),
             .darkKey = DeriveKey(key, 4),
+            .ditherKey = DeriveKey(key, 5),
             .noise = settings.noise,
             .multiplication = static_cast<float>(multiplication),
             .multiplicationRoot = std::sqrt(spread),
-            .fullWell = static_cast<float>(type.fullWellElectrons),
+            .fullWell = static_cast<float>(type.fullWellElectrons * settings.fullWell),
             .readNoise = static_cast<float>(ReadNoiseElectrons(settings.megahertz)),
             .countsPerElectron =
                 ClampedFloat(FactorFromDecibels(settings.gaindB) / electronsPerCount, 0.0, 1e12),
             .offset = static_cast<float>(settings.offsetCounts) + 0.5F,
             .highestCount = static_cast<float>(static_cast<int32_t>((1U << bits) - 1U)),
+            .dither = settings.isDithered ? 1.0F : 0.0F,
+            .secondGain = static_cast<float>(settings.secondChannelGain),
+            .secondFrom = second.from,
+            .secondTo = second.to,
+            .keptBits = ~0U << std::min(settings.droppedBits, 15U),
             .shift = eightBits && bits > 8 ? bits - 8 : 0,
             .eightBits = eightBits,
             .bigEndian = settings.bigEndian};
@@ -338,6 +389,10 @@ void ReadOut(const ReadoutChain &chain, const ReadoutPiece &piece, const Readout
         Draw(chain, piece, electrons, read, nullptr);
     if (dark != nullptr)
         AddDark(chain, *dark, electrons);
+    if (chain.secondGain != 1.0F)
+        ScaleSecondChannel(chain, piece, electrons, read);
+    if (chain.dither > 0.0F)
+        Dither(chain, piece, read);
     Convert(chain, piece.count, electrons, read, counts);
     WriteCounts(chain, counts, piece.count, pixels);
 }
@@ -346,14 +401,16 @@ void WriteCounts(const ReadoutChain &chain, const int32_t *counts, uint32_t coun
 {
     if (chain.eightBits) {
         for (uint32_t i = 0; i < count; ++i)
-            pixels[i] = static_cast<uint8_t>(static_cast<uint32_t>(counts[i]) >> chain.shift);
+            pixels[i] = static_cast<uint8_t>(static_cast<uint32_t>(counts[i]) >> chain.shift &
+                                             chain.keptBits);
         return;
     }
+    const uint32_t kept = chain.keptBits;
     if (chain.bigEndian == (std::endian::native == std::endian::big))
-        WriteWords(counts, count, pixels, [](uint32_t word) { return word; });
+        WriteWords(counts, count, pixels, [kept](uint32_t word) { return word & kept; });
     else
         WriteWords(counts, count, pixels,
-                   [](uint32_t word) { return (word >> 8U) | (word << 8U); });
+                   [kept](uint32_t word) { return ((word & kept) >> 8U) | ((word & kept) << 8U); });
 }
 
 } // namespace zerix::sim

@@ -17,6 +17,7 @@ struct ReadoutChain {
     uint64_t smallKey;
     uint64_t multiplyKey;
     uint64_t darkKey; // of dark charges that are drawn apart
+    uint64_t ditherKey;
     bool noise;
     float multiplication;     // 1 for none
     float multiplicationRoot; // standard deviation that one electron's multiplication adds
@@ -25,7 +26,12 @@ struct ReadoutChain {
     float countsPerElectron;
     float offset; // counts, with the half that rounds
     float highestCount;
-    uint32_t shift; // from the converter's depth to the output's
+    float dither;        // counts from the lowest to the highest; 0 for none
+    float secondGain;    // of the second channel; 1 for alike
+    uint32_t secondFrom; // its columns of the readout, and the first that is not its own any more
+    uint32_t secondTo;
+    uint32_t keptBits; // of a number that is sent
+    uint32_t shift;    // from the converter's depth to the output's
     bool eightBits;
     bool bigEndian;
 };

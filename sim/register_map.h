@@ -63,6 +63,7 @@ namespace control {
 inline constexpr RegisterField kLittleEndian{0x04, 2, 1};
 inline constexpr RegisterField kDepthCode{0x04, 3, 2};
 inline constexpr RegisterField kRateCode{0x04, 8, 4};
+inline constexpr RegisterField kCompression{0x04, 16, 8};
 inline constexpr RegisterField kTag{0x04, 24, 8};
 inline constexpr RegisterField kBinningCode{0x08, 0, 2};
 inline constexpr RegisterField kLiveMode{0x08, 2, 1};
@@ -78,19 +79,39 @@ inline constexpr RegisterField kExposure{0x18}; // version 1: microseconds; else
 inline constexpr RegisterField kRedExposure{0x1C};
 inline constexpr RegisterField kBlueExposure{0x20};
 inline constexpr RegisterField kTriggerCode{0x2C, 0, 4};
+inline constexpr RegisterField kTriggerFalls{0x2C, 8, 1}; // at the falling edge
+inline constexpr RegisterField kSyncB{0x2C, 16, 1};
 inline constexpr RegisterField kWheelTurns{0x30, 0, 1};
 inline constexpr RegisterField kWheelStart{0x30, 8, 2};
+inline constexpr RegisterField kTwoShots{0x34, 0, 1};    // of cameras with double shot
 inline constexpr RegisterField kWheelStep{0x34, 0, 16};  // milliseconds from place to place
 inline constexpr RegisterField kWheelRest{0x34, 16, 16}; // milliseconds until it is at rest
 inline constexpr RegisterField kCoolerOn{0x38, 0, 1};
 inline constexpr RegisterField kCoolerTarget{0x38, 16, 16};
+inline constexpr RegisterField kMetrolShutterDelay{0x3C}; // version 1.2: microseconds
 inline constexpr RegisterField kExposureLow{0x3C};
 inline constexpr RegisterField kRedExposureLow{0x40};
 inline constexpr RegisterField kBlueExposureLow{0x44};
 inline constexpr RegisterField kIntensifierGain{0x48, 4, 12};
 inline constexpr RegisterField kTriggerDelay{0x4C};
 inline constexpr RegisterField kPacketBytes{0x50};
+inline constexpr RegisterField kHighSensitivityMode{0x54, 0, 1};
+inline constexpr RegisterField kBlackoutMode{0x54, 1, 1};
+inline constexpr RegisterField kFanSpeed{0x58, 16, 16};
 inline constexpr RegisterField kMultiplicationBelowMost{0x60, 0, 16};
+inline constexpr RegisterField kShutterCloseDelay{0x64, 0, 16};
+inline constexpr RegisterField kDitherMode{0x78, 0, 1};
+inline constexpr RegisterField kHighGainMode{0x78, 1, 1};
+inline constexpr RegisterField kVerticalClock{0x7C, 0, 16};
+inline constexpr RegisterField kChannelCalibration{0x80, 0, 8};
+inline constexpr RegisterField kSubstratePulse{0x88, 0, 16};
+inline constexpr RegisterField kSubstrate{0x8C, 0, 16};
+inline constexpr RegisterField kResetLevel{0x90, 0, 16};
+inline constexpr RegisterField kClock1{0x94, 0, 16};
+inline constexpr RegisterField kClock2{0x98, 0, 16};
+inline constexpr RegisterField kClock3{0x9C, 0, 16};
+inline constexpr RegisterField kClock4{0xA0, 0, 16};
+inline constexpr RegisterField kMiscellaneous{0xA4, 0, 16};
 } // namespace control
 
 } // namespace zerix::sim

@@ -54,6 +54,13 @@ struct ExposureSettings {
     double electronMultiplication = 1; // of sensors that multiply
     double intensification = 1;        // of an image intensifier before the sensor
     double celsius = 20;               // the sensor's temperature
+    bool isBlackedOut = false;         // no light reaches the sensor
+    double transferred = 1;            // part of the charge that the clocks bring out
+    double leftOverElectrons = 0;      // in each pixel, from clearing
+    double fullWell = 1;               // times the sensor's
+    double secondChannelGain = 1;      // of the columns of the right half
+    bool isDithered = false;           // half a count of noise before the conversion
+    uint32_t droppedBits = 0;          // that compression clears in what is sent
     double electronsPerCount = 0;      // at 0 dB; 0: full well over the converter's range
     uint8_t filterColour = 0xFF; // wheel filter before a monochrome sensor: 0, 1, 3; 0xFF none
     bool noise = true;           // off for tests that compare pixels exactly

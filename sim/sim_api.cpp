@@ -116,6 +116,29 @@ uint32_t ZerixSim_FireTrigger(uint32_t camera)
     });
 }
 
+uint32_t ZerixSim_SetTriggerLine(uint32_t camera, uint32_t level)
+{
+    return Exported([&]() -> uint32_t {
+        return WithCamera(camera, [level](VirtualCamera &found) {
+            found.SetTriggerLine(level != 0);
+            return Succeed();
+        });
+    });
+}
+
+uint32_t ZerixSim_GetSyncB(uint32_t camera, uint32_t *pulses, uint64_t *activeNanoseconds)
+{
+    return Exported([&]() -> uint32_t {
+        if (pulses == nullptr || activeNanoseconds == nullptr)
+            return NullPointer();
+        return WithCamera(camera, [=](VirtualCamera &found) {
+            *pulses = found.Sync().pulses;
+            *activeNanoseconds = found.Sync().activeNanoseconds;
+            return Succeed();
+        });
+    });
+}
+
 uint32_t ZerixSim_SetScene(uint32_t camera, const char *scene)
 {
     return Exported([&]() -> uint32_t {

@@ -3,19 +3,24 @@
 #include "sim/virtual_camera.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "hal/kernel_driver.h"
 #include "sim/camera_traits.h"
+#include "sim/capabilities.h"
 #include "sim/information_block.h"
 #include "sim/register_map.h"
 #include "sim/reserved_values.h"
+#include "sim/sensor_drive.h"
 #include "zerix/zerix_sim.h"
 
 namespace zerix::sim {
 namespace {
 
 constexpr double kAmbientCelsius = 25.0;
+constexpr double kUnregulatedKelvin = 30.0;      // that the cooler goes below its surroundings
+constexpr double kRegulatedKelvin = 55.0;        // at most
 constexpr uint64_t kAccessNanoseconds = 125'000; // a register access takes a bus cycle
 constexpr size_t kRememberedWrites = 65'536;
 constexpr size_t kRememberedFrames = 256;
@@ -74,6 +79,8 @@ void VirtualCamera::PowerOn()
     m_powerOn = m_clock.Now();
     m_lastCommit = m_powerOn;
     m_latched.assign(m_blocks[kControl].words.size(), 0);
+    PowerOnInHighGain();
+    m_sync = {};
     m_commits = 0;
     m_framesSinceCommit = 0;
     m_shots = 0;
@@ -81,6 +88,13 @@ void VirtualCamera::PowerOn()
     m_frameTimes.clear();
     ++m_epoch;
     SetCooler();
+}
+
+void VirtualCamera::PowerOnInHighGain()
+{
+    const bool isHigh = m_description.highGain && (CapabilitiesOf(m_description) & kHighGain) != 0;
+    WriteField(m_blocks[kControl].words, control::kHighGainMode, isHigh ? 1 : 0);
+    WriteField(m_latched, control::kHighGainMode, isHigh ? 1 : 0);
 }
 
 void VirtualCamera::MakeBlocks()
@@ -217,7 +231,11 @@ void VirtualCamera::Command(uint32_t offset, uint32_t value)
 // A running exposure is abandoned; the stream sees that by the epoch.
 void VirtualCamera::Commit()
 {
+    const uint32_t miscellaneous = ReadField(m_latched, control::kMiscellaneous);
     m_latched = m_blocks[kControl].words;
+    if (ReadField(m_latched, control::kMiscellaneous) != miscellaneous)
+        PutSizes(m_description, ReadPart(m_description, *m_sensorType, m_latched),
+                 m_blocks[kInformation].words);
     if (LeavesSensor(m_description, *m_sensorType, m_latched))
         Note(Mistake::kRegionOutside, ReadField(m_latched, {control::kWidth.offset}),
              ReadField(m_latched, {control::kX.offset}));
@@ -232,21 +250,39 @@ void VirtualCamera::Commit()
 
 void VirtualCamera::SetCooler()
 {
+    const double fan = FanStrength();
     const uint32_t word = ReadField(m_latched, {control::kCoolerOn.offset});
-    if (word == m_coolerWord)
+    if (word == m_coolerWord && fan == m_fan)
         return;
     m_coolerWord = word;
+    m_fan = fan;
     const bool on = m_description.cooler && ReadField(m_latched, control::kCoolerOn) != 0;
-    const double unregulated = kAmbientCelsius - 30.0;
-    const double target = HasRegulatedCooling(m_description)
-                              ? CelsiusOfCounts(ReadField(m_latched, control::kCoolerTarget))
-                              : unregulated;
-    m_cooler.Set(on, target, m_clock.Now());
+    const double unregulated = kAmbientCelsius - kUnregulatedKelvin * fan;
+    const double wanted = CelsiusOfCounts(ReadField(m_latched, control::kCoolerTarget));
+    const double reached = kAmbientCelsius - kRegulatedKelvin * fan;
+    const bool isRegulated = HasRegulatedCooling(m_description);
+    // At full speed the fan sets no limit to a target.
+    m_isTargetReached = fan == 1.0 || wanted >= reached;
+    m_cooler.Set(on,
+                 !isRegulated        ? unregulated
+                 : m_isTargetReached ? wanted
+                                     : reached,
+                 m_clock.Now());
+}
+
+// What the cooler can do at the fan's speed; what is none of four speeds is the highest.
+double VirtualCamera::FanStrength() const
+{
+    constexpr double kStrengths[] = {1.0, 0.7, 0.8, 0.9, 1.0};
+    const uint32_t speed = ReadField(m_latched, control::kFanSpeed);
+    const bool hasFan = (CapabilitiesOf(m_description) & kFan) != 0;
+    return hasFan && speed < std::size(kStrengths) ? kStrengths[speed] : 1.0;
 }
 
 void VirtualCamera::RefreshStatus()
 {
-    const bool locked = HasRegulatedCooling(m_description) && m_cooler.IsLocked(m_clock.Now());
+    const bool locked =
+        HasRegulatedCooling(m_description) && m_isTargetReached && m_cooler.IsLocked(m_clock.Now());
     WriteField(m_blocks[kStatus].words, kStatusLock, locked ? 3 : 0);
 }
 
@@ -280,7 +316,21 @@ bool VirtualCamera::SetScene(const std::string &text, std::string *error)
     return true;
 }
 
-void VirtualCamera::FireTriggerLine() { AddShots(true); }
+// A pulse has both edges; which of them counts is the polarity's.
+void VirtualCamera::FireTriggerLine()
+{
+    SetTriggerLine(!m_isTriggerLineHigh);
+    SetTriggerLine(!m_isTriggerLineHigh);
+}
+
+void VirtualCamera::SetTriggerLine(bool isHigh)
+{
+    const bool isFalling = m_isTriggerLineHigh && !isHigh;
+    const bool isEdge = isHigh != m_isTriggerLineHigh;
+    m_isTriggerLineHigh = isHigh;
+    if (isEdge && isFalling == (ReadField(m_latched, control::kTriggerFalls) != 0))
+        AddShots(true);
+}
 
 // A camera that isn't streaming, or waits for another kind of trigger, doesn't see the pulse.
 void VirtualCamera::AddShots(bool isHardware)
@@ -366,6 +416,8 @@ void VirtualCamera::Exposed(FrameJob &job)
     FrameLayout &layout = job.plan.layout;
     layout.rollingFrameNumber = m_nextFrameNumber++;
     layout.time = static_cast<uint32_t>((job.start - m_powerOn) / 1000);
+    ++m_sync.pulses;
+    m_sync.activeNanoseconds += job.plan.syncNanoseconds;
     if (m_faults.OnFrame())
         layout.tag ^= kWrongTagBits;
     ++m_framesSinceCommit;

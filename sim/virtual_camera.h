@@ -40,6 +40,12 @@ struct FrameJob {
     std::shared_ptr<const Scene> scene;
 };
 
+// What the SyncB output has shown since power-on.
+struct SyncOutput {
+    uint32_t pulses = 0;
+    uint64_t activeNanoseconds = 0;
+};
+
 // What turns a job into packets. Used by one stream thread at a time and nobody else.
 struct Optics {
     std::unique_ptr<Sensor> sensor;
@@ -81,6 +87,8 @@ public:
 
     bool SetScene(const std::string &text, std::string *error);
     void FireTriggerLine();
+    void SetTriggerLine(bool isHigh);
+    [[nodiscard]] const SyncOutput &Sync() const { return m_sync; }
     void SetCredit(uint32_t frames);
     void SetCreditPerStream(uint32_t frames);
     // The streaming register has begun a stream.
@@ -131,6 +139,8 @@ private:
     void Command(uint32_t offset, uint32_t value);
     void Commit();
     void SetCooler();
+    [[nodiscard]] double FanStrength() const;
+    void PowerOnInHighGain();
     void RefreshStatus();
     void AddShots(bool isHardware);
 
@@ -145,6 +155,10 @@ private:
     std::deque<RegisterWrite> m_writes;
     Cooler m_cooler;
     uint32_t m_coolerWord = 0;
+    double m_fan = 1;
+    bool m_isTargetReached = true; // given time
+    SyncOutput m_sync;
+    bool m_isTriggerLineHigh = false;
     std::shared_ptr<const Scene> m_scene;
     Optics m_optics;
     std::deque<Remembered> m_frameTimes;

@@ -132,9 +132,25 @@ ZERIX_API uint32_t ZerixSim_Plug(uint32_t camera);
  *   ZERIX_SIM_NO_SUCH_CAMERA  there is none */
 ZERIX_API uint32_t ZerixSim_UnplugWithDriver(uint32_t camera);
 
-/* One pulse on the trigger line.
+/* One pulse on the trigger line: both its edges, of which the camera's polarity takes one.
  *   ZERIX_SIM_NO_SUCH_CAMERA  there is none */
 ZERIX_API uint32_t ZerixSim_FireTrigger(uint32_t camera);
+
+/* Sets the level of the trigger line, which is low at first. A camera triggers at the rising edge,
+ * or at the falling one with the other polarity.
+ *   level  in: 0 low, anything else high
+ *   ZERIX_SIM_NO_SUCH_CAMERA  there is none */
+ZERIX_API uint32_t ZerixSim_SetTriggerLine(uint32_t camera, uint32_t level);
+
+/* What the camera's SyncB output has shown since it was plugged in: one pulse for each frame that
+ * was exposed whole. As "expose" it is active during the exposure, as "trigger mask" from the
+ * trigger to the end of the readout.
+ *   pulses             out: how many
+ *   activeNanoseconds  out: how long the output was active, all pulses together
+ *   ZERIX_SIM_NO_SUCH_CAMERA  there is none
+ *   ZERIX_SIM_BAD_PARAMETER   a pointer is null */
+ZERIX_API uint32_t ZerixSim_GetSyncB(uint32_t camera, uint32_t *pulses,
+                                     uint64_t *activeNanoseconds);
 
 /* What the camera looks at, from the next exposure on.
  *   scene  in: "cells", "stars", "resolution-chart", "gradient", "flat", "flat:PHOTONS",

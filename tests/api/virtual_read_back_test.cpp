@@ -240,15 +240,15 @@ TEST_F(VirtualReadBack, OfTheTweekingRegister)
         constexpr uint32_t kWords[] = {0x88, 0x8C, 0x90, 0x94, 0x98, 0x9C, 0xA0, 0xA4};
         for (uint32_t selector = 1; selector <= 8; ++selector) {
             SCOPED_TRACE(selector);
-            Set(zprmTweekingRegister, selector << 28 | 0xABC0000 | (60 + selector));
+            Set(zprmTweekingRegister, selector << 28 | 0xABC0000 | (40 + selector));
             Send();
-            EXPECT_EQ(Word(kWords[selector - 1]), selector == 1 ? 61'000u : 60 + selector);
+            EXPECT_EQ(Word(kWords[selector - 1]), selector == 1 ? 41'000u : 40 + selector);
         }
         for (const uint32_t selector : {0u, 9u, 15u}) {
             Set(zprmTweekingRegister, selector << 28 | 1);
             Send();
             for (uint32_t index = 0; index < 8; ++index)
-                EXPECT_EQ(Word(kWords[index]), index == 0 ? 61'000u : 61 + index);
+                EXPECT_EQ(Word(kWords[index]), index == 0 ? 41'000u : 41 + index);
         }
     });
     EXPECT_GT(supporting, 2u);

@@ -110,10 +110,14 @@ TEST_F(VirtualSendingModels, WritesTheTweakingRegisterEachTime)
         uint32_t word;
         Write write;
     } kRows[] = {
-        {0x10000003, Control(0x88, 3000)},  {0x20001234, Control(0x8C, 0x1234)},
-        {0x3FFF0001, Control(0x90, 1)},     {0x40000002, Control(0x94, 2)},
-        {0x50000003, Control(0x98, 3)},     {0x60000004, Control(0x9C, 4)},
-        {0x7000FFFF, Control(0xA0, 65535)}, {0x80000005, Control(0xA4, 5)},
+        {0x10000003, Control(0x88, 3000)},
+        {0x20001234, Control(0x8C, 0x1234)},
+        {0x3FFF0001, Control(0x90, 1)},
+        {0x40000002, Control(0x94, 2)},
+        {0x50000003, Control(0x98, 3)},
+        {0x60000004, Control(0x9C, 4)},
+        {0x7000FFFF, Control(0xA0, 65535)},
+        {0x80000050, Control(0xA4, 0x50)}, // the low four bits are the border of the picture
     };
     const Writes others = {Control(0x34, 1), Control(0x60, 0x0C80), Control(0x78, 0),
                            Control(0x78, 0), Control(0x7C, 20)};

@@ -352,7 +352,7 @@ TEST_F(Registers, ReloadTheInformationBlockAfterAChangeOfMiscCtrlAlone)
     EXPECT_EQ(camera.UpdateSettingsOnCamera(), 0);
     EXPECT_TRUE(tap.TakeReads().empty());
     // A camera that shows less of its sensor from now on.
-    EXPECT_EQ(camera.SetMiscCtrlAd(1), 0);
+    EXPECT_EQ(camera.SetMiscCtrlAd(0x10), 0);
     tap.OverrideRegister(information + 0x10, 1000u << 16 | 900);
     TakeWrites();
     EXPECT_EQ(camera.UpdateSettingsOnCamera(), 0);

@@ -315,12 +315,65 @@ TEST_F(Clock, ADoubleShotGivesTwoExposuresAPulse)
 {
     BusClient client;
     ASSERT_EQ(0u, client.Connect());
+    EXPECT_EQ(0u, client.Write(client.Control() + 0x34, {1}));
     client.Apply({.triggerCode = 4});
     client.Start(8);
     EXPECT_EQ(0u, ZerixSim_FireTrigger(0));
     ASSERT_TRUE(client.NextFrame(kFrameBytes));
     ASSERT_TRUE(client.NextFrame(kFrameBytes));
     EXPECT_EQ(0u, client.Stop());
+}
+
+uint32_t PulsesOfSyncB()
+{
+    uint32_t pulses = 0;
+    uint64_t nanoseconds = 0;
+    EXPECT_EQ(0u, ZerixSim_GetSyncB(0, &pulses, &nanoseconds));
+    return pulses;
+}
+
+// The first of two exposures would be followed by the second before the next pulse's.
+TEST_F(Clock, WithoutItsModeBitADoubleShotIsASingleOne)
+{
+    BusClient client;
+    ASSERT_EQ(0u, client.Connect());
+    client.Apply({.triggerCode = 4});
+    client.Start(8);
+    for (uint16_t number : {uint16_t{0}, uint16_t{1}}) {
+        EXPECT_EQ(0u, ZerixSim_FireTrigger(0));
+        const auto frame = client.NextFrame(kFrameBytes);
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(number, frame->header.rollingNumber);
+        EXPECT_EQ(number + 1u, PulsesOfSyncB());
+    }
+    EXPECT_EQ(0u, client.Stop());
+}
+
+// A line that goes up and stays there triggers one polarity, and going down the other; the camera
+// has seen no more edges than frames.
+TEST_F(Clock, TheTriggersPolarityIsTheEdgeThatCounts)
+{
+    for (const uint32_t falls : {0u, 1u}) {
+        SCOPED_TRACE(falls);
+        OneCamera();
+        BusClient client;
+        ASSERT_EQ(0u, client.Connect());
+        client.Apply({.triggerCode = 2 | falls << 8});
+        client.Start(8);
+        const uint64_t before = Now();
+        EXPECT_EQ(0u, ZerixSim_SetTriggerLine(0, 1));
+        EXPECT_EQ(0u, ZerixSim_SetTriggerLine(0, 1)); // no edge
+        if (falls != 0) {
+            EXPECT_EQ(before, Now()); // nothing is exposed
+            EXPECT_EQ(0u, ZerixSim_SetTriggerLine(0, 0));
+        }
+        ASSERT_TRUE(client.NextFrame(kFrameBytes));
+        EXPECT_EQ(0u, ZerixSim_SetTriggerLine(0, falls != 0 ? 1 : 0)); // the other edge
+        EXPECT_EQ(0u, ZerixSim_FireTrigger(0));
+        ASSERT_TRUE(client.NextFrame(kFrameBytes));
+        EXPECT_EQ(2u, PulsesOfSyncB());
+        EXPECT_EQ(0u, client.Stop());
+    }
 }
 
 TEST_F(Clock, TwoCamerasKeepTimesOfTheirOwn)

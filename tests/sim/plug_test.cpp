@@ -215,6 +215,11 @@ TEST_F(Plug, NullPointersAndBadNumbersAreRefused)
     EXPECT_EQ(6u, ZerixSim_TakeMistakes(nullptr));
     EXPECT_EQ(6u, ZerixSim_TakeWrites(0, nullptr, nullptr));
     EXPECT_EQ(2u, ZerixSim_FireTrigger(1));
+    EXPECT_EQ(2u, ZerixSim_SetTriggerLine(1, 1));
+    uint32_t pulses = 0;
+    EXPECT_EQ(2u, ZerixSim_GetSyncB(1, &pulses, &time));
+    EXPECT_EQ(6u, ZerixSim_GetSyncB(0, nullptr, &time));
+    EXPECT_EQ(6u, ZerixSim_GetSyncB(0, &pulses, nullptr));
     EXPECT_EQ(2u, ZerixSim_SetScene(1, "flat"));
     EXPECT_EQ(2u, ZerixSim_GiveCredit(1, 1));
     EXPECT_EQ(2u, ZerixSim_GetFrameTime(1, 0, &time));

@@ -395,6 +395,8 @@ TEST(RackMistakes, OfACameraAreTold)
         {"noise = \"low\"", "noise is \"low\"; " + kTruth},
         {"alternate-model-address = 0", "alternate-model-address is 0; " + kTruth},
         {"in-use = []", "in-use is a list; " + kTruth},
+        {"misc-control = 65536", "misc-control is 65536; expected an integer from 0 to 65535."},
+        {"high-gain = 1", "high-gain is 1; " + kTruth},
         {"scene = \"moon\"", "scene is \"moon\"; expected a scene: cells, stars, resolution-chart, "
                              "colour-chart, gradient, "
                              "flat[:PHOTONS], picture:FILE, position, positions."},
@@ -407,7 +409,8 @@ TEST(RackMistakes, OfACameraAreTold)
          "information, control, "
          "configuration, streaming, command, status, hardware, firmware, build, stream-format, "
          "bit-depth, cooler, "
-         "regulated-cooling, light, noise, alternate-model-address, capabilities, scene, reads, "
+         "regulated-cooling, light, noise, alternate-model-address, capabilities, misc-control, "
+         "high-gain, scene, reads, "
          "in-use, faults."},
     };
     for (const Mistake &mistake : kMistakes) {
