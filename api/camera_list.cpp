@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <mutex>
 
 #include "api/camera_use.h"
@@ -31,8 +32,6 @@ State &TheState()
     return *state;
 }
 
-constexpr uint32_t kCallsEndMilliseconds = 5000;
-
 // 0 if the camera has no device of the kernel driver.
 kernel::DeviceHandle DeviceOf(ZX::ZCamera &camera)
 {
@@ -50,16 +49,15 @@ void AppendSerialIfOpen(const WatchedCamera &watched, std::vector<std::string> &
         serials.emplace_back(text.data());
 }
 
-// No camera is freed under a call that hangs in it, or waits for a frame of it.
+// No camera is freed under a call.
 bool EndUses(ZX::ZCamera &camera)
 {
     if (!camera.IsCameraOpen())
         return AwaitUnused(camera, kCallsEndMilliseconds);
+    const bool haveEnded =
+        EndCalls(camera, [&](uint32_t milliseconds) { return AwaitUnused(camera, milliseconds); });
     EndHangingCalls(camera);
-    if (AwaitUnused(camera, 0))
-        return true;
-    camera.Abort();
-    return AwaitUnused(camera, kCallsEndMilliseconds);
+    return haveEnded;
 }
 
 // Frees cameras whose life has ended. One that is in use all the same is only closed.
@@ -123,6 +121,21 @@ void FreeCameras()
             EndLife(*camera);
     }
     Free(cameras);
+}
+
+// A call that is on its way to its wait hears of a later abort.
+bool EndCalls(ZX::ZCamera &camera, const std::function<bool(uint32_t milliseconds)> &await)
+{
+    constexpr uint32_t kBetweenAbortsMilliseconds = 100;
+    const auto end =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(kCallsEndMilliseconds);
+    bool haveEnded = await(0);
+    while (!haveEnded && std::chrono::steady_clock::now() < end) {
+        camera.Abort();
+        EndHangingAccesses(camera);
+        haveEnded = await(kBetweenAbortsMilliseconds);
+    }
+    return haveEnded;
 }
 
 void EndHangingCalls(ZX::ZCamera &camera)

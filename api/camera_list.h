@@ -36,6 +36,14 @@ void FreeCameras();
 void BeginWatching(ZX::ZCamera &camera);
 void EndWatching(ZX::ZCamera &camera);
 
+// How long an opening, a closing and a release wait for other calls.
+inline constexpr uint32_t kCallsEndMilliseconds = 5000;
+
+// Ends the calls that are at work with a camera, as far as they wait for a frame or hang in a
+// register access; the others go on to their end. `await` waits so long for all of them. False if
+// some remain after kCallsEndMilliseconds.
+bool EndCalls(ZX::ZCamera &camera, const std::function<bool(uint32_t milliseconds)> &await);
+
 // Before a camera is closed: ends the register accesses that other calls hang in, and shuts out
 // further ones.
 void EndHangingCalls(ZX::ZCamera &camera);

@@ -11,8 +11,6 @@ using namespace zerix::api;
 
 namespace {
 
-constexpr uint32_t kCallsEndMilliseconds = 5000;
-
 // The camera of a row of the last listing; none for a number that is too large.
 struct OfRow {
     [[nodiscard]] ZerixHandle Handle() const { return ListedCamera(row); }
@@ -70,19 +68,6 @@ uint32_t OpenListedCamera(ExportedCall &call, const CameraUse &use, ZerixHandle 
     return ZERIX_SUCCESS;
 }
 
-// The calls that are at work: one that waits for a frame is told that there is none.
-void EndCalls(ZX::ZCamera &camera, const CameraChange &closing)
-{
-    constexpr uint32_t kBetweenAbortsMilliseconds = 100;
-    uint32_t waited = 0;
-    uint32_t wait = 0;
-    while (!closing.AwaitCalls(wait) && waited < kCallsEndMilliseconds) {
-        camera.Abort();
-        wait = kBetweenAbortsMilliseconds;
-        waited += wait;
-    }
-}
-
 uint32_t CloseOpenCamera(ExportedCall &call, const CameraUse &use)
 {
     ZX::ZCamera &camera = use.Camera();
@@ -90,9 +75,10 @@ uint32_t CloseOpenCamera(ExportedCall &call, const CameraUse &use)
     if (!closing.HasBegun() || !camera.IsCameraOpen())
         return ZERIX_ERROR_BAD_HANDLE;
     EndWatching(camera);
+    // Before the stream is stopped, which one of them may be starting.
+    EndCalls(camera, [&](uint32_t milliseconds) { return closing.AwaitCalls(milliseconds); });
     EndHangingCalls(camera);
     camera.StopStreamingImages();
-    EndCalls(camera, closing);
     camera.CloseCamera();
     if (camera.IsCameraOpen())
         BeginWatching(camera);
