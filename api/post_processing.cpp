@@ -6,6 +6,7 @@
 
 #include "api/context.h"
 #include "api/entry.h"
+#include "api/result_buffer.h"
 #include "diag/dumps.h"
 #include "image/mosaic_rows.h"
 
@@ -37,10 +38,11 @@ ZX::ZInImageBufferStruct InputOf(const Zerix_Frame &frame, ZX::ZCamera &camera)
             .camera = &camera};
 }
 
-ZX::ZOutImageBufferStruct OutputOf(const Zerix_Frame &frame, uint32_t format)
+ZX::ZOutImageBufferStruct OutputOf(const Zerix_Frame &frame, const ResultBuffer &buffer,
+                                   uint32_t format)
 {
     constexpr uint32_t kStoredBits = 0xFFFF;
-    return {.pBuffer = static_cast<uint8_t *>(frame.pBuffer),
+    return {.pBuffer = buffer.Data(),
             .size = 0,
             .width = frame.width,
             .height = frame.height,
@@ -118,6 +120,11 @@ uint32_t RunPipeline(const CameraUse &use, uint32_t format, uint32_t algorithm,
     return ZERIX_SUCCESS;
 }
 
+bool HaveBuffers(const Zerix_Frame &in, const Zerix_Frame &out)
+{
+    return in.pBuffer != nullptr && out.pBuffer != nullptr;
+}
+
 // With the camera that the frame comes from.
 uint32_t ProcessWith(const CameraUse &use, const Zerix_Settings *settings, uint32_t format,
                      const Zerix_Frame &in, Zerix_Frame &out)
@@ -126,13 +133,17 @@ uint32_t ProcessWith(const CameraUse &use, const Zerix_Settings *settings, uint3
         return ZERIX_ERROR_BAD_HANDLE;
     if (use.ContextOrNull() == nullptr)
         return ZERIX_ERROR_DRIVER_FAULT;
+    if (!HaveBuffers(in, out))
+        return ZERIX_ERROR_BUFFER_TOO_SMALL;
     uint32_t algorithm = 0;
     Zerix_GetParam(settings, zprmPostProcessBayerAlgorithm, &algorithm);
-    ZX::ZOutImageBufferStruct output = OutputOf(out, format);
+    const ResultBuffer buffer(in, out, format);
+    ZX::ZOutImageBufferStruct output = OutputOf(out, buffer, format);
     const uint32_t error = RunPipeline(use, format, algorithm, in, output);
     if (algorithm == 0)
         return error;
     DescribeResult(in, output, format, out);
+    buffer.Deliver(output.size, out.size);
     out.format = format;
     diag::ZerixDebugOutputFrame(&out);
     return error;
@@ -166,9 +177,14 @@ int16_t RunBayerFilter(const CameraUse &use, uint32_t algorithm, const Zerix_Fra
 
 void MakeColour(const CameraUse &use, uint32_t algorithm, const Zerix_Frame &in, Zerix_Frame &out)
 {
-    ZX::ZOutImageBufferStruct output = OutputOf(out, out.format);
-    if (RunBayerFilter(use, algorithm, in, output, out.format) != kBayerNotDone)
-        DescribeResult(in, output, out.format, out);
+    if (!HaveBuffers(in, out))
+        return;
+    const ResultBuffer buffer(in, out, out.format);
+    ZX::ZOutImageBufferStruct output = OutputOf(out, buffer, out.format);
+    if (RunBayerFilter(use, algorithm, in, output, out.format) == kBayerNotDone)
+        return;
+    DescribeResult(in, output, out.format, out);
+    buffer.Deliver(output.size, output.size);
 }
 
 // The rows that a buffer of this size holds; 0 is a size that isn't told.

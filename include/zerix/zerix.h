@@ -466,7 +466,9 @@ ZERIX_API uint32_t Zerix_WhiteBalance(Zerix_Settings *settings, uint32_t x, uint
 /* Runs the post-processing that the record asks for over a frame that was kept. A frame without
  * colour (formats 0 to 3) is copied, into a buffer from malloc where frameOut has none or a smaller
  * one, which is then reallocated. Otherwise frameOut's buffer must hold the image of
- * zprmPostProcessImageFormat; its size isn't tested.
+ * zprmPostProcessImageFormat. It is written up to that image's end, and never past its bufferSize
+ * unless that is 0, which means not stated: a smaller buffer gets the beginning of the image. Both
+ * frames may share a buffer.
  *   camera    in: any open camera; the one that works is frameIn's
  *   settings  in: a filled record
  *   frameIn   in: the frame, as it came; a live-mode frame's pixels are changed
@@ -474,17 +476,24 @@ ZERIX_API uint32_t Zerix_WhiteBalance(Zerix_Settings *settings, uint32_t x, uint
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
  *   ZERIX_ERROR_BAD_PARAMETER  camera or a frame is null; a format without a size, or no algorithm
  *   ZERIX_ERROR_BAD_SETTINGS   the record wasn't filled
- *   ZERIX_ERROR_BAD_HANDLE     another process has the camera; the frame has no camera
+ *   ZERIX_ERROR_BAD_HANDLE     another process has the camera, or another thread opens or closes
+ *                              it; the frame has no camera, or one that a listing or a release
+ *                              removed
  *   ZERIX_ERROR_DRIVER_FAULT   the frame's camera is closed
+ *   ZERIX_ERROR_BUFFER_TOO_SMALL  a frame with colour, and pBuffer of one of the two is null
+ *   ZERIX_ERROR_OUT_OF_MEMORY  there is no memory for the processing
  * A failure of the processing itself isn't told. Doesn't block. */
 ZERIX_API uint32_t Zerix_PostProcessSingleFrame(ZerixHandle camera, const Zerix_Settings *settings,
                                                 const Zerix_Frame *frameIn, Zerix_Frame *frameOut);
 
 /* Makes colour of a mosaic, in frameOut's format and buffer, with the filter of frameIn's camera.
  *   algorithm  in: 1 average, 2 fast, 3 and 4 bicubic; for any other nothing happens
- *   frameIn    in: a frame of format 4 or 5, with its camera
- *   frameOut   in: format, and a buffer that holds the image. out: depth, width, height and size
- * Needs no loaded library. Doesn't block. */
+ *   frameIn    in: a frame of format 4 or 5, with its camera; if that is closed, or removed by a
+ *              listing or a release, nothing happens
+ *   frameOut   in: format, and a buffer that holds the image. out: depth, width, height and size.
+ *              Nothing is written past its bufferSize unless that is 0, which means not stated
+ * If a frame or the pBuffer of one is null, nothing happens. Both frames may share a buffer. Needs
+ * no loaded library. Doesn't block. */
 ZERIX_API void Zerix_BayerToRgb(uint32_t algorithm, const Zerix_Frame *frameIn,
                                 Zerix_Frame *frameOut);
 

@@ -1,4 +1,5 @@
 // Frames that the application kept, processed by exported calls.
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -298,6 +299,128 @@ TEST_F(PostProcessing, AFailureOfThePipelineIsNotTold)
     EXPECT_EQ(out.size, 12u);
     EXPECT_EQ(out.format, 6u);
     EXPECT_EQ(Pixels(5), (Bytes{10, 21, 31, 40, 0xEE}));
+}
+
+// What a filter has nothing to do with goes through whole, and the frame may be larger than its
+// picture: four pixels of any format, as any other.
+TEST_F(PostProcessing, WritesNoMoreThanThePictureThatItReports)
+{
+    mosaic.assign(64, 7);
+    in.pBuffer = mosaic.data();
+    for (uint32_t from = zfmtBayer8; from <= zfmtRgb24; ++from) {
+        for (uint32_t to = 0; to <= zfmtRgb24; ++to) {
+            Use(to, 2);
+            in.format = from;
+            in.size = 64;
+            for (const uint32_t stated : {0u, Zerix_CalcImageSize(to, 2, 2)}) {
+                pixels.assign(64, 0xEE);
+                out.bufferSize = stated;
+                EXPECT_EQ(Process(), 0u);
+                EXPECT_EQ(out.size, Zerix_CalcImageSize(to, 2, 2));
+                EXPECT_EQ(Bytes(pixels.begin() + out.size, pixels.end()),
+                          Bytes(64 - out.size, 0xEE))
+                    << from << " to " << to;
+            }
+        }
+    }
+}
+
+TEST_F(PostProcessing, GivesOfALargerPictureWhatIsReported)
+{
+    mosaic = {1, 2, 3, 4, 5, 6, 7, 8};
+    in.pBuffer = mosaic.data();
+    in.size = 8;
+    in.format = zfmtBayer16;
+    Use(zfmtMono8, 2);
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(out.size, 4u);
+    EXPECT_EQ(Pixels(5), (Bytes{1, 2, 3, 4, 0xEE}));
+}
+
+TEST_F(PostProcessing, WritesNoMoreThanTheStatedSize)
+{
+    out.bufferSize = 5;
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(out.size, 12u);
+    EXPECT_EQ(Pixels(6), (Bytes{10, 25, 40, 10, 25, 0xEE}));
+    pixels.assign(64, 0xEE);
+    out.format = zfmtRgb24;
+    Zerix_BayerToRgb(2, &in, &out);
+    EXPECT_EQ(out.size, 12u);
+    EXPECT_EQ(Pixels(6), (Bytes{10, 25, 40, 10, 25, 0xEE}));
+    out.bufferSize = 0; // not stated
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(Pixels(13), (Bytes{10, 25, 40, 10, 25, 40, 10, 25, 40, 10, 25, 40, 0xEE}));
+}
+
+TEST_F(PostProcessing, MayTurnAPictureIntoAnotherInItsOwnBuffer)
+{
+    const Bytes expected{10, 25, 40, 10, 25, 40, 10, 25, 40, 10, 25, 40, 0xEE};
+    in.pBuffer = pixels.data();
+    std::copy(mosaic.begin(), mosaic.end(), pixels.begin());
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(Pixels(13), expected);
+    std::copy(mosaic.begin(), mosaic.end(), pixels.begin());
+    out.format = zfmtRgb24;
+    Zerix_BayerToRgb(2, &in, &out);
+    EXPECT_EQ(Pixels(13), expected);
+    // What nothing is done with stays where it is.
+    std::copy(mosaic.begin(), mosaic.end(), pixels.begin());
+    Use(zfmtMono8, 2);
+    EXPECT_EQ(Process(), 0u);
+    EXPECT_EQ(Pixels(5), (Bytes{10, 21, 31, 40, 25}));
+}
+
+TEST_F(PostProcessing, OfAMosaicNeedsBothBuffers)
+{
+    const char *const kTooSmall = "the size of pBuffer in the Zerix_Frame structure is too small.";
+    out.format = zfmtRgb24;
+    for (void **const buffer : {&in.pBuffer, &out.pBuffer}) {
+        void *const before = std::exchange(*buffer, nullptr);
+        out.size = 1;
+        EXPECT_EQ(Process(), 18u);
+        EXPECT_EQ(Take().back(), EndingLine("Zerix_PostProcessSingleFrame", kTooSmall, 18));
+        Zerix_BayerToRgb(2, &in, &out);
+        EXPECT_EQ(Take().back(), EndLine("Zerix_BayerToRgb"));
+        EXPECT_EQ(out.size, 1u);
+        EXPECT_EQ(Pixels(1), Bytes{0xEE});
+        *buffer = before;
+    }
+    EXPECT_EQ(Process(), 0u);
+}
+
+// So large that no camera of a listing gets its place when it is freed.
+class LargeCamera final : public FakeCamera {
+public:
+    std::array<uint8_t, 64 << 20> room;
+};
+
+// Closed, the camera is still there, without what it takes; then it is freed by a listing, and by
+// a release.
+TEST_F(PostProcessing, OfAKeptFrameWhoseCameraIsGone)
+{
+    auto *const other = new LargeCamera;
+    AppendCameraForTest(other);
+    ASSERT_EQ(Zerix_OpenCamera(1, &in.camera), 0u);
+    out.format = zfmtRgb24;
+    out.size = 1;
+    EXPECT_EQ(Zerix_CloseCamera(in.camera), 0u);
+    EXPECT_EQ(Process(), 16u);
+    Zerix_BayerToRgb(2, &in, &out);
+    ZerixCameraListItem row = {};
+    uint32_t count = 0;
+    EXPECT_EQ(Zerix_ListCameras(&row, &count), 0u);
+    EXPECT_EQ(Process(), 9u);
+    Zerix_BayerToRgb(2, &in, &out);
+    in.camera = HandleOf(*camera);
+    Zerix_ReleaseDriver();
+    EXPECT_EQ(Process(), 8u);
+    Zerix_BayerToRgb(2, &in, &out);
+    EXPECT_EQ(Zerix_LoadDriver(), 0u);
+    EXPECT_EQ(Process(), 9u);
+    Zerix_BayerToRgb(2, &in, &out);
+    EXPECT_EQ(out.size, 1u);
+    EXPECT_EQ(Pixels(1), Bytes{0xEE});
 }
 
 TEST_F(PostProcessing, TheCameraIsTheFrames)
