@@ -123,14 +123,26 @@ uint16_t TolvaneFWCamera::WriteQuadlet(uint32_t address, uint32_t value)
     return error == HAL_NO_ERROR ? uint16_t{kStatusOk} : ReportHalError(error);
 }
 
+uint16_t TolvaneFWCamera::WriteControlQuadlet(uint32_t offset, uint32_t value)
+{
+    const uint32_t number = controlWrites.Begin(offset);
+    const uint16_t status = WriteQuadlet(controlBlock.address + offset, value);
+    if (status == kStatusOk)
+        controlWrites.Succeeded(offset, number);
+    else
+        controlWrites.Failed(offset);
+    return status;
+}
+
 uint16_t TolvaneFWCamera::WriteControlWord(uint32_t offset)
 {
     if (!controlBlock.HasWord(offset))
         return kStatusNotSupported;
-    return WriteQuadlet(controlBlock.address + offset, controlBlock.Word(offset));
+    return WriteControlQuadlet(offset, controlBlock.Word(offset));
 }
 
-// The shadow keeps the new value also when the write fails.
+// The shadow keeps the new value also when the write fails. The word is unknown then, so that the
+// next setting of any of its fields writes it, equal or not.
 uint16_t TolvaneFWCamera::WriteField(Field field, uint32_t value)
 {
     if (!controlBlock.Has(field))
@@ -142,7 +154,15 @@ uint16_t TolvaneFWCamera::WriteField(Field field, uint32_t value)
 
 uint16_t TolvaneFWCamera::UpdateField(Field field, uint32_t value)
 {
-    return Control(field) == value ? uint16_t{kStatusOk} : WriteField(field, value);
+    return Holds(field, value) ? uint16_t{kStatusOk} : WriteField(field, value);
+}
+
+uint16_t TolvaneFWCamera::UpdateFeature(bool isSupported, bool isChange, Field field,
+                                        uint32_t value)
+{
+    if (!isSupported)
+        return isChange ? kStatusNotSupported : kStatusOk;
+    return isChange || !IsKnown(field) ? WriteField(field, value) : uint16_t{kStatusOk};
 }
 
 uint16_t TolvaneFWCamera::WriteField64(Field high, Field low, uint64_t value)

@@ -52,6 +52,7 @@ uint16_t TolvaneFWCamera::SetupControlRegisters(uint32_t address)
     if (const uint16_t status = ReadVersionWord(controlBlock))
         return status;
     controlBlock.FillWithZeros();
+    controlWrites.Forget();
     return RunInOrder([this] { return ReleaseTweakedRegion(); },
                       [this] { return SetPSN(static_cast<uint8_t>(halCamera.cameraIndex)); },
                       [this] { return SetupMode(); }, [this] { return SetupRegion(); },

@@ -62,11 +62,8 @@ uint32_t TolvaneFWCamera::GetFanSpeed()
 
 uint16_t TolvaneFWCamera::SetFanSpeed(uint32_t speed)
 {
-    if (speed == GetFanSpeed())
-        return kStatusOk;
-    if (!IsFanControlAvailable())
-        return kStatusNotSupported;
-    return WriteField(control::kFanSpeed, speed <= kFastestFan ? speed : 0);
+    return UpdateFeature(IsFanControlAvailable(), speed != GetFanSpeed(), control::kFanSpeed,
+                         speed <= kFastestFan ? speed : 0);
 }
 
 // Mode bits --------------------------------------------------------------------------------------
@@ -75,20 +72,16 @@ bool TolvaneFWCamera::GetBlackoutMode() { return Control(control::kBlackout) != 
 
 uint16_t TolvaneFWCamera::SetBlackoutMode(bool on)
 {
-    if (on == GetBlackoutMode())
-        return kStatusOk;
-    return IsBlackoutModeAvailable() ? WriteField(control::kBlackout, on)
-                                     : uint16_t{kStatusNotSupported};
+    return UpdateFeature(IsBlackoutModeAvailable(), on != GetBlackoutMode(), control::kBlackout,
+                         on);
 }
 
 bool TolvaneFWCamera::GetHighSensitivityMode() { return Control(control::kHighSensitivity) != 0; }
 
 uint16_t TolvaneFWCamera::SetHighSensitivityMode(bool on)
 {
-    if (on == GetHighSensitivityMode())
-        return kStatusOk;
-    return IsHighSensitivityModeAvailable() ? WriteField(control::kHighSensitivity, on)
-                                            : uint16_t{kStatusNotSupported};
+    return UpdateFeature(IsHighSensitivityModeAvailable(), on != GetHighSensitivityMode(),
+                         control::kHighSensitivity, on);
 }
 
 bool TolvaneFWCamera::GetDitherMode() { return Control(control::kDither) != 0; }

@@ -52,10 +52,11 @@ int32_t TolvaneFWCamera::GetMaxRegulatedCoolingTemp()
 
 uint16_t TolvaneFWCamera::SetRegulatedCoolingTemp(int32_t celsius)
 {
-    if (celsius == GetRegulatedCoolingTemperature())
-        return kStatusOk;
+    const bool isChange = celsius != GetRegulatedCoolingTemperature();
     if (!IsRegulatedCoolingAvailable())
-        return kStatusNotSupported;
+        return isChange ? kStatusNotSupported : kStatusOk;
+    if (!isChange && IsKnown(control::kRegulatedTemperature))
+        return kStatusOk;
     if (celsius < kColdest || celsius >= kWarmest)
         return kStatusBadValue;
     return WriteField(control::kRegulatedTemperature, CountsOf(celsius));

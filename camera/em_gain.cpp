@@ -62,10 +62,7 @@ bool TolvaneFWCamera::GetKeelEmMode()
 
 uint16_t TolvaneFWCamera::SetKeelEmMode(bool on)
 {
-    if (on == GetKeelEmMode())
-        return kStatusOk;
-    return IsKeelEmModeSupported() ? WriteField(control::kKeelEm, on)
-                                   : uint16_t{kStatusNotSupported};
+    return UpdateFeature(IsKeelEmModeSupported(), on != GetKeelEmMode(), control::kKeelEm, on);
 }
 
 bool TolvaneFWCamera::GetLockedGainMode()
@@ -75,10 +72,8 @@ bool TolvaneFWCamera::GetLockedGainMode()
 
 uint16_t TolvaneFWCamera::SetLockedGainMode(bool on)
 {
-    if (on == GetLockedGainMode())
-        return kStatusOk;
-    return IsLockedGainModeSupported() ? WriteField(control::kLockedGain, on)
-                                       : uint16_t{kStatusNotSupported};
+    return UpdateFeature(IsLockedGainModeSupported(), on != GetLockedGainMode(),
+                         control::kLockedGain, on);
 }
 
 } // namespace ZX

@@ -34,9 +34,14 @@ uint64_t TolvaneFWCamera::ReadExposure(Field high, Field low) const
     return Control64(high, low);
 }
 
+bool TolvaneFWCamera::IsExposureKnown(Field high, Field low) const
+{
+    return IsKnown(high) && (controlBlock.major == 1 || IsKnown(low));
+}
+
 uint16_t TolvaneFWCamera::UpdateExposure(Field high, Field low, uint64_t nanoseconds)
 {
-    if (nanoseconds == ReadExposure(high, low))
+    if (nanoseconds == ReadExposure(high, low) && IsExposureKnown(high, low))
         return kStatusOk;
     if (controlBlock.major == 1)
         return WriteField(high, MicrosecondsOf(nanoseconds));

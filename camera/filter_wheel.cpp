@@ -11,8 +11,7 @@ bool TolvaneFWCamera::GetRGBFilterCycleMode() { return Control(control::kRgbFilt
 
 uint16_t TolvaneFWCamera::SetRGBFilterCycle(bool on)
 {
-    return on == GetRGBFilterCycleMode() ? uint16_t{kStatusOk}
-                                         : WriteStopped(control::kRgbFilterCycle, on);
+    return UpdateStopped(control::kRgbFilterCycle, on);
 }
 
 uint16_t TolvaneFWCamera::SetRGBFilterActive(bool on)
@@ -28,7 +27,7 @@ uint16_t TolvaneFWCamera::GetRGBFilterStartColour()
 // The wheel has no third colour at 2.
 uint16_t TolvaneFWCamera::SetRGBFilterStartColour(uint16_t colour)
 {
-    if (colour == GetRGBFilterStartColour())
+    if (Holds(control::kRgbFilterStartColour, colour))
         return kStatusOk;
     return WriteField(control::kRgbFilterStartColour, colour == 1 || colour == 3 ? colour : 0);
 }

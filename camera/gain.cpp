@@ -181,7 +181,7 @@ uint16_t TolvaneFWCamera::SetNormalizedGaindB(int32_t microdecibels)
 {
     if (GetLockedGainMode())
         return kStatusBadValue;
-    if (microdecibels == GetNormalizedGaindB())
+    if (microdecibels == GetNormalizedGaindB() && IsKnown(control::kGain))
         return kStatusOk;
     const auto counts = gain::dBToGain(gainRecord, microdecibels);
     if (!counts)
@@ -233,7 +233,7 @@ int32_t TolvaneFWCamera::GetAbsoluteOffsetMax()
 
 uint16_t TolvaneFWCamera::SetOffset(uint32_t offset)
 {
-    if (offset == GetOffset())
+    if (Holds(control::kOffset, offset))
         return kStatusOk;
     return WriteField(control::kOffset, zerix::registers::Fitted(control::kOffset, offset));
 }

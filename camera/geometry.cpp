@@ -103,23 +103,22 @@ uint16_t TolvaneFWCamera::WriteStopped(Field field, uint32_t value)
     return WriteField(field, value);
 }
 
-// X and Y are compared with what the camera tells, which on a model that reads from the far corner
-// is not what the register holds.
-uint16_t TolvaneFWCamera::SetROIX(uint32_t x)
+uint16_t TolvaneFWCamera::UpdateStopped(Field field, uint32_t value)
 {
-    return x == GetROIX() ? uint16_t{kStatusOk} : WriteStopped(control::kRoiX, x);
+    return Holds(field, value) ? uint16_t{kStatusOk} : WriteStopped(field, value);
 }
 
-uint16_t TolvaneFWCamera::SetROIY(uint32_t y)
-{
-    return y == GetROIY() ? uint16_t{kStatusOk} : WriteStopped(control::kRoiY, y);
-}
+// Places are the register's. A model that reads from the far corner reports other ones than it
+// writes, so the getters would compare the wrong numbers.
+uint16_t TolvaneFWCamera::SetROIX(uint32_t x) { return UpdateStopped(control::kRoiX, x); }
+
+uint16_t TolvaneFWCamera::SetROIY(uint32_t y) { return UpdateStopped(control::kRoiY, y); }
 
 // A size beyond the sensor is not refused. It is compared as it was asked for, so that it is
 // written again each time.
 uint16_t TolvaneFWCamera::SetROIWidth(uint32_t width)
 {
-    if (width == GetROIWidth())
+    if (width == GetROIWidth() && IsKnown(control::kRoiWidth))
         return kStatusOk;
     const uint32_t maximum = GetMaxCCDWidthForBinningMode(GetSymmetricalBinningMode());
     return WriteStopped(control::kRoiWidth, std::min(width, maximum));
@@ -127,7 +126,7 @@ uint16_t TolvaneFWCamera::SetROIWidth(uint32_t width)
 
 uint16_t TolvaneFWCamera::SetROIHeight(uint32_t height)
 {
-    if (height == GetROIHeight())
+    if (height == GetROIHeight() && IsKnown(control::kRoiHeight))
         return kStatusOk;
     const uint32_t maximum = GetMaxCCDHeightForBinningMode(GetSymmetricalBinningMode());
     return WriteStopped(control::kRoiHeight, std::min(height, maximum));
@@ -175,7 +174,7 @@ uint16_t TolvaneFWCamera::SetSymmetricalBinning(uint16_t mode)
     float frequency = GetReadoutFrequency();
     if (const uint16_t status = AdjustSettingsForMaxPacketSize(mode, GetBitDepth(), &frequency))
         return status;
-    if (mode == GetSymmetricalBinningMode())
+    if (mode == GetSymmetricalBinningMode() && IsKnown(control::kBinning))
         return kStatusOk;
     if (const uint16_t status = TurnOffStreaming())
         return status;

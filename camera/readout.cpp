@@ -83,11 +83,13 @@ uint32_t TolvaneFWCamera::GetReadoutFrequencyIndex(float megahertz) const
 }
 
 // Where the bus is too slow, 20 MHz take the place of what was asked for; a drop that failed has
-// been printed, and counts as done.
+// been printed, and counts as done until the next setting.
 uint16_t TolvaneFWCamera::SetReadoutFrequency(float megahertz)
 {
-    AdjustSettingsForMaxPacketSize(GetHorizontalBinningMode(), GetBitDepth(), &megahertz);
-    if (megahertz == GetReadoutFrequency())
+    const uint16_t drop =
+        AdjustSettingsForMaxPacketSize(GetHorizontalBinningMode(), GetBitDepth(), &megahertz);
+    const bool isSettled = drop != kStatusOk || IsKnown(control::kReadoutFrequency);
+    if (megahertz == GetReadoutFrequency() && isSettled)
         return kStatusOk;
     return WriteStopped(control::kReadoutFrequency, GetReadoutFrequencyIndex(megahertz));
 }
@@ -116,8 +118,10 @@ uint16_t TolvaneFWCamera::GetBitDepth()
 uint16_t TolvaneFWCamera::SetBitDepth(uint16_t depth)
 {
     float frequency = GetReadoutFrequency();
-    AdjustSettingsForMaxPacketSize(GetHorizontalBinningMode(), depth, &frequency);
-    if (depth == GetBitDepth())
+    const uint16_t drop =
+        AdjustSettingsForMaxPacketSize(GetHorizontalBinningMode(), depth, &frequency);
+    const bool isSettled = drop != kStatusOk || IsKnown(control::kBitDepth);
+    if (depth == GetBitDepth() && isSettled)
         return kStatusOk;
     return WriteStopped(control::kBitDepth, CodeOfDepth(depth));
 }
@@ -130,7 +134,7 @@ bool TolvaneFWCamera::GetBigEndian() { return Control(control::kLittleEndian) ==
 uint16_t TolvaneFWCamera::SetBigEndian(bool on)
 {
     using zerix::registers::Insert;
-    if (on == GetBigEndian())
+    if (on == GetBigEndian() && IsKnown(control::kLittleEndian))
         return kStatusOk;
     const uint32_t offset = control::kMode.offset;
     if (!controlBlock.HasWord(offset))
@@ -138,7 +142,7 @@ uint16_t TolvaneFWCamera::SetBigEndian(bool on)
     const uint32_t before = controlBlock.Word(offset);
     const uint32_t sent =
         on ? Insert(before, kBesideLittleEndian, 0) : Insert(before, control::kLittleEndian, 1);
-    const uint16_t status = WriteQuadlet(controlBlock.address + offset, sent);
+    const uint16_t status = WriteControlQuadlet(offset, sent);
     controlBlock.Store(offset, Insert(before, control::kLittleEndian, 0) | sent);
     return status;
 }

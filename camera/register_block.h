@@ -3,7 +3,6 @@
 // is atomic; relaxed, for no word guards another. The storage never moves, whatever is reloaded.
 #pragma once
 
-#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -16,7 +15,8 @@ namespace zerix {
 class RegisterBlock {
 public:
     explicit RegisterBlock(std::span<const registers::regVersionEntry> lengthTable)
-        : table(lengthTable), m_words(new std::atomic<uint32_t>[LongestOf(lengthTable)]())
+        : table(lengthTable),
+          m_words(new std::atomic<uint32_t>[registers::LongestOf(lengthTable)]())
     {
     }
 
@@ -77,14 +77,6 @@ public:
     std::atomic<uint16_t> minor = 0;
 
 private:
-    static uint32_t LongestOf(std::span<const registers::regVersionEntry> lengthTable)
-    {
-        uint32_t longest = 0;
-        for (const auto &row : lengthTable)
-            longest = std::max(longest, row.words);
-        return longest;
-    }
-
     std::unique_ptr<std::atomic<uint32_t>[]> m_words;
     std::atomic<uint32_t> m_count = 0;
 };

@@ -95,6 +95,15 @@ inline constexpr regVersionEntry kStatusLengths[] = {{1, 1, 2}, {1, 2, 2}, {1, 3
     return 0;
 }
 
+// Words of the longest version.
+[[nodiscard]] constexpr uint32_t LongestOf(std::span<const regVersionEntry> table)
+{
+    uint32_t longest = 0;
+    for (const auto &row : table)
+        longest = row.words > longest ? row.words : longest;
+    return longest;
+}
+
 // Addresses that don't depend on the camera.
 inline constexpr uint32_t kRegistersAddress = 0xD0000000;
 inline constexpr uint32_t kModelAddress = 0xE0010038;

@@ -29,6 +29,7 @@
 #include "camera/frame_queue.h"
 #include "camera/gain_record.h"
 #include "camera/register_block.h"
+#include "camera/write_record.h"
 #include "camera/z_camera.h"
 #include "zerix/zerix_hal.h"
 
@@ -356,20 +357,39 @@ protected:
     uint16_t WriteField(zerix::registers::Field field, uint32_t value);
     // The same after a comparison: 0 and no write if nothing changes.
     uint16_t UpdateField(zerix::registers::Field field, uint32_t value);
+    // A feature that not every camera has: 15 for a change where it is missing.
+    uint16_t UpdateFeature(bool isSupported, bool isChange, zerix::registers::Field field,
+                           uint32_t value);
     // Both halves of a 64-bit value, upper half first: two writes.
     uint16_t WriteField64(zerix::registers::Field high, zerix::registers::Field low,
                           uint64_t value);
+    // False after a failed write of the field's word, until one succeeds. A field that isn't known
+    // is written by its next setting, equal or not.
+    bool IsKnown(zerix::registers::Field field) const
+    {
+        return controlWrites.IsKnown(field.offset);
+    }
+    // The camera is known to hold the value.
+    bool Holds(zerix::registers::Field field, uint32_t value) const
+    {
+        return Control(field) == value && IsKnown(field);
+    }
     // Writes a shadow word as it stands.
     uint16_t WriteControlWord(uint32_t offset);
+    // Writes a word of the control block that isn't the shadow's. The word must be there.
+    uint16_t WriteControlQuadlet(uint32_t offset, uint32_t value);
     // Writes one quadlet to an absolute address.
     uint16_t WriteQuadlet(uint32_t address, uint32_t value);
     // Exposures of the control block in nanoseconds: one word of microseconds in version 1, else
     // the halves of 64 bits. The write goes ahead only if the value changes.
     uint64_t ReadExposure(zerix::registers::Field high, zerix::registers::Field low) const;
+    bool IsExposureKnown(zerix::registers::Field high, zerix::registers::Field low) const;
     uint16_t UpdateExposure(zerix::registers::Field high, zerix::registers::Field low,
                             uint64_t nanoseconds);
     // A setting that the stream must not see change: stops it first. The commit starts it again.
     uint16_t WriteStopped(zerix::registers::Field field, uint32_t value);
+    // The same after a comparison with the register.
+    uint16_t UpdateStopped(zerix::registers::Field field, uint32_t value);
     // The whole sensor as the region, in the order that fits the way the binning went. Neither
     // stops the stream nor takes the settings: the binning has done both.
     void FillSensor(uint32_t width, uint32_t height, bool isUnbinned);
@@ -508,6 +528,7 @@ protected:
     HALCamera halCamera;
     zerix::GainRecord gainRecord{};
     int32_t defaultNormalizedGaindB = 0;
+    zerix::WriteRecord controlWrites{zerix::registers::kControlLengths};
 };
 
 } // namespace ZX

@@ -55,7 +55,7 @@ uint32_t TolvaneFWCamera::GetTriggerMode()
 // Code and polarity go out in one write. A mode that no camera has runs freely.
 uint16_t TolvaneFWCamera::SetTriggerMode(uint32_t mode)
 {
-    if (mode == GetTriggerMode())
+    if (mode == GetTriggerMode() && IsKnown(control::kTriggerCode))
         return kStatusOk;
     if (!controlBlock.Has(control::kTriggerCode))
         return kStatusNotSupported;
@@ -118,7 +118,7 @@ uint32_t TolvaneFWCamera::GetSyncBMode() { return Control(control::kSyncB) != 0 
 
 uint16_t TolvaneFWCamera::SetSyncBMode(uint32_t mode)
 {
-    if (mode == GetSyncBMode())
+    if (mode == GetSyncBMode() && IsKnown(control::kSyncB))
         return kStatusOk;
     return WriteField(control::kSyncB, mode == 1 ? 1 : 0);
 }

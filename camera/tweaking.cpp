@@ -50,7 +50,7 @@ uint16_t TolvaneFWCamera::SetV4VmAd(uint32_t value) { return WriteTweak(control:
 uint16_t TolvaneFWCamera::SetMiscCtrlAd(uint32_t value)
 {
     if (IsTweekingRegisterSupported())
-        miscCtrlChanged = value != Control(control::kMiscCtrl);
+        miscCtrlChanged = !Holds(control::kMiscCtrl, value);
     return WriteTweak(control::kMiscCtrl, value);
 }
 

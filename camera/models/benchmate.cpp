@@ -73,7 +73,7 @@ void Benchmate::StoreBinning(uint32_t code, uint32_t factorMinus1)
 // goes: a failure has been printed, and counts as done.
 uint16_t Benchmate::SetSymmetricalBinning(uint16_t mode)
 {
-    if (mode == GetSymmetricalBinningMode())
+    if (mode == GetSymmetricalBinningMode() && IsKnown(control::kBinning))
         return kStatusOk;
     if (!controlBlock.Has(control::kBinning))
         return kStatusNotSupported;
@@ -109,7 +109,7 @@ uint32_t Benchmate::GetROIMaxHeightForLVWMode() { return Information(information
 
 uint16_t Benchmate::SetLVWMode(bool on)
 {
-    if (on == GetLVWMode())
+    if (on == GetLVWMode() && IsKnown(control::kLvwMode))
         return kStatusOk;
     if (const uint16_t status = WriteField(control::kLvwMode, on))
         return status;

@@ -78,7 +78,7 @@ uint16_t Metrol::SetVerticalBinning(uint16_t mode)
 uint16_t Metrol::WriteBinning(Field factorMinus1, uint16_t mode)
 {
     const uint32_t value = mode - 1u;
-    if (value == Control(factorMinus1))
+    if (Holds(factorMinus1, value))
         return kStatusOk;
     const uint32_t offset = factorMinus1.offset;
     if (!controlBlock.HasWord(offset))
@@ -121,11 +121,9 @@ uint32_t Metrol::GetMetrolShutterDelay() { return Control(control::kMetrolShutte
 uint16_t Metrol::SetMetrolShutterDelay(uint32_t delay)
 {
     const uint32_t whole = WholeShutterDelay(delay);
-    if (whole == GetMetrolShutterDelay())
-        return kStatusOk;
-    if (controlBlock.major != 1 || controlBlock.minor != 2)
-        return kStatusNotSupported;
-    return WriteField(control::kMetrolShutterDelay, whole);
+    const bool isThere = controlBlock.major == 1 && controlBlock.minor == 2;
+    return UpdateFeature(isThere, whole != GetMetrolShutterDelay(), control::kMetrolShutterDelay,
+                         whole);
 }
 
 } // namespace ZX

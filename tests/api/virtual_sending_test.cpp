@@ -221,8 +221,27 @@ TEST_F(VirtualSending, PassesAFailedWriteOn)
     ASSERT_EQ(ZerixSim_InjectFault(0, "write error 31 at write 1"), 0u);
     EXPECT_EQ(Zerix_SendSettingsToCam(handle, &settings), 16u);
     TakeWrites();
-    // The shadow has the mode already, so that it isn't written again.
-    EXPECT_EQ(Send(), Joined({ColourExposures(kDefaultExposure), {kCommit}}));
+    // Nobody knows whether the camera has the mode: it is written again.
+    EXPECT_EQ(Send(),
+              Joined({{Control(0x2C, 0x00010001)}, ColourExposures(kDefaultExposure), {kCommit}}));
+    EXPECT_EQ(Send(), Writes{kCommit});
+}
+
+TEST_F(VirtualSending, SendsAnExposureAgainWhoseWriteFailed)
+{
+    Open(RackOf("2.8"));
+    Send();
+    tables::SetSlot64(&settings, zprm64Exposure, 5'000'000);
+    for (const char *fault : {"write error 31 at write 1", "write error 31 at write 2"}) {
+        ASSERT_EQ(ZerixSim_InjectFault(0, fault), 0u);
+        EXPECT_EQ(Zerix_SendSettingsToCam(handle, &settings), 16u);
+        EXPECT_EQ(ControlWord(0x3C), kDefaultExposure);
+    }
+    TakeWrites();
+    EXPECT_EQ(Send(), Joined({{Control(0x18, 0), Control(0x3C, 5'000'000)},
+                              ColourExposures(5'000'000),
+                              {kCommit}}));
+    EXPECT_EQ(ControlWord(0x3C), 5'000'000u);
 }
 
 } // namespace

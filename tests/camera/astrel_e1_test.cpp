@@ -76,14 +76,40 @@ TEST_F(AstrelE1, ReadsAsOthersDoWithAnyOtherStreaming)
     }
 }
 
-// A place is compared as the camera tells it, turned, with the one to write, which isn't.
-TEST_F(AstrelE1, WritesNoPlaceThatEqualsTheOneItTells)
+// 492 is where the register's 700 is, counted from the near corner; asked for 700, the register
+// needs 492.
+TEST_F(AstrelE1, WritesAPlaceThatEqualsTheOneItReports)
 {
     camera.SetControl(0x0C, Pair(200, 300));
     camera.SetControl(0x10, Pair(700, 690));
     EXPECT_EQ(camera->GetROIX(), 492u);
     EXPECT_EQ(camera->SetROI(700, 50, 200, 300), 0);
-    EXPECT_EQ(camera.TakeSent(), SentQuadlets{Sent(0x10, Pair(700, 690))});
+    EXPECT_EQ(camera.TakeSent(), SentQuadlets{Sent(0x10, Pair(492, 690))});
+    EXPECT_EQ(camera->GetROIX(), 700u);
+    EXPECT_EQ(camera->SetROI(700, 690, 200, 300), 0);
+    EXPECT_EQ(camera.TakeSent(), SentQuadlets{Sent(0x10, Pair(492, 50))});
+}
+
+TEST_F(AstrelE1, WritesNothingOfAnUnchangedRegion)
+{
+    EXPECT_EQ(camera->SetROI(100, 50, 200, 300), 0);
+    camera.TakeSent();
+    EXPECT_EQ(camera->SetROI(100, 50, 200, 300), 0);
+    EXPECT_EQ(camera->SetROI(camera->GetROIX(), camera->GetROIY(), 200, 300), 0);
+    EXPECT_EQ(camera.TakeSent(), SentQuadlets{});
+}
+
+TEST_F(AstrelE1, GoesFromOneHalfToTheOther)
+{
+    EXPECT_EQ(camera->SetROI(0, 0, 696, 520), 0);
+    EXPECT_EQ(camera.ControlWord(0x10), Pair(696, 520));
+    EXPECT_EQ(camera->SetROI(696, 520, 696, 520), 0);
+    EXPECT_EQ(camera.ControlWord(0x10), Pair(0, 0));
+    EXPECT_EQ(camera->SetROI(0, 0, 696, 520), 0);
+    EXPECT_EQ(camera->SetROI(0, 0, 1392, 1040), 0);
+    EXPECT_EQ(camera.ControlWord(0x10), Pair(0, 0));
+    EXPECT_EQ(camera->GetROIX(), 0u);
+    EXPECT_EQ(camera->GetROIY(), 0u);
 }
 
 TEST(AstrelE1OnABrokenBus, EndsWithTheFirstFailure)

@@ -174,5 +174,87 @@ TEST_F(FarCornerOfAnAstrelE1, ShowsTheBinnedRegionThatWasAskedFor)
     ExpectPicture(view, {FormatOf(false, 8), 8, 2, 0});
 }
 
+// Regions as an application sends them, in a record.
+class FarCornerRecord : public FamilySession, public testing::WithParamInterface<uint32_t> {
+protected:
+    void SetUp() override
+    {
+        FamilySession::SetUp();
+        OpenOnly("model = " + std::to_string(GetParam()) +
+                 "\nstream-format = 2\nsensor = 6\nscene = \"positions\"\n");
+        Zerix_CreateCameraSettingsStruct(&settings);
+        ASSERT_EQ(Zerix_ReadSettingsFromCam(handle, &settings), 0u);
+    }
+
+    void TearDown() override
+    {
+        Zerix_ReleaseCameraSettingsStruct(&settings);
+        FamilySession::TearDown();
+    }
+
+    void Send(const Region &region)
+    {
+        EXPECT_EQ(Zerix_SetParam(&settings, zprmRoiX, region.x), 0u);
+        EXPECT_EQ(Zerix_SetParam(&settings, zprmRoiY, region.y), 0u);
+        EXPECT_EQ(Zerix_SetParam(&settings, zprmRoiWidth, region.width), 0u);
+        EXPECT_EQ(Zerix_SetParam(&settings, zprmRoiHeight, region.height), 0u);
+        EXPECT_EQ(Zerix_SendSettingsToCam(handle, &settings), 0u);
+        EXPECT_EQ(RecordOf(),
+                  (std::vector<uint32_t>{region.x, region.y, region.width, region.height}));
+    }
+
+    std::vector<uint32_t> RecordOf()
+    {
+        std::vector<uint32_t> values;
+        for (const uint32_t key : {zprmRoiX, zprmRoiY, zprmRoiWidth, zprmRoiHeight})
+            EXPECT_EQ(Zerix_GetParam(&settings, key, &values.emplace_back()), 0u);
+        return values;
+    }
+
+    Zerix_Settings settings = {};
+};
+
+TEST_P(FarCornerRecord, ShowsEachRegionOfASequence)
+{
+    constexpr Region kSequence[] = {
+        {0, 0, 696, 1040},    // left half
+        {696, 0, 696, 1040},  // right half
+        {0, 0, 1392, 1040},   // whole, after a half
+        {0, 0, 1392, 520},    // upper half
+        {0, 520, 1392, 520},  // lower half
+        {696, 520, 696, 520}, // a quarter, and the opposite one
+        {0, 0, 696, 520},     //
+        {0, 0, 1392, 1040},
+    };
+    for (const Region &region : kSequence) {
+        SCOPED_TRACE(testing::Message() << region.x << ", " << region.y << ", " << region.width
+                                        << " x " << region.height);
+        Send(region);
+        View view = WholeView(SensorOf(6), 12, true);
+        view.isFromFarCorner = true;
+        view.x = region.x;
+        view.y = region.y;
+        view.width = region.width;
+        view.height = region.height;
+        ExpectPicture(view, {FormatOf(false, 8), 8, 1, 0});
+    }
+}
+
+// Each start of the stream has a tag of its own.
+TEST_P(FarCornerRecord, SentUnchangedLeavesTheStreamAlone)
+{
+    Send({100, 50, 400, 300});
+    ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
+    const uint8_t tag = Camera().GetPSN();
+    Send({100, 50, 400, 300});
+    EXPECT_EQ(Camera().GetPSN(), tag);
+    Send({600, 50, 400, 300});
+    EXPECT_NE(Camera().GetPSN(), tag);
+    EXPECT_EQ(Zerix_SetStreaming(handle, 0), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Family, FarCornerRecord, testing::Values(kAstrelE1, 18u),
+                         [](const auto &row) { return "Model" + std::to_string(row.param); });
+
 } // namespace
 } // namespace zerix::family
