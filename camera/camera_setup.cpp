@@ -127,7 +127,7 @@ uint16_t TolvaneFWCamera::SetupFeatures()
         ifSupported(IsVClockControlAvailable(),
                     [this] { return SetVClockPeriod(GetVClockPeriodDefault()); }),
         ifSupported(IsSyncBSupported(), [this] { return SetSyncBMode(1); }),
-        ifSupported(IsEMGainAvailable(), [this] { return SetEMGain(GetEMGainDefault()); }),
+        ifSupported(IsEMGainAvailable(), [this] { return SetupEMGain(); }),
         ifSupported(
             IsIntensifierAvailable(),
             [this] { return SetNormalizedIntensifierGain(GetNormalizedIntensifierGainMin()); }),
@@ -138,6 +138,15 @@ uint16_t TolvaneFWCamera::SetupFeatures()
         ifSupported(IsRegulatedCoolingAvailable(),
                     [this] { return SetRegulatedCoolingTemp(GetMinRegulatedCoolingTemp()); }),
         ifSupported(IsCoolerAvailable(), [this] { return SetCoolerStatus(true); }));
+}
+
+// The information block has had the default for longer than the limits. A camera without limits
+// refuses every gain above 0, and keeps the one that it comes up with.
+uint16_t TolvaneFWCamera::SetupEMGain()
+{
+    const uint16_t status = SetEMGain(GetEMGainDefault());
+    const bool hasLimits = informationBlock.Has(information::kEmGainMax);
+    return status == kStatusBadValue && !hasLimits ? uint16_t{kStatusOk} : status;
 }
 
 // A voltage that can't be written is left as it was.

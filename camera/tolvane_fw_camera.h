@@ -418,6 +418,7 @@ protected:
     uint16_t SetupRegion();
     uint16_t SetupExposures();
     uint16_t SetupFeatures();
+    uint16_t SetupEMGain();
     void SetupVoltages();
     uint16_t SetupReadoutPort();
 

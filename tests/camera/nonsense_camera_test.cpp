@@ -1,5 +1,6 @@
 // Cameras that report nonsense: listed or refused, never a crash, and never an access that their
 // blocks have no room for. Meant to run under the sanitizers too.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -470,6 +471,29 @@ TEST_F(OddCamera, WithReversedMultiplicationLimitsIsRefused)
     EXPECT_EQ(List(), 3);
     Inform({{0x304, 100}});
     EXPECT_EQ(List(), 0);
+}
+
+// Version 2.8 of the block has the default, and not yet the limits.
+TEST_F(OddCamera, WithoutMultiplicationLimitsIsListed)
+{
+    bus.modelWord = 18u << 16;
+    Make(Block::kInformation, {0x00020008, 178});
+    Inform({{0x08, 0x25800000},
+            {0x10, 0x028001E0},
+            {0x78, 0x0000FFF0},
+            {0x108, 8'337'793},
+            {0x2A4, 1u << 6 | 1u << 8},
+            {0x2C0, 100},
+            {0x2C4, 500}});
+    ASSERT_EQ(List(), 0);
+    EXPECT_EQ(Camera().GetEMGainDefault(), 100u);
+    EXPECT_EQ(Camera().GetEMGain(), 0u);
+    const auto writes = bus.TakeWrites();
+    for (const RegisterWrite &write : writes)
+        EXPECT_FALSE(write.block == Block::kControl && write.offset == 0x60) << write;
+    // And is set up to its end.
+    EXPECT_EQ(std::count(writes.begin(), writes.end(), ControlWrite(0x64, 500)), 1);
+    EXPECT_EQ(writes.back(), CommitWrite());
 }
 
 // 50 degrees can be told, but not be set.
