@@ -195,6 +195,7 @@ void TolvaneFWCamera::Deliver(ZImageReceivedCallbackStruct &record, ZImageReceiv
         ZCamera::FreeImage(record.image);
         return;
     }
+    record.error = record.image->GetErrorCode();
     deliveringSession = session;
     callback(&record);
 }

@@ -18,6 +18,7 @@ struct ZInImageBufferStruct {
     uint32_t filterColour = 0;  // the same value as colourPattern
     uint32_t symmetricalBinningMode = 0;
     bool lvwFlag = false;
+    uint16_t errorCode = 0; // of the frame; a filter that collects leaves the worst of its frames
     ZCamera *camera = nullptr; // for filters that ask or drive it
 };
 

@@ -18,6 +18,7 @@ inline ZInImageBufferStruct InputOf(const ZExImage &image)
             .filterColour = image.GetColourPattern(),
             .symmetricalBinningMode = image.GetSymmetricalBinningMode(),
             .lvwFlag = image.IsLVW(),
+            .errorCode = image.GetErrorCode(),
             .camera = static_cast<ZCamera *>(image.GetCamera())};
 }
 

@@ -52,7 +52,13 @@ void ZExImage::ResizeBuffer(uint32_t size)
 {
     if (size == m_imageSize)
         return;
+    // Without room for a copy of the contents nothing may change. The pool has it from the frame
+    // before.
+    uint8_t *const roomForCopy = AllocateBuffer(m_imageSize);
+    if (roomForCopy == nullptr)
+        return;
     uint8_t *const buffer = AllocateBuffer(size);
+    ReleaseBuffer(roomForCopy);
     if (buffer == nullptr) {
         m_imageSize = 0;
         return;

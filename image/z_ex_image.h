@@ -30,8 +30,9 @@ public:
     static uint32_t ImageFormatByteSize(uint32_t format);
 
     // Changes the size of the buffer. What fits of the contents stays, the rest is 0. Without
-    // memory the size becomes 0 and the buffer stays. An image that doesn't own its buffer leaves
-    // it to its owner and owns the new one.
+    // memory for a copy of the old contents nothing changes; with that and none for the new buffer
+    // the size becomes 0 and the buffer stays. An image that doesn't own its buffer leaves it to
+    // its owner and owns the new one.
     void ResizeBuffer(uint32_t size);
 
     // Takes a copy of `data` when `size` differs from the present size; does nothing when it is the
@@ -64,6 +65,7 @@ public:
     void SetHeight(uint16_t height) { m_height = height; }
     void SetImageSize(uint32_t size) { m_imageSize = size; }
     void SetCameraImageFormat(uint16_t format) { m_cameraImageFormat = format; }
+    void SetErrorCode(uint16_t error) { m_errorCode = error; }
 
 private:
     void AdoptBuffer(uint8_t *buffer, uint32_t size);

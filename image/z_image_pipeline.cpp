@@ -113,8 +113,10 @@ int16_t ZImagePipeline::ProcessImage(ZExImage *image, bool *done)
     int16_t status = CheckChain(*done);
     if (status == kFilterOk)
         status = PrepareBuffers(needed, in, out);
-    if (status == kFilterOk)
+    if (status == kFilterOk) {
         status = RunChain(in, out, *done);
+        image->SetErrorCode(in.errorCode);
+    }
     if (status == kFilterOk) {
         image->SetImageFormat(out.imageFormat);
         image->SetImageSize(out.size);

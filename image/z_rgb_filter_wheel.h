@@ -34,9 +34,10 @@ public:
     // Throws a partial cycle away.
     void Reset() override;
 
-    // 0 with the image, 6 while exposures are missing, 31 for a camera without a wheel, 5 for an
-    // output format that has no layout (what was stored stays) or without memory. Exposures without
-    // a camera are taken as kept from a wheel that began with red.
+    // 0 with the image, whose error is the worst of its exposures, 6 while exposures are missing,
+    // 31 for a camera without a wheel, 5 for an output format that has no layout (what was stored
+    // stays) or without memory. Exposures without a camera are taken as kept from a wheel that
+    // began with red.
     int16_t Process(ZInImageBufferStruct *in, ZOutImageBufferStruct *out) override;
 
     // One plane behind the other, each as long as the last frame was.
@@ -68,7 +69,8 @@ private:
     int16_t m_redCount = 0;        // frames stored since the last image
     int16_t m_greenCount = 0;
     int16_t m_blueCount = 0;
-    uint32_t m_width = 0; // of the last frame
+    uint16_t m_worstError = 0; // of the frames of the cycle
+    uint32_t m_width = 0;      // of the last frame
     uint32_t m_height = 0;
     Plane m_redBuffer;
     Plane m_greenBuffer;

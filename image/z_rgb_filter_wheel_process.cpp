@@ -57,6 +57,8 @@ int16_t ZRGBFilterWheel::Process(ZInImageBufferStruct *in, ZOutImageBufferStruct
     if (const uint32_t error = HAL_SemaphoreWait(m_lock))
         return ReportLockError(error);
     const int16_t status = ProcessLocked(*in, *out);
+    if (status == kFilterOk)
+        in->errorCode = m_worstError;
     if (const uint32_t error = HAL_SemaphoreSignal(m_lock))
         return ReportLockError(error);
     return status;
@@ -92,6 +94,7 @@ bool ZRGBFilterWheel::IsInTurn(const ZInImageBufferStruct &in)
         if (in.filterColour != startColour)
             return false;
         m_expectedColour = startColour;
+        m_worstError = 0;
         m_started = true;
     }
     return in.colourPattern == m_expectedColour;
@@ -121,6 +124,7 @@ bool ZRGBFilterWheel::Store(const ZInImageBufferStruct &in)
             std::memcpy(place.buffer, in.pBuffer, in.size);
         ++*place.count;
         m_expectedColour = place.next;
+        m_worstError = std::max(m_worstError, in.errorCode);
     }
     m_width = in.width;
     m_height = in.height;

@@ -129,6 +129,7 @@ KeptPicture Composed(const std::vector<KeptPicture> &exposures)
                                     .filterColour = kCycle[i]};
         ZX::ZOutImageBufferStruct out{.pBuffer = colour.samples.data()};
         status = wheel.Process(&in, &out);
+        colour.picture.hasMissingData |= exposures[i].picture.hasMissingData;
     }
     if (status != ZX::kFilterOk)
         throw CommandError(fmt::format("the exposures can't be put together (status {}).", status));

@@ -18,6 +18,7 @@ TEST_F(PipelineOnAnImage, FillsTheInputFromTheImage)
     pipeline.AddFilter(&filter);
     auto *const camera = reinterpret_cast<ZCamera *>(&m_done); // never looked into
     const auto image = MakeImage({1, 2, 3, 4, 5, 6}, 3, 2, 4, 7, camera);
+    image->SetErrorCode(19);
     EXPECT_EQ(pipeline.ProcessImage(image.get(), &m_done), 31);
     EXPECT_EQ(seen.pBuffer, image->GetImageData());
     EXPECT_EQ(seen.size, 6u);
@@ -29,8 +30,10 @@ TEST_F(PipelineOnAnImage, FillsTheInputFromTheImage)
     EXPECT_EQ(seen.imageFormat, 4u);
     EXPECT_EQ(seen.symmetricalBinningMode, 3u);
     EXPECT_TRUE(seen.lvwFlag);
+    EXPECT_EQ(seen.errorCode, 19u);
     EXPECT_EQ(seen.camera, camera);
     EXPECT_EQ(BytesOf(*image), (Bytes{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(image->GetErrorCode(), 19u);
 }
 
 TEST_F(PipelineOnAnImage, PutsTheResultIntoTheImage)

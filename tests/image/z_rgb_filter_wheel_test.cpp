@@ -33,6 +33,7 @@ protected:
               .colourPattern = colour,
               .imageFormat = 2,
               .filterColour = colour,
+              .errorCode = error,
               .camera = &camera};
         const ExactBuffer output(filter.GetNeededOutputBufferSize(&in));
         out = {.pBuffer = output.Data()};
@@ -58,6 +59,7 @@ protected:
 
     FilterCamera camera;
     ZRGBFilterWheel filter{6};
+    uint16_t error = 0; // of the exposures that are run
     ZInImageBufferStruct in;
     ZOutImageBufferStruct out;
     Bytes result;
@@ -242,6 +244,42 @@ TEST_F(Wheel, AResetThrowsAPartialCycleAway)
     EXPECT_EQ(Run(1, {9, 9}), 6); // idle again
 }
 
+// 18 is missing data, 19 a frame that the next one cut, 20 and 21 frames that were too long.
+TEST_F(Wheel, APictureHasTheWorstErrorOfItsExposures)
+{
+    filter.SetOutputFormat(12);
+    const uint16_t kErrors[][4] = {{18, 0, 0, 18}, {0, 18, 0, 18},  {0, 0, 18, 18},
+                                   {0, 0, 0, 0},   {19, 18, 0, 19}, {18, 21, 20, 21}};
+    for (const auto &[red, green, blue, worst] : kErrors) {
+        error = red;
+        EXPECT_EQ(Run(0, {1, 2}), 6);
+        EXPECT_EQ(in.errorCode, red);
+        error = green;
+        EXPECT_EQ(Run(1, {3, 4}), 6);
+        EXPECT_EQ(in.errorCode, green);
+        error = blue;
+        EXPECT_EQ(Run(3, {5, 6}), 0);
+        EXPECT_EQ(in.errorCode, worst);
+    }
+}
+
+TEST_F(Wheel, APictureHasNoErrorOfAnExposureThatItLacks)
+{
+    filter.SetOutputFormat(12);
+    error = 18;
+    EXPECT_EQ(Run(3, {9, 9}), 6); // not the start colour
+    EXPECT_EQ(Run(0, {9, 9}), 6);
+    filter.Reset();
+    error = 0;
+    EXPECT_EQ(Run(0, {1, 2}), 6);
+    error = 18;
+    EXPECT_EQ(Run(0, {9, 9}), 6); // out of turn
+    error = 0;
+    EXPECT_EQ(Run(1, {3, 4}), 6);
+    EXPECT_EQ(Run(3, {5, 6}), 0);
+    EXPECT_EQ(in.errorCode, 0);
+}
+
 TEST_F(Wheel, NeedsRoomForTheColoursOfTheFrameThatCompletes)
 {
     const auto needed = [this](uint32_t colour) {
@@ -318,7 +356,9 @@ TEST_F(Wheel, InAPipelineTheThirdExposureIsTheImage)
     bool isDone = true;
     const auto run = [&](uint16_t colour, const Bytes &bytes) {
         auto image = MakeImage(bytes, 2, 1, 2, colour, static_cast<ZCamera *>(&camera));
+        image->SetErrorCode(colour == kWheelGreen ? 18 : 0);
         const int16_t status = pipeline.ProcessImage(image.get(), &isDone);
+        error = image->GetErrorCode();
         result = BytesOf(*image);
         return status;
     };
@@ -328,6 +368,7 @@ TEST_F(Wheel, InAPipelineTheThirdExposureIsTheImage)
     EXPECT_FALSE(isDone);
     EXPECT_EQ(run(3, {5, 6}), 0);
     EXPECT_TRUE(isDone);
+    EXPECT_EQ(error, 18);
     EXPECT_EQ(result, (Bytes{5, 3, 1, 6, 4, 2}));
 }
 

@@ -125,6 +125,24 @@ TEST_F(ColourRecord, ALostExposureBehindAWheelIsOneLostFrame)
     EXPECT_EQ(frames[1]["frame_number"].get<int>() - frames[0]["frame_number"].get<int>(), 6);
 }
 
+// Frames 4 to 6 are the second picture's, whichever of them lacks a packet.
+TEST_F(ColourRecord, ALostPacketOfAnyExposureIsMissingDataOfThePicture)
+{
+    for (const char *frame : {"4", "5", "6"}) {
+        const Outcome outcome =
+            Run(Wheel(std::string("faults = [\"lose packet at frame ") + frame + " packet 5\"]\n") +
+                "--json record -n 3 --color -o a.raw");
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        const auto json = nlohmann::json::parse(outcome.out);
+        EXPECT_EQ(json["frames"], 3) << frame;
+        EXPECT_EQ(json["with_missing_data"], 1) << frame;
+        const auto frames = Frames("a.raw");
+        EXPECT_FALSE(frames[0]["missing_data"]) << frame;
+        EXPECT_TRUE(frames[1]["missing_data"]) << frame;
+        EXPECT_FALSE(frames[2]["missing_data"]) << frame;
+    }
+}
+
 TEST_F(ColourRecord, WhatNoFileTakesIsToldBeforeAnythingIsExposed)
 {
     const Outcome outcome = Run(Wheel() + "record -n 2 --set format=bgr24 -o a.ser");

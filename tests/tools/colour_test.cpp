@@ -118,8 +118,26 @@ TEST_F(Colour, ThreeExposuresOfAWheelAreOnePicture)
     const Outcome outcome = Run("process r.raw g.raw b.raw -o c.raw");
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(Contents(Path("c.raw")), "\x01\x02\x03\x0B\x0C\x0D");
+    EXPECT_FALSE(nlohmann::json::parse(Contents(Path("c.raw.json")))["missing_data"]);
     EXPECT_EQ(Run("process r.raw -o d.raw").status, 1);
     EXPECT_EQ(Run("process r.raw g.raw -o d.raw").status, 1);
+}
+
+TEST_F(Colour, AnExposureWithMissingDataMakesAPictureWithMissingData)
+{
+    for (const std::string incomplete : {"r", "g", "b"}) {
+        for (const std::string name : {"r", "g", "b"}) {
+            Write(name + ".raw", "\x01\x02");
+            Write(name + ".raw.json",
+                  R"({"width": 2, "height": 1, "bytes_per_sample": 1, "significant_bits": 8,
+                      "binning": [1, 1], "missing_data": )" +
+                      std::string(name == incomplete ? "true}" : "false}"));
+        }
+        const Outcome outcome = Run("process r.raw g.raw b.raw -o c.raw");
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_TRUE(nlohmann::json::parse(Contents(Path("c.raw.json")))["missing_data"])
+            << incomplete;
+    }
 }
 
 // Recordings of the three colours: every exposure finds the other two of its number.
