@@ -5,6 +5,7 @@
 #include "api/context.h"
 #include "api/entry.h"
 #include "api/unit_conversion.h"
+#include "image/z_benchmate_ratio_correction.h"
 #include "tables/settings_accessors.h"
 
 using namespace zerix;
@@ -24,6 +25,20 @@ struct LargeEnough {
     }
     uint32_t width;
     uint32_t height;
+};
+
+// The region begins within the picture that is measured, which a Benchmate's binning and live mode
+// make narrower and higher; 32. Beyond its edges there would be nothing but black to go by.
+struct BeginsInside {
+    uint32_t operator()(ExportedCall &, const CameraUse &use) const
+    {
+        uint32_t width = use.Camera().GetImageWidth();
+        uint32_t height = use.Camera().GetImageHeight();
+        ZX::ZBenchmateRatioCorrection::CorrectSize(use.Camera(), width, height);
+        return x < width && y < height ? ZERIX_SUCCESS : ZERIX_ERROR_ROI_TOO_SMALL;
+    }
+    uint32_t x;
+    uint32_t y;
 };
 
 // No check, but the remarks that come before the first one.
@@ -146,7 +161,7 @@ uint32_t Zerix_AutoExpose(Zerix_Settings *settings, uint32_t x, uint32_t y, uint
     return Enter(Start(__func__), OfRecord{settings},
                  Checks(region, Loaded(), NotNull(settings, ZERIX_ERROR_BAD_PARAMETER),
                         GoodSettings(settings), OpenRecord(), LargeEnough{width, height},
-                        HasContext()),
+                        BeginsInside{x, y}, HasContext()),
                  [&](ExportedCall &call, const CameraUse &use) {
                      return AutoExpose(call, use, settings, region);
                  });
@@ -159,7 +174,7 @@ uint32_t Zerix_WhiteBalance(Zerix_Settings *settings, uint32_t x, uint32_t y, ui
     return Enter(Start(__func__), OfRecord{settings},
                  Checks(region, FormatTold{settings}, Loaded(),
                         NotNull(settings, ZERIX_ERROR_BAD_PARAMETER), GoodSettings(settings),
-                        OpenRecord(), LargeEnough{width, height}),
+                        OpenRecord(), LargeEnough{width, height}, BeginsInside{x, y}),
                  [&](ExportedCall &call, const CameraUse &use) {
                      if (!IsColourWanted(call, settings))
                          return uint32_t{ZERIX_SUCCESS};

@@ -29,10 +29,14 @@ uint32_t LiveModeFactor(ZCamera &camera)
     }
 }
 
+// An application's frame may have any binning at all.
 uint32_t ReducedWidth(uint32_t width, uint32_t factor)
 {
-    return factor == 0 ? width : (width - width % (2 * factor)) / factor;
+    return factor == 0 ? width
+                       : static_cast<uint32_t>((width - width % (uint64_t{2} * factor)) / factor);
 }
+
+constexpr bool IsListedBinning(uint32_t binning) { return binning >= 2 && binning <= 4; }
 
 // Each group of 2 * factor pixels gives two, one for the even and one for the odd, so that the
 // colours of the row keep their order. The target may be the row itself, or lie before it.
@@ -99,16 +103,32 @@ int16_t ZBenchmateRatioCorrection::Process(ZInImageBufferStruct *in, ZOutImageBu
         return kFilterNothingToDo;
     if (in->symmetricalBinningMode <= 1 && !in->lvwFlag)
         return kFilterNothingToDo;
-    if (in->lvwFlag)
-        CorrectLVW(in->pBuffer, in->width, RowsOf(*in), in->bitDepth, in->symmetricalBinningMode,
-                   in->colourPattern, in->camera, out->pBuffer, &out->width, &out->height,
-                   &out->size);
-    else
-        CorrectHorizontalRatio(in->pBuffer, in->width, RowsOf(*in), in->bitDepth,
-                               in->symmetricalBinningMode, out->pBuffer, &out->width, &out->height,
-                               &out->size);
+    const uint32_t rows = RowsOf(*in);
+    const uint32_t binning = in->symmetricalBinningMode;
+    if (in->lvwFlag) {
+        CorrectLVW(in->pBuffer, in->width, rows, in->bitDepth, binning, in->colourPattern,
+                   in->camera, out->pBuffer, &out->width, &out->height, &out->size);
+    } else {
+        CorrectHorizontalRatio(in->pBuffer, in->width, rows, in->bitDepth, binning, out->pBuffer,
+                               &out->width, &out->height, &out->size);
+        // Eightfold, or whatever an application's frame says: the result must have pixels.
+        if (!IsListedBinning(binning))
+            ReduceRows(in->pBuffer, in->width, rows, in->bitDepth, binning, out->pBuffer);
+    }
     out->imageFormat = in->imageFormat;
     return kFilterOk;
+}
+
+void ZBenchmateRatioCorrection::CorrectSize(ZCamera &camera, uint32_t &width, uint32_t &height)
+{
+    if (camera.GetModel() != kBenchmate)
+        return;
+    if (camera.GetLVWMode()) {
+        width = ReducedWidth(width, LiveModeFactor(camera));
+        height *= 2;
+    } else if (const uint16_t binning = camera.GetSymmetricalBinningMode(); binning > 1) {
+        width = ReducedWidth(width, binning);
+    }
 }
 
 void ZBenchmateRatioCorrection::CorrectHorizontalRatio(const uint8_t *image, uint32_t width,
@@ -117,7 +137,7 @@ void ZBenchmateRatioCorrection::CorrectHorizontalRatio(const uint8_t *image, uin
                                                        uint32_t *outWidth, uint32_t *outHeight,
                                                        uint32_t *outSize)
 {
-    if (binning >= 2 && binning <= 4)
+    if (IsListedBinning(binning))
         ReduceRows(image, width, height, bitDepth, binning, output);
     *outWidth = ReducedWidth(width, binning);
     *outHeight = height;

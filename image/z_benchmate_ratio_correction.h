@@ -20,6 +20,9 @@ public:
     // 0, or 31 for other cameras and for whole frames.
     int16_t Process(ZInImageBufferStruct *in, ZOutImageBufferStruct *out) override;
 
+    // Makes the size of this camera's pictures, in pixels, the size after the correction.
+    static void CorrectSize(ZCamera &camera, uint32_t &width, uint32_t &height);
+
     // A live-mode frame: fewer columns, by the factor that belongs to the camera's sensor, and
     // twice the rows. Uses the image's own buffer on the way. Sizes in pixels and bytes.
     void CorrectLVW(uint8_t *image, uint32_t width, uint32_t height, uint32_t bitDepth,

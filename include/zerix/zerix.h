@@ -442,12 +442,15 @@ ZERIX_API uint32_t Zerix_GetCameraModelString(ZerixHandle camera, char *text, ui
  * the exposures in the record and sends it. Takes up to ten images at 8 bits; a search that fails
  * or doesn't settle leaves the exposure that it reached, and is no error.
  *   settings       in, out: a filled record of an open camera
- *   x, y           in: the region's left and upper edge, pixels of the image
- *   width, height  in: the region's size, pixels of the image; what exceeds the image is left out
+ *   x, y           in: the region's left and upper edge, pixels of the measured picture. A
+ *                  Benchmate's picture has fewer columns than its image while it bins or is in
+ *                  live mode, and in live mode twice the rows.
+ *   width, height  in: the region's size, pixels of that picture; what exceeds it is left out
  *   ZERIX_ERROR_NOT_LOADED     state: loaded
  *   ZERIX_ERROR_BAD_PARAMETER  settings is null, or the exposure out of its limits
  *   ZERIX_ERROR_BAD_SETTINGS   the record wasn't filled, or its camera is closed
- *   ZERIX_ERROR_ROI_TOO_SMALL  a side is 0, or both are below 16
+ *   ZERIX_ERROR_ROI_TOO_SMALL  a side is 0, or both are below 16, or the region begins outside
+ *                              the picture
  * Blocks as long as the images take. */
 ZERIX_API uint32_t Zerix_AutoExpose(Zerix_Settings *settings, uint32_t x, uint32_t y,
                                     uint32_t width, uint32_t height);

@@ -27,7 +27,7 @@ enum {
     ZERIX_ERROR_HOST_OVERFLOW = 27,    /* has a phrase; no function gives it */
     ZERIX_ERROR_UNPLUGGED = 28,        /* the camera has been unplugged; in frames alone */
     ZERIX_ERROR_INITIALISATION = 30,   /* no bandwidth is left on the bus */
-    ZERIX_ERROR_ROI_TOO_SMALL = 32     /* a side is 0, or both are below 16 pixels */
+    ZERIX_ERROR_ROI_TOO_SMALL = 32     /* a side is 0, both are below 16 pixels, or it is outside */
 };
 
 /* The phrases, as X(number, phrase). Numbers that are not here have none of their own and read

@@ -26,6 +26,8 @@ protected:
         camera->getCCDHeight = 800;
         camera->getROIMaxWidthForBinningMode = 1000;
         camera->getROIMaxHeightForBinningMode = 800;
+        camera->getImageWidth = 1000;
+        camera->getImageHeight = 800;
         camera->getImageFormat = 2;
         camera->isRGBFilterSupported = true;
         camera->GetBayerPipeline()->Setup(8, 8);
@@ -66,6 +68,31 @@ TEST_F(Automatic, RegionsMustNotBeTiny)
         EXPECT_EQ(call(&current, 1, 2, 16, 1), 0u);
         EXPECT_EQ(call(Legacy(), 1, 2, 15, 15), 32u);
     }
+}
+
+// Before the first image: nothing is asked of the camera.
+TEST_F(Automatic, RegionsMustBeginWithinTheMeasuredPicture)
+{
+    tables::SetSlot32(&current, zprmPostProcessImageFormat, zfmtMono8); // ends the balance early
+    const auto expectEdges = [this](uint32_t width, uint32_t height) {
+        for (const Call call : kCalls) {
+            camera->calls.clear();
+            EXPECT_EQ(call(&current, width, 0, 16, 16), 32u);
+            EXPECT_EQ(call(&current, 0, height, 16, 16), 32u);
+            EXPECT_EQ(call(&current, 0xFFFFFFFF, 0xFFFFFFFF, 16, 16), 32u);
+            EXPECT_TRUE(camera->calls.empty());
+            EXPECT_EQ(call(&current, width - 1, height - 1, 16, 16), 0u);
+        }
+    };
+    camera->getOneImageStatus = 21;
+    expectEdges(1000, 800);
+    camera->getModel = 8; // a Benchmate
+    expectEdges(1000, 800);
+    camera->getSymmetricalBinningMode = 3;
+    expectEdges(332, 800); // (1000 - 4) / 3
+    camera->getCCDWidth = 2560;
+    camera->getLVWMode = true;
+    expectEdges(250, 1600);
 }
 
 TEST_F(Automatic, ChecksComeInTheirOrder)

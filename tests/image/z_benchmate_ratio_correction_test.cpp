@@ -195,6 +195,26 @@ TEST_F(Ratio, BinningAgreesWithThePlainForm)
             }
 }
 
+// The eightfold binning isn't listed, and a kept frame may have any.
+TEST_F(Ratio, AFrameOfAnUnlistedBinningIsReducedAlike)
+{
+    EXPECT_EQ(Run({8, 1, 9, 1, 9, 1, 9, 1, 9, 1, 9, 1, 9, 1, 9, 8}, 16, 1, 8, 8, false), 0);
+    EXPECT_EQ(result, (Bytes{8, 1})); // 71 / 8, 15 / 8
+    for (const uint32_t depth : {8u, 14u})
+        for (const uint32_t binning : {5u, 8u, 9u})
+            for (uint32_t width = 1; width <= 40; ++width) {
+                const auto rows = Noise(width, 3, depth == 8 ? 255 : 65535);
+                EXPECT_EQ(Run(BytesAt(Flat(rows), depth), width, 3, depth, binning, false), 0);
+                EXPECT_EQ(result, BytesAt(Flat(Reduced(rows, binning)), depth))
+                    << depth << " " << binning << " " << width;
+            }
+    for (const uint32_t binning : {0x80000000u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(Run({1, 2, 3, 4}, 4, 1, 8, binning, false), 0);
+        EXPECT_EQ(out.width, 0u);
+        EXPECT_EQ(out.size, 0u);
+    }
+}
+
 TEST_F(Ratio, LiveModeReducesByTheSensorsWidth)
 {
     const Bytes row{1, 2, 3, 4, 5, 6, 7, 8};
