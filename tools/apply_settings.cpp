@@ -176,6 +176,36 @@ std::vector<Setting> SettingsOf(const CameraSettings &camera, const std::string 
     return {{row, Parsed(camera, *row, name, text)}};
 }
 
+bool IsAskedFor(const std::vector<Setting> &asked, const ParameterRow *row)
+{
+    for (const Setting &setting : asked)
+        if (setting.row == row)
+            return true;
+    return false;
+}
+
+// A mosaic is interpolated at its own depth: under a finished format of another one the library
+// makes noise of it.
+void CheckFinishedFormat(const CameraSettings &camera, const std::vector<Setting> &asked)
+{
+    const ParameterRow *const formatRow = FindRow("format");
+    const ParameterRow *const finishedRow = FindRow("post-format");
+    const auto format = static_cast<uint32_t>(camera.Value(*formatRow).value_or(0));
+    const auto finished = static_cast<uint32_t>(camera.Value(*finishedRow).value_or(0));
+    const bool isProcessed =
+        camera.Value(*FindRow("post-processing")).value_or(0) != 0 && Zerix_isBayer(format) == 1;
+    if (!isProcessed && !IsAskedFor(asked, finishedRow))
+        return;
+    const bool isWide = Zerix_is16bit(format) == 1;
+    if (isWide == (Zerix_is16bit(finished) == 1))
+        return;
+    throw CommandError(fmt::format(
+        "pictures of the format {} can't be finished as {}: both must have 8 bits a sample or "
+        "both more. With {} goes post-format={}.",
+        ValueText(formatRow->unit, format), ValueText(finishedRow->unit, finished),
+        ValueText(formatRow->unit, format), isWide ? "rgb48" : "rgb24"));
+}
+
 // Gains and times are rounded to the camera's own steps.
 bool IsAsAsked(const Setting &asked, int64_t got)
 {
@@ -245,6 +275,7 @@ void ApplySettings(const OpenCamera &camera, const std::vector<std::string> &ass
             asked.push_back(setting);
         }
     }
+    CheckFinishedFormat(settings, asked);
     settings.Send();
     settings.ReadPresent();
     WarnOfChanges(settings, asked);

@@ -198,6 +198,39 @@ TEST_F(Colour, ThePrintedGainsMakeTheMeasuredRegionGrey)
     EXPECT_NEAR(means[2] / means[1], 1, 0.01);
 }
 
+// Neither is changed to fit the other.
+TEST_F(Colour, FinishedFormatsOfAnotherDepthAreRefused)
+{
+    WriteRack("0.5");
+    struct Pair {
+        const char *settings;
+        const char *format;
+        const char *finished;
+        const char *advice;
+    };
+    for (const Pair &pair :
+         {Pair{"--color --set format=bayer8 --set post-format=rgb48", "bayer8", "rgb48", "rgb24"},
+          Pair{"--color --set post-format=rgb24 --set format=bayer16", "bayer16", "rgb24", "rgb48"},
+          Pair{"--set format=bayer16 --set post-processing=on", "bayer16", "rgb24", "rgb48"}}) {
+        const Outcome outcome = Run(std::string("--rack warm.toml grab ") + pair.settings +
+                                    " --set roi=100,100,64,64 -o p.raw");
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.err, std::string("zerix: pictures of the format ") + pair.format +
+                                   " can't be finished as " + pair.finished +
+                                   ": both must have 8 bits a sample or both more. With " +
+                                   pair.format + " goes post-format=" + pair.advice + ".\n");
+        EXPECT_EQ(Contents(Path("p.raw")), "");
+    }
+    for (const char *fitting :
+         {"--set format=bayer16 --set post-format=rgb48", "--color --set format=bayer16",
+          "--set format=bayer8 --set post-format=bgr24"})
+        EXPECT_EQ(Run(std::string("--rack warm.toml grab ") + fitting +
+                      " --set roi=100,100,64,64 -o p.raw")
+                      .status,
+                  0)
+            << fitting;
+}
+
 TEST_F(Colour, WhatCannotBeIsTold)
 {
     EXPECT_NE(Run("--sim autoexpose --region 1,2,3").err.find("is no region"), std::string::npos);
