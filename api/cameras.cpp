@@ -48,12 +48,17 @@ void FillTable(ZerixCameraListItem *table, uint32_t &count)
 uint32_t OpenListedCamera(ExportedCall &call, const CameraUse &use, ZerixHandle *handle)
 {
     ZX::ZCamera &camera = use.Camera();
-    const CameraChange opening(use);
-    if (!opening.HasBegun() || camera.IsCameraOpen()) {
+    const auto refuse = [&] {
         *handle = &camera;
         call.Message("Camera is already open");
         return ZERIX_ERROR_BAD_CAMERA_ID;
-    }
+    };
+    // Before a change begins, in which other threads would find the open camera closed.
+    if (use.IsOpen())
+        return refuse();
+    const CameraChange opening(use);
+    if (!opening.HasBegun() || camera.IsCameraOpen())
+        return refuse();
     // What is asked of a closed camera takes no time.
     static_cast<void>(opening.AwaitCalls(kCallsEndMilliseconds));
     if (const uint32_t error = MapCameraStatus(camera.OpenCamera()))

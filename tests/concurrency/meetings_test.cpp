@@ -187,5 +187,25 @@ TEST_F(Meetings, CallbacksThatRequeueNextToAborts)
     ExpectGoodCamera();
 }
 
+// A second open of a camera that is open changes nothing, so that nobody finds it closed meanwhile.
+TEST_F(Meetings, OpensOfAnOpenCameraNextToItsCalls)
+{
+    ASSERT_NO_FATAL_FAILURE(OpenWithWorkers());
+    std::atomic<bool> goesOn{true};
+    std::thread opener([&] {
+        ZerixHandle same = nullptr;
+        while (goesOn)
+            EXPECT_EQ(other->Call("Zerix_OpenCamera", Zerix_OpenCamera, 0u, &same), 11u);
+        EXPECT_EQ(same, handle);
+    });
+    uint32_t value = 0;
+    for (uint32_t round = 0; round < kRounds * 10; ++round)
+        main->Call("Zerix_GetInfo", Zerix_GetInfo, handle, uint32_t{zinfImageSize}, &value);
+    goesOn = false;
+    opener.join();
+    EXPECT_EQ(main->codes, (decltype(main->codes){{{"Zerix_GetInfo", 0}, kRounds * 10}}));
+    ExpectGoodCamera();
+}
+
 } // namespace
 } // namespace zerix::concurrency
