@@ -111,8 +111,9 @@ uint32_t AutoExpose(ExportedCall &call, const CameraUse &use, Zerix_Settings *se
                     const RegionTold &region)
 {
     ZX::ZCamera &camera = use.Camera();
-    use.Context().autoExposure->CalculateExposure(region.x, region.y, region.width, region.height,
-                                                  &camera);
+    // Of this call alone: another thread may search on the same camera.
+    ZX::ZAutoExposure search(false);
+    search.CalculateExposure(region.x, region.y, region.width, region.height, &camera);
     if (const uint32_t error = Zerix_SetParam64(settings, zprm64Exposure, camera.GetExposure()))
         return error;
     Zerix_SetParam64(settings, zprm64ExposureRed, camera.GetRGBFilterRedExposure());
