@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "api/entry.h"
+#include "camera/stream_owner.h"
 #include "tables/settings_accessors.h"
 
 using namespace zerix;
@@ -141,8 +142,12 @@ void FitRegion(const Preflight &preflight)
                      preflight.Get(zprmRoiHeight)};
     // The limits are to be the standard mode's, if that is where the record leads.
     const bool leavesLvw = preflight.Get(zprmCameraMode) == kStandardMode && camera.GetLVWMode();
-    if (leavesLvw)
+    // Nobody starts the stream while the camera is in the other mode.
+    std::optional<StreamHold> stream;
+    if (leavesLvw) {
+        stream.emplace(camera.Stream());
         camera.SetLVWMode(false);
+    }
     FitAxis(preflight, camera.GetROIMaxHeightForBinningMode(static_cast<uint16_t>(vertical)),
             region.y, region.height, zprmRoiY, "Roi Y is now %d", zprmRoiHeight,
             "Roi Height is now %d");

@@ -73,7 +73,7 @@ uint16_t TolvaneFWCamera::EndOneImage(uint32_t waitError, ZExImage **image)
     if (Stream().isForOneImage && Stream().stopsAfterImage)
         StopAfterOneImage();
     if (Stream().isApplications)
-        SetReceiver(Stream().application);
+        SetReceiver({Stream().application.callback, Stream().application.userData});
     *image = TakeOneImage();
     if (*image != nullptr)
         return kStatusOk;

@@ -120,7 +120,7 @@ bool TolvaneFWCamera::WorkOnOldestFrame()
     tStFrameInfo *frame = streaming ? frameInfoQueue.TakeOldestFinished() : nullptr;
     if (frame != nullptr) {
         timeStamp = TimeStampNow();
-        const zerix::StreamReceiver receiver = Receiver();
+        const StreamReceiver receiver = Receiver();
         callback = receiver.callback;
         record.userData = receiver.userData;
     }
@@ -211,8 +211,10 @@ bool TolvaneFWCamera::TellOfLoss()
         if (receiver.callback != nullptr)
             receiver.callback(&record);
     };
-    if (requests.isForStream && streaming)
-        tell(Receiver());
+    if (requests.isForStream && streaming) {
+        const StreamReceiver receiver = Receiver();
+        tell({receiver.callback, receiver.userData});
+    }
     if (requests.other)
         tell(*requests.other);
     return requests.isForStream || requests.other.has_value();

@@ -11,7 +11,6 @@
 namespace ZX {
 
 using zerix::SemaphoreLock;
-using zerix::StreamReceiver;
 using zerix::hal::StreamEnd;
 
 namespace {
@@ -45,8 +44,8 @@ uint16_t TolvaneFWCamera::StartStreamingImages(ZImageReceivedCallback streamCall
     if (!streaming) {
         const StreamReceiver first =
             Stream().IsAwaited() ? StreamReceiver{GetOneImageCallback, this} : receiver;
-        if (const uint16_t status =
-                StartStream({first, newExposeDoneCallback, userData, areExternal}))
+        if (const uint16_t status = StartStream(
+                {{first.callback, first.userData}, newExposeDoneCallback, userData, areExternal}))
             return status;
     } else {
         if (!Stream().IsAwaited())
@@ -54,7 +53,7 @@ uint16_t TolvaneFWCamera::StartStreamingImages(ZImageReceivedCallback streamCall
         exposeDoneUserData = userData;
         exposeDoneCallback = newExposeDoneCallback;
     }
-    Stream().application = receiver;
+    Stream().application = {streamCallback, userData};
     Stream().isApplications = true;
     Stream().isForOneImage = false;
     return kStatusOk;
@@ -63,7 +62,10 @@ uint16_t TolvaneFWCamera::StartStreamingImages(ZImageReceivedCallback streamCall
 // What a start needs that nobody but a thread waiting for one image, or the commit, asks for.
 zerix::StreamStart TolvaneFWCamera::StartAsBefore(const StreamReceiver &receiver, bool areExternal)
 {
-    return {receiver, exposeDoneCallback, exposeDoneUserData, areExternal};
+    return {{receiver.callback, receiver.userData},
+            exposeDoneCallback,
+            exposeDoneUserData,
+            areExternal};
 }
 
 uint16_t TolvaneFWCamera::StartStream(const zerix::StreamStart &start)
@@ -81,7 +83,7 @@ uint16_t TolvaneFWCamera::StartStream(const zerix::StreamStart &start)
     if (const uint16_t status = Commit())
         return status;
     isExternalBuffered = start.areExternal;
-    SetReceiver(start.receiver);
+    SetReceiver({start.receiver.callback, start.receiver.userData});
     exposeDoneUserData = start.exposeDoneUserData;
     exposeDoneCallback = start.exposeDone;
     BeginSession();
@@ -196,7 +198,7 @@ void TolvaneFWCamera::SetReceiver(const StreamReceiver &receiver)
     callbackUserData = receiver.userData;
 }
 
-StreamReceiver TolvaneFWCamera::Receiver()
+TolvaneFWCamera::StreamReceiver TolvaneFWCamera::Receiver()
 {
     const std::lock_guard lock(callbackMutex);
     return {streamingCallback, callbackUserData};

@@ -34,7 +34,6 @@
 #include "zerix/zerix_hal.h"
 
 namespace zerix {
-struct StreamReceiver;
 struct StreamStart;
 } // namespace zerix
 
@@ -432,13 +431,17 @@ protected:
     uint16_t FailClose(uint16_t status);
 
     // The parts of starting a stream and of taking one image.
-    zerix::StreamReceiver Receiver();
-    void SetReceiver(const zerix::StreamReceiver &receiver);
+    struct StreamReceiver {
+        ZImageReceivedCallback callback;
+        void *userData;
+    };
+    StreamReceiver Receiver();
+    void SetReceiver(const StreamReceiver &receiver);
     HALCamera CameraForThreads() const;
     // All under the stream's lock: the start whoever asks for it, the stop likewise, and the start
     // after a change of settings.
     uint16_t StartStream(const zerix::StreamStart &start);
-    zerix::StreamStart StartAsBefore(const zerix::StreamReceiver &receiver, bool areExternal);
+    zerix::StreamStart StartAsBefore(const StreamReceiver &receiver, bool areExternal);
     uint16_t HaltStream();
     uint16_t RestartStream();
     uint16_t BookPackets();

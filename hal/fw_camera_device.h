@@ -51,6 +51,7 @@ struct ReceiveRing final : DriverMemory {
     kernel::DeviceHandle device = 0;      // that the buffers are queued with
     uint32_t packetSlotBytes = 0;
     uint32_t bufferBytes = 0;
+    bool isCameraOn = false; // it has been told to send; for the thread that starts and stops
     // The driver ends no request: the receive thread leaves its loop all the same. Read between two
     // waits; orders nothing.
     std::atomic<bool> isGivenUp{false};

@@ -109,7 +109,9 @@ uint32_t StartStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_
     if (!Listen(device))
         return HAL_ERROR_ASYNC_READ;
     const uint32_t control = device.channel << kChannelShift | kSendOn;
-    return HAL_CameraWriteData(camera, registerAddress, &control, 1);
+    const uint32_t error = HAL_CameraWriteData(camera, registerAddress, &control, 1);
+    device.ring->isCameraOn = error == HAL_NO_ERROR;
+    return error;
 }
 
 bool HasLeftLoop(const FWCameraDevice &device)
@@ -117,10 +119,21 @@ bool HasLeftLoop(const FWCameraDevice &device)
     return device.ring->stopEvent->Wait(0) == os::WaitResult::kSignalled;
 }
 
+bool AwaitEndOfLoop(const ReceiveRing &ring)
+{
+    const auto waited = ring.stopEvent->Wait(kStopTimeoutMilliseconds);
+    if (waited == os::WaitResult::kTimedOut)
+        os::DebugOutput("FWCameraIsochStopThreads:Thread Stop timed out!!!\n");
+    if (waited == os::WaitResult::kFailed)
+        os::DebugOutput("FWCameraIsochStopThreads:Thread Stop Failed!!!\n");
+    return waited == os::WaitResult::kSignalled;
+}
+
 // Waits until the receive thread has left its loop, and joins it. It looks at `isStreaming` when
 // its next buffer is full; a camera that streams fills one in 4 ms, with idle packets if need be.
 // Where no packet comes, the wait ends in vain, and the requests are cancelled under the thread;
-// where the driver ignores that, the thread leaves without them.
+// where the driver ignores that, the thread leaves without them. A camera that was never told to
+// send isn't waited for.
 //
 // The event belongs to this ring, and only the thread's end signals it: it is not reset here, or
 // the end of a thread that had left before would be waited for.
@@ -128,12 +141,7 @@ bool HasLeftLoop(const FWCameraDevice &device)
 // False if the thread may still be in the ring.
 bool EndReceiveThread(FWCameraDevice &device)
 {
-    const auto waited = device.ring->stopEvent->Wait(kStopTimeoutMilliseconds);
-    if (waited == os::WaitResult::kTimedOut)
-        os::DebugOutput("FWCameraIsochStopThreads:Thread Stop timed out!!!\n");
-    if (waited == os::WaitResult::kFailed)
-        os::DebugOutput("FWCameraIsochStopThreads:Thread Stop Failed!!!\n");
-    if (waited == os::WaitResult::kSignalled)
+    if (device.ring->isCameraOn && AwaitEndOfLoop(*device.ring))
         return JoinReceiveThread(device), true;
     device.CancelPending();
     if (device.ring->stopEvent->Wait(kCancelPatienceMilliseconds) != os::WaitResult::kSignalled)

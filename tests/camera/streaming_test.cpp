@@ -204,14 +204,16 @@ TEST_F(Streaming, EndsAWaitForOneImageWhenTheDeviceIsLost)
     EXPECT_FALSE(camera.IsCameraStreaming());
 }
 
-// The wait for the receive thread is the five seconds of a stream without packets.
-TEST_F(Streaming, TakesAFailedStartBack)
+// Without the five seconds' wait for packets, which a camera that wasn't switched on can't send.
+TEST_F(Streaming, TakesAFailedStartBackAtOnce)
 {
     auto &camera = OpenIt();
+    const auto before = std::chrono::steady_clock::now();
     tap.FailAccess(kernel::kControlAsyncWrite, AddressOf(Block::kStreaming) + 4, 1450);
     testing::internal::CaptureStdout();
     EXPECT_EQ(Start(camera, receiver), 33);
     testing::internal::GetCapturedStdout();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(4));
     EXPECT_FALSE(camera.IsCameraStreaming());
     ZerixSimHeld held{};
     ASSERT_EQ(ZerixSim_GetHeld(&held), 0u);

@@ -373,10 +373,14 @@ TEST_F(IsoStream, FailsToStartWhenTheDriverDoesNotListen)
     EXPECT_EQ(Start(), 18u);
     EXPECT_EQ(os::LastError(), 31u);
     EXPECT_EQ(driver.Count(kernel::kControlAsyncWrite), 0u);
-    EXPECT_EQ(Stop(), 0u) << "what was begun is stopped";
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u) << "what was begun is stopped";
     driver.Next(kernel::kControlListen, PendsAndFails(kernel::kErrorGenFailure));
     EXPECT_EQ(Start(), 18u);
-    EXPECT_EQ(Stop(), 0u);
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 0u);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(4))
+        << "no packet can come, and none is waited for";
+    EXPECT_EQ(Said(), "");
     driver.Next(kernel::kControlListen, Pends({}));
     EXPECT_EQ(Start(), 0u);
     EXPECT_EQ(Stop(), 0u);
@@ -387,7 +391,7 @@ TEST_F(IsoStream, GivesTheErrorOfTheRegisterWrite)
     driver.Next(kernel::kControlAsyncWrite, Fails(kernel::kErrorGenFailure));
     EXPECT_EQ(Start(), 19u);
     driver.Next(kernel::kControlAsyncWrite, Fails(kernel::kErrorNoSystemResources));
-    EXPECT_EQ(Stop(), 40u);
+    EXPECT_EQ(HAL_CameraStopStreaming(camera, kEnableRegister), 40u);
     EXPECT_EQ(Device().ring, nullptr);
     EXPECT_EQ(os::LastError(), 1450u);
 }

@@ -19,7 +19,7 @@ TEST_F(Turns, AStopEndsAStartWhoseWriteHangs)
     uint32_t started = 0;
     std::thread starting([&] { started = Start(); });
     ASSERT_TRUE(driver.AwaitHanging(1));
-    const uint32_t stopped = Stop();
+    const uint32_t stopped = HAL_CameraStopStreaming(camera, kEnableRegister);
     starting.join();
     EXPECT_EQ(started, 19u);
     EXPECT_EQ(stopped, 0u);
