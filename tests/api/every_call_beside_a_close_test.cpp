@@ -158,8 +158,9 @@ protected:
     std::atomic<uint32_t> rounds{0};
 };
 
-// A call answers as it does on an open camera or on a closed one; one that the close ends, 16; one
-// that meets what the calls before have queued or started, 21, 22 or 24.
+// A call answers as it does on an open camera (an exposure of 1 ns is out of its limits: 2) or on a
+// closed one; one that the close ends, 16; one that meets what the calls before have queued or
+// started, 21, 22 or 24.
 TEST_F(EveryCallBesideAClose, AnswersAndEnds)
 {
     AddTable();
@@ -172,7 +173,7 @@ TEST_F(EveryCallBesideAClose, AnswersAndEnds)
         do {
             answers.insert(named.call());
         } while (rounds.load() - from < kRounds && !HasFailure());
-        for (const uint32_t known : {0, 1, 3, 9, 11, 16, 18, 21, 22, 24, 32})
+        for (const uint32_t known : {0, 1, 2, 3, 9, 11, 16, 18, 21, 22, 24, 32})
             answers.erase(known);
         EXPECT_EQ(answers, std::set<uint32_t>{});
     }

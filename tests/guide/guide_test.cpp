@@ -1,4 +1,5 @@
 // What the guide shows is what the examples are, and it tells every error.
+#include <cctype>
 #include <filesystem>
 #include <map>
 #include <regex>
@@ -83,14 +84,37 @@ TEST(Guide, ShowsEveryExample)
     EXPECT_EQ(shown, examples);
 }
 
+// A heading as a link within the document names it: in small letters, with a hyphen for a blank.
+bool HasHeading(const std::string &document, const std::string &name)
+{
+    std::istringstream lines(document);
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.starts_with('#'))
+            continue;
+        std::string heading = line.substr(line.find_first_not_of("# "));
+        for (char &letter : heading)
+            letter = letter == ' ' ? '-' : static_cast<char>(std::tolower(letter));
+        if (heading == name)
+            return true;
+    }
+    return false;
+}
+
+bool IsThere(const std::string &guide, const std::string &target)
+{
+    return target.starts_with('#') ? HasHeading(guide, target.substr(1))
+                                   : std::filesystem::exists(kTree + "/docs/" + target);
+}
+
 TEST(Guide, LinksToWhatIsThere)
 {
     const std::string guide = Contents("docs/guide.md");
     const std::regex link("\\]\\(([^)]+)\\)");
     int count = 0;
     for (std::sregex_iterator at(guide.begin(), guide.end(), link), end; at != end; ++at, ++count)
-        EXPECT_TRUE(std::filesystem::exists(kTree + "/docs/" + (*at)[1].str())) << (*at)[1];
+        EXPECT_TRUE(IsThere(guide, (*at)[1])) << (*at)[1];
     EXPECT_GE(count, 10);
+    EXPECT_FALSE(IsThere(guide, "#no-such-heading"));
 }
 
 TEST(Guide, TellsEveryError)
