@@ -71,10 +71,8 @@ TEST_F(AbortedGrab, EndsInWhicheverWriteItHangs)
         const auto began = std::chrono::steady_clock::now();
         EXPECT_EQ(Zerix_Abort(handle), 0u);
         grabbing.join();
-        // The write before the last lets the camera send. Without it no packet comes, and the
-        // stream that is given up waits five seconds for one, as every stop does.
-        const auto limit = std::chrono::seconds(n + 1 == writes ? 9 : 3);
-        EXPECT_LT(std::chrono::steady_clock::now() - began, limit);
+        // Half a second for the access, and what a busy machine takes besides.
+        EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(5));
         EXPECT_EQ(result, 16u);
         EXPECT_EQ(Grab(), 0u);
     }

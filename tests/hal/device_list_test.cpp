@@ -1,6 +1,7 @@
 // The list of the cameras on the bus.
 #include "tests/hal/counting_allocator.h"
 #include "tests/hal/hal_fixture.h"
+#include "tests/support/too_much_memory.h"
 
 using namespace zerix;
 using namespace zerix::test;

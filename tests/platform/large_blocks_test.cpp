@@ -7,15 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/large_blocks.h"
-
-// Sanitizers end the program where it asks for too much memory, if they aren't told this.
-#define ZERIX_DEFAULT_OPTIONS(name)                                                                \
-    extern "C" __attribute__((visibility("default"))) const char *name()                           \
-    {                                                                                              \
-        return "allocator_may_return_null=1";                                                      \
-    }
-ZERIX_DEFAULT_OPTIONS(__asan_default_options)
-ZERIX_DEFAULT_OPTIONS(__tsan_default_options)
+#include "tests/support/too_much_memory.h"
 
 namespace zerix {
 namespace {
