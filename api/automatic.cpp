@@ -5,6 +5,7 @@
 #include "api/context.h"
 #include "api/entry.h"
 #include "api/unit_conversion.h"
+#include "image/z_auto_exposure.h"
 #include "image/z_benchmate_ratio_correction.h"
 #include "tables/settings_accessors.h"
 

@@ -16,7 +16,6 @@ void BuildFilters(ZX::ZCamera &camera, ZerixContext &context)
     context.filterWheel = std::make_unique<ZX::ZRGBFilterWheel>(kFilterWheelOutput);
     context.ratioCorrection = camera.GetBenchmateRatioCorrectionFilter();
     context.whiteBalance = std::make_unique<ZX::ZAutoWhiteBalance>(false);
-    context.autoExposure = std::make_unique<ZX::ZAutoExposure>(false);
     context.bayerFilter = camera.GetBayerFilter();
     context.callbackSemaphore = std::make_unique<ZX::ZSemaphore>();
     context.queueSemaphore = std::make_unique<ZX::ZSemaphore>();

@@ -19,7 +19,6 @@
 
 #include "api/status.h"
 #include "hal/z_semaphore.h"
-#include "image/z_auto_exposure.h"
 #include "image/z_auto_white_balance.h"
 #include "image/z_bayer_interpolation.h"
 #include "image/z_benchmate_ratio_correction.h"
@@ -56,7 +55,6 @@ struct ZerixContext {
     std::unique_ptr<ZX::ZRGBFilterWheel> filterWheel;
     ZX::ZBenchmateRatioCorrection *ratioCorrection = nullptr; // the camera's
     std::unique_ptr<ZX::ZAutoWhiteBalance> whiteBalance;
-    std::unique_ptr<ZX::ZAutoExposure> autoExposure;
     std::unique_ptr<ZX::ZSemaphore> callbackSemaphore;
     std::unique_ptr<ZX::ZSemaphore> queueSemaphore;
     std::atomic<bool> isAborted{false};
