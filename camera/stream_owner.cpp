@@ -53,7 +53,7 @@ void StreamOwner::Take()
         hal::CancelHangingAccesses(m_camera);
 }
 
-// A stop may take its five seconds: whoever only hurries doesn't wait for it.
+// A stop may take its five seconds. This call does not wait for it.
 void StreamOwner::Hurry()
 {
     for (int i = 0; i < kHurries; ++i) {

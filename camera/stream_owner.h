@@ -1,6 +1,6 @@
-// The one owner of a camera's stream. Whoever starts, stops or restarts it, on whichever thread,
-// holds the owner's lock meanwhile, and leaves here what the others must know: a stop that the next
-// commit takes back, a thread that waits for one image, a device that was lost.
+// The one owner of a camera's stream. A thread that starts, stops or restarts the stream holds the
+// owner's lock while it does so, and stores here what other threads must know: that the next commit
+// restarts the stream, that a thread waits for one image, that the device was lost.
 //
 // No lock is held while an application's callback runs, and none while a thread waits for an image.
 // Order of taking: the context's queue semaphore, this lock, the camera's semaphores.
@@ -51,8 +51,9 @@ private:
 
 class StreamOwner {
 public:
-    // The camera whose hanging accesses are ended for those who wait for the lock, whose run loop
-    // is woken after a loss, and the condition on which a thread waits for one image.
+    // Sets the camera and the condition on which a thread waits for one image. Register accesses of
+    // the camera that hang are ended for a thread that waits for the lock, and its run loop is
+    // woken after a loss.
     void Attach(const HALCamera &camera, HAL_Condition imageCondition);
 
     // Waits until no other thread starts, stops or restarts the stream. A register access of
@@ -71,10 +72,10 @@ public:
 
     // A thread waits for one image from now on.
     void BeginWait();
-    // It doesn't any more. Its status, if something else than an image ended the wait.
+    // The wait is over. Returns a status if something other than an image ended it.
     std::optional<uint16_t> FinishWait();
     [[nodiscard]] bool IsAwaited() const { return m_isAwaited; }
-    // Ends that wait. Nothing if nobody waits.
+    // Ends that wait. Does nothing if no thread waits.
     void EndWait(uint16_t status);
 
     // No commit switches the stream on again, as the application has switched it on or off itself.
@@ -104,16 +105,17 @@ public:
     // next successful start.
     [[nodiscard]] bool IsLost() const { return m_isLost; }
     void ForgetLoss() { m_isLost = false; }
-    // The run loop tells whoever receives the stream.
+    // The run loop reports it to the receiver of the stream.
     void MarkLost();
-    // Asks that the run loop tells this receiver of the loss, once; nothing if there is none.
+    // Asks the run loop to report the loss to this receiver, once. Does nothing without a loss.
     void AskForLoss(const StreamReceiver &receiver);
 
     struct LossRequests {
         bool isForStream = false;
         std::optional<StreamReceiver> other;
     };
-    // For the run loop: who is to be told now. At most a hundred times a second: waits so long.
+    // For the run loop: the receivers to report to now. Waits, so that there are at most a hundred
+    // reports a second.
     LossRequests TakeLossRequests();
 
 private:

@@ -164,7 +164,8 @@ uint16_t TolvaneFWCamera::TurnOffStreaming()
     return HaltStream();
 }
 
-// A stream that doesn't come back is off: whoever waits for an image learns why.
+// If the stream does not start again, it is off, and a thread that waits for an image gets the
+// error.
 uint16_t TolvaneFWCamera::RestartStream()
 {
     if (!std::exchange(Stream().isRestartMarked, false))
