@@ -36,7 +36,8 @@ State &TheState()
 kernel::DeviceHandle DeviceOf(ZX::ZCamera &camera)
 {
     const auto *const onBus = dynamic_cast<ZX::TolvaneFWCamera *>(&camera);
-    return onBus != nullptr ? hal::OpenDeviceOf(onBus->GetHalCamera()) : kernel::DeviceHandle{0};
+    return onBus != nullptr ? hal::OpenDeviceOf(onBus->CameraForThreads())
+                            : kernel::DeviceHandle{0};
 }
 
 void AppendSerialIfOpen(const WatchedCamera &watched, std::vector<std::string> &serials)
@@ -141,13 +142,13 @@ bool EndCalls(ZX::ZCamera &camera, const std::function<bool(uint32_t millisecond
 void EndHangingCalls(ZX::ZCamera &camera)
 {
     if (const auto *const onBus = dynamic_cast<ZX::TolvaneFWCamera *>(&camera))
-        hal::BeginClosing(onBus->GetHalCamera());
+        hal::BeginClosing(onBus->CameraForThreads());
 }
 
 void EndHangingAccesses(ZX::ZCamera &camera)
 {
     if (const auto *const onBus = dynamic_cast<ZX::TolvaneFWCamera *>(&camera))
-        hal::CancelHangingAccesses(onBus->GetHalCamera());
+        hal::CancelHangingAccesses(onBus->CameraForThreads());
 }
 
 void BeginWatching(ZX::ZCamera &camera)

@@ -137,7 +137,6 @@ void AbortQueue(ZX::ZCamera &camera, ZerixContext &context)
         context.isAborted.store(true);
     }
     EmptyQueue(context);
-    EndHangingAccesses(camera); // a grab's start holds no semaphore over all of its writes
     camera.Abort();
 }
 

@@ -317,6 +317,7 @@ public:
 
     // Not virtual.
     HALCamera GetHalCamera() const { return halCamera; }
+    HALCamera CameraForThreads() const; // beside calls that change the packets
     bool CheckConfigRegVersion(uint16_t major, uint16_t minor) const;
     static bool CheckVersionAtLeast(uint16_t haveMajor, uint16_t haveMinor, uint16_t needMajor,
                                     uint16_t needMinor);
@@ -437,7 +438,6 @@ protected:
     };
     StreamReceiver Receiver();
     void SetReceiver(const StreamReceiver &receiver);
-    HALCamera CameraForThreads() const;
     // All under the stream's lock: the start whoever asks for it, the stop likewise, and the start
     // after a change of settings.
     uint16_t StartStream(const zerix::StreamStart &start);

@@ -27,8 +27,9 @@ const std::vector<Row> &Rows()
 {
     static const std::vector<Row> rows = {
         {"Zerix_OpenCamera", kAlways, {ZERIX_ERROR_BAD_CAMERA_ID}},
-        {"Zerix_CloseCamera", kCloses, {ZERIX_ERROR_BAD_HANDLE}},
+        {"Zerix_CloseCamera", kCloses | kOpens, {ZERIX_ERROR_BAD_HANDLE}},
         {"Zerix_SetStreaming", kCloses, kOfClosed},
+        {"Zerix_SetStreaming", kOpens, {ZERIX_ERROR_BAD_HANDLE}},
         {"Zerix_GrabFrame", kCloses, kOfClosed},
         {"Zerix_GrabFrame", kStops | kAborts, {ZERIX_ERROR_DRIVER_FAULT}},
         {"Zerix_GrabFrame", kGrabs | kQueues, {ZERIX_ERROR_BUSY}},

@@ -31,9 +31,11 @@ protected:
             testing::UnitTest::GetInstance()->current_test_info()->name(), std::move(calls));
     }
 
+    void EndWatch() { m_watchdog.reset(); }
+
     void TearDown() override
     {
-        m_watchdog.reset();
+        EndWatch();
         ConcurrencyTest::TearDown();
     }
 
@@ -166,6 +168,7 @@ TEST_F(Meetings, OneThreadForEachCamera)
         threads.emplace_back([&work, &worker] { work(*worker); });
     for (std::thread &thread : threads)
         thread.join();
+    EndWatch(); // before the workers are gone
     EXPECT_EQ(WhatIsHeld(), std::vector<uint32_t>(7));
 }
 

@@ -194,7 +194,7 @@ void Service(Worker &worker)
 }
 
 constexpr Operation kOperations[] = {
-    {"Open", Open, 0},
+    {"Open", Open, kOpens},
     {"Close", Close, kCloses | kStops | kAborts},
     {"Start", Start, kStops},
     {"Stop", Stop, kStops},

@@ -17,6 +17,7 @@ enum Effect : uint32_t {
     kQueues = 1u << 3, // leaves frames in the queue
     kAborts = 1u << 4,
     kMeasures = 1u << 5, // changes what the pictures are like, to measure them
+    kOpens = 1u << 6,    // a camera that the other thread has closed
 };
 
 struct Operation {

@@ -63,7 +63,7 @@ TEST_F(ToolStreams, ATriggerWhosePictureIsLostEnds)
 TEST_F(ToolStreams, TheMonitorCountsFrames)
 {
     const Outcome outcome =
-        Run("--sim monitor -n 3 --every 300ms --json --set temperature=-5 --set roi=0,0,200,100");
+        Run("--sim monitor -n 3 --every 1s --json --set temperature=-5 --set roi=0,0,200,100");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     const auto lines = LinesOf(outcome.out);
     ASSERT_EQ(lines.size(), 3U) << outcome.out;
@@ -87,7 +87,8 @@ TEST_F(ToolStreams, TheMonitorTellsLosses)
     Write("lossy.toml",
           "[[camera]]\nmodel = \"Astrel C2\"\nfaults = [\n"
           "\"lose packet at frame 1 packet 5\", \"lose packet at frame 3 packet 5\"]\n");
-    const Outcome outcome = Run("--rack lossy.toml monitor -n 1 --every 2s --json");
+    const Outcome outcome =
+        Run("--rack lossy.toml monitor -n 1 --every 2s --set roi=0,0,320,200 --json");
     const auto lines = LinesOf(outcome.out);
     ASSERT_EQ(lines.size(), 1U) << outcome.err;
     EXPECT_GE(lines[0]["frames"], 3U);

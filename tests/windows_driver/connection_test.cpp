@@ -54,7 +54,8 @@ TEST_F(WindowsConnection, FindsASlowBus)
     EXPECT_EQ(0u, HAL_CameraReallocateBandwidth(&Camera(0), 4888, 1)); // a slot of 4900
     EXPECT_EQ(28u, HAL_CameraReallocateBandwidth(&Camera(0), 4889, 1));
     EXPECT_EQ((std::vector<uint32_t>{1, 1, 0}), Held());
-    EXPECT_EQ(29u, HAL_CameraDisconnect(&Camera(0)));
+    EXPECT_EQ(0u, HAL_CameraDisconnect(&Camera(0))); // gives back no more than that
+    EXPECT_EQ((std::vector<uint32_t>{0, 0, 0}), Held());
 }
 
 TEST_F(WindowsConnection, TakesTheSizeOfTheLargestPackets)
