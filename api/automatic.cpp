@@ -5,6 +5,7 @@
 #include "api/context.h"
 #include "api/entry.h"
 #include "api/unit_conversion.h"
+#include "camera/stream_owner.h"
 #include "image/z_auto_exposure.h"
 #include "image/z_benchmate_ratio_correction.h"
 #include "tables/settings_accessors.h"
@@ -112,9 +113,13 @@ uint32_t AutoExpose(ExportedCall &call, const CameraUse &use, Zerix_Settings *se
                     const RegionTold &region)
 {
     ZX::ZCamera &camera = use.Camera();
-    // Of this call alone: another thread may search on the same camera.
-    ZX::ZAutoExposure search(false);
-    search.CalculateExposure(region.x, region.y, region.width, region.height, &camera);
+    {
+        const Measurement measurement(camera.Stream());
+        if (!measurement)
+            return ZERIX_ERROR_BUSY;
+        ZX::ZAutoExposure search(false);
+        search.CalculateExposure(region.x, region.y, region.width, region.height, &camera);
+    }
     if (const uint32_t error = Zerix_SetParam64(settings, zprm64Exposure, camera.GetExposure()))
         return error;
     Zerix_SetParam64(settings, zprm64ExposureRed, camera.GetRGBFilterRedExposure());
@@ -133,14 +138,27 @@ bool IsColourWanted(ExportedCall &call, const Zerix_Settings *settings)
     return false;
 }
 
+// On a running stream with a commit of its own first: an image that was exposed before the settings
+// were sent tells nothing about them.
+uint32_t MeasureColours(ZX::ZCamera &camera, ZX::ZAutoWhiteBalance &balance,
+                        const RegionTold &region)
+{
+    const Measurement measurement(camera.Stream());
+    if (!measurement)
+        return ZERIX_ERROR_BUSY;
+    if (camera.IsCameraStreaming())
+        if (const uint16_t status = camera.UpdateSettingsOnCamera())
+            return MapCameraStatus(status);
+    return MapCameraStatus(static_cast<uint16_t>(
+        balance.Preprocess(region.x, region.y, region.width, region.height, &camera)));
+}
+
 uint32_t WhiteBalance(ExportedCall &call, const CameraUse &use, Zerix_Settings *settings,
                       const RegionTold &region)
 {
     ZX::ZCamera &camera = use.Camera();
     ZX::ZAutoWhiteBalance &balance = *use.Context().whiteBalance;
-    const int16_t status =
-        balance.Preprocess(region.x, region.y, region.width, region.height, &camera);
-    if (const uint32_t error = MapCameraStatus(static_cast<uint16_t>(status)))
+    if (const uint32_t error = MeasureColours(camera, balance, region))
         return error;
     if (const uint32_t error = StoreGains(call, settings, balance))
         return error;

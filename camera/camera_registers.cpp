@@ -182,11 +182,28 @@ uint16_t TolvaneFWCamera::CommitSettings()
 {
     const SemaphoreLock settings(settingsSemaphore);
     const SemaphoreLock queue(frameQueueSemaphore);
+    const uint8_t tag = GetPSN();
+    uint16_t status = PrepareTag();
+    // After the tag, so that an image that is in them meanwhile is known to be outdated.
     imagePipeline->ResetFilters();
-    if (const uint16_t status = Commit())
-        return status;
-    IgnoreFrameInfoVector();
-    return kStatusOk;
+    if (status == kStatusOk)
+        status = Commit();
+    if (status == kStatusOk)
+        IgnoreFrameInfoVector();
+    else if (GetPSN() != tag)
+        SetPSN(tag); // the camera goes on with it
+    return status;
+}
+
+// A tag that may have reached the camera or not must not come into force with this commit.
+uint16_t TolvaneFWCamera::PrepareTag()
+{
+    if (!streaming)
+        return kStatusOk;
+    if (!Stream().tagsCommits)
+        return IsKnown(zerix::registers::control::kPsn) ? uint16_t{kStatusOk} : SetPSN(GetPSN());
+    Stream().isTagDecisive = true;
+    return IgnoreNextFrame();
 }
 
 // Of all settings only MiscCtrl changes what the information block says.

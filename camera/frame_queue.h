@@ -10,6 +10,12 @@
 
 namespace zerix {
 
+// What an image was exposed under: a start of the stream, and the tag of a commit.
+struct ImageOrigin {
+    uint32_t session = 0;
+    uint8_t tag = 0;
+};
+
 // A frame in work with what only the camera needs to know of it. All frames of a camera are such.
 struct FrameRecord : tStFrameInfo {
     bool ownsData;     // false for a buffer of the application
@@ -18,6 +24,8 @@ struct FrameRecord : tStFrameInfo {
 };
 
 inline FrameRecord &RecordOf(tStFrameInfo &frame) { return static_cast<FrameRecord &>(frame); }
+
+inline ImageOrigin OriginOf(tStFrameInfo &frame) { return {RecordOf(frame).session, frame.psn}; }
 
 // Gives and takes back records; once there are enough, without the heap. Any thread.
 class FrameRecords {

@@ -114,9 +114,9 @@ void TolvaneFWCamera::GetOneImageCallback(ZImageReceivedCallbackStruct *record)
     auto &camera = *static_cast<TolvaneFWCamera *>(record->userData);
     const std::lock_guard lock(camera.oneImageMutex);
     // Exposed for an earlier call, and on its way for so long. Compared as a difference: it wraps.
-    const bool isLate = record->image != nullptr &&
-                        static_cast<int32_t>(camera.deliveringSession - camera.oneImageSession) < 0;
-    if (isLate)
+    const auto &origin = camera.delivering;
+    const bool isLate = static_cast<int32_t>(origin.session - camera.oneImageSession) < 0;
+    if (record->image != nullptr && (isLate || camera.IsOutdated(origin)))
         return ZCamera::FreeImage(record->image);
     if (camera.oneImageReady)
         ZCamera::FreeImage(camera.oneImage);

@@ -128,8 +128,9 @@ bool TolvaneFWCamera::WorkOnOldestFrame()
         ComplainAboutSemaphore("HAL_SemaphoreSignal", error);
     if (frame == nullptr)
         return false;
-    const uint32_t session = zerix::RecordOf(*frame).session;
-    if (IsFrameValid(*frame)) {
+    const zerix::ImageOrigin origin = zerix::OriginOf(*frame);
+    const bool isStray = Stream().isTagDecisive && frame->status == kFrameStray;
+    if (IsFrameValid(*frame) && !isStray && !IsOutdated(origin)) {
         record.error = ErrorOfStatus(frame->status);
         record.image = MakeImage(*frame, record.error, timeStamp);
     }
@@ -137,7 +138,7 @@ bool TolvaneFWCamera::WorkOnOldestFrame()
         const SemaphoreLock queue(frameQueueSemaphore);
         frameRecords.Release(*frame);
     }
-    Deliver(record, callback, session);
+    Deliver(record, callback, origin);
     return true;
 }
 
@@ -171,32 +172,38 @@ void TolvaneFWCamera::NoticeDeadStream()
         Stream().MarkLost();
 }
 
-bool TolvaneFWCamera::IsOfThisStream(uint32_t session) const
+bool TolvaneFWCamera::IsOfThisStream(const zerix::ImageOrigin &origin) const
 {
-    return streaming && session == streamSession;
+    return streaming && origin.session == streamSession;
+}
+
+// Exposed before the last commit of a thread that measures images.
+bool TolvaneFWCamera::IsOutdated(const zerix::ImageOrigin &origin)
+{
+    return Stream().isTagDecisive && origin.tag != GetPSN();
 }
 
 // The pipeline may hold an image back, as the filter wheel does with the first two of three. An
 // image of a stream that has been stopped meanwhile is nobody's any more, and leaves nothing in the
 // filters of the next one: they have been reset when that started, possibly while this image was
-// in them.
+// in them. The same goes for an image that a commit has outdated.
 void TolvaneFWCamera::Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback,
-                              uint32_t session)
+                              const zerix::ImageOrigin &origin)
 {
     if (record.image == nullptr)
         return;
     bool isReady = false;
-    if (IsOfThisStream(session)) {
+    if (IsOfThisStream(origin) && !IsOutdated(origin)) {
         GetImagePipeline()->ProcessImage(record.image, &isReady);
-        if (session != streamSession)
+        if (origin.session != streamSession || IsOutdated(origin))
             GetImagePipeline()->ResetFilters();
     }
-    if (!isReady || callback == nullptr || !IsOfThisStream(session)) {
+    if (!isReady || callback == nullptr || !IsOfThisStream(origin)) {
         ZCamera::FreeImage(record.image);
         return;
     }
     record.error = record.image->GetErrorCode();
-    deliveringSession = session;
+    delivering = origin;
     callback(&record);
 }
 

@@ -98,6 +98,12 @@ public:
     // While the camera closes no stream starts.
     std::atomic<bool> isClosing{false};
 
+    // A thread measures images: each commit beside the stream takes a new tag, as a start does.
+    std::atomic<bool> tagsCommits{false};
+    // Such a commit has come: an image with another tag than the present one was exposed before it,
+    // and is dropped. Until the next start.
+    std::atomic<bool> isTagDecisive{false};
+
     // What the hardware layer says of the stream is still about the one before.
     std::atomic<bool> isStarting{false};
 
@@ -162,6 +168,29 @@ public:
 private:
     StreamOwner &m_owner;
     bool m_isHeld;
+};
+
+// For as long as it lives, a thread measures images of the camera, and no other thread takes any.
+// What it takes was exposed after its last commit. False if another thread takes an image.
+class Measurement {
+public:
+    explicit Measurement(StreamOwner &owner) : m_owner(owner), m_claim(owner)
+    {
+        if (m_claim)
+            m_owner.tagsCommits = true;
+    }
+    ~Measurement()
+    {
+        if (m_claim)
+            m_owner.tagsCommits = false;
+    }
+    Measurement(const Measurement &) = delete;
+    Measurement &operator=(const Measurement &) = delete;
+    explicit operator bool() const { return static_cast<bool>(m_claim); }
+
+private:
+    StreamOwner &m_owner;
+    ImageClaim m_claim;
 };
 
 } // namespace zerix

@@ -116,6 +116,7 @@ bool TolvaneFWCamera::IsStreamDead() const
 void TolvaneFWCamera::BeginSession()
 {
     ++streamSession;
+    Stream().isTagDecisive = false; // a frame of an earlier tag is also one of an earlier session
     imagePipeline->ResetFilters();
 }
 

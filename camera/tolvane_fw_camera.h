@@ -406,6 +406,7 @@ protected:
     uint16_t Commit();
     // The same under the locks, with the filters reset and the frames in work marked as stale.
     uint16_t CommitSettings();
+    uint16_t PrepareTag();
     // Reads a whole block anew; its version decides the length. A failure isn't printed.
     uint16_t ReadRegisterSet(zerix::RegisterBlock &block);
     uint16_t ReadVersionWord(zerix::RegisterBlock &block);
@@ -463,11 +464,12 @@ protected:
     bool WorkOnOldestFrame();
     void NoticeDeadStream();
     bool TellOfLoss();
-    bool IsOfThisStream(uint32_t session) const;
+    bool IsOfThisStream(const zerix::ImageOrigin &origin) const;
+    bool IsOutdated(const zerix::ImageOrigin &origin);
     uint32_t TimeStampNow() const;
     ZExImage *MakeImage(tStFrameInfo &frame, uint16_t error, uint32_t timeStamp);
     void Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback,
-                 uint32_t session);
+                 const zerix::ImageOrigin &origin);
 
     // Streaming, called by the hardware layer and the camera's two threads.
     tStFrameInfo *PrivatePeekNewFrame();
@@ -492,11 +494,11 @@ protected:
     HAL_Condition exposeDoneCondition{};
     ZExImage *oneImage = nullptr;
     std::atomic<bool> oneImageReady{false};
-    std::mutex oneImageMutex;                   // over the three around it
-    uint32_t oneImageSession = 0;               // images of earlier ones come too late
-    std::atomic<uint32_t> streamSession{0};     // counts the starts of streaming
-    std::atomic<uint32_t> deliveringSession{0}; // of the image that the callback has
-    std::mutex callbackMutex; // makes streamingCallback and callbackUserData a pair
+    std::mutex oneImageMutex;               // over the three around it
+    uint32_t oneImageSession = 0;           // images of earlier ones come too late
+    std::atomic<uint32_t> streamSession{0}; // counts the starts of streaming
+    zerix::ImageOrigin delivering;          // of the image that the callback has; the run loop's
+    std::mutex callbackMutex;               // makes streamingCallback and callbackUserData a pair
     std::atomic<bool> streaming{false};
     std::atomic<bool> runLoopActive{false};
     std::atomic<bool> exposeThreadActive{false};

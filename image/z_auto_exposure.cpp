@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 
+#include "camera/stream_owner.h"
 #include "camera/z_camera.h"
 #include "image/image_input.h"
 #include "image/image_statistics.h"
@@ -113,6 +114,7 @@ public:
         m_redExposure = camera.GetRGBFilterRedExposure();
         m_blueExposure = camera.GetRGBFilterBlueExposure();
         m_startColour = camera.GetRGBFilterStartColour();
+        const zerix::StreamHold stream(camera.Stream());
         camera.SetRGBFilterStartColour(kWheelGreen);
         camera.SetRGBFilterCycle(false);
         camera.UpdateSettingsOnCamera();
@@ -136,6 +138,14 @@ private:
     uint64_t m_blueExposure = 0;
     uint16_t m_startColour = 0;
 };
+
+// With its commit before another thread's settings can be in it.
+void SetDepth(ZCamera &camera, uint16_t depth)
+{
+    const zerix::StreamHold stream(camera.Stream());
+    camera.SetBitDepth(depth);
+    camera.UpdateSettingsOnCamera();
+}
 
 // The search's mosaics are of bytes. A Bayer filter that makes words of three colours would take
 // every two of them for one, and all of it for clipped; while the search runs it makes bytes.
@@ -210,6 +220,7 @@ int16_t ZAutoExposure::AutoExposeRGB(ZCamera *camera, uint32_t bitDepth, uint32_
     const uint64_t exposure =
         StepFromColour(camera->GetExposure(), bitDepth, std::max(redMaximum, 1u),
                        std::max(greenMaximum, 1u), std::max(blueMaximum, 1u));
+    const zerix::StreamHold stream(camera->Stream());
     camera->SetExposure(Clamped(*camera, exposure));
     camera->UpdateSettingsOnCamera();
     return kFilterOk;
@@ -220,6 +231,7 @@ int16_t ZAutoExposure::AutoExposeMono(ZCamera *camera, uint32_t bitDepth, uint32
     const uint64_t exposure =
         Clamped(*camera,
                 StepFromMono(camera->GetExposure(), ThresholdsOf(bitDepth), std::max(maximum, 1u)));
+    const zerix::StreamHold stream(camera->Stream());
     camera->SetExposure(exposure);
     camera->SetRGBFilterRedExposure(exposure);
     camera->SetRGBFilterBlueExposure(exposure);
@@ -233,8 +245,7 @@ int16_t ZAutoExposure::CalculateExposure(uint32_t x, uint32_t y, uint32_t width,
     const bool wasOnAllFrames = m_calculateOnAllFrames;
     m_calculateOnAllFrames = true;
     const uint16_t depth = camera->GetBitDepth();
-    camera->SetBitDepth(kSearchDepth);
-    camera->UpdateSettingsOnCamera();
+    SetDepth(*camera, kSearchDepth);
     StoppedWheel wheel(*camera);
     const BayerOfBytes bayer(*camera);
     m_regionX = x;
@@ -245,6 +256,7 @@ int16_t ZAutoExposure::CalculateExposure(uint32_t x, uint32_t y, uint32_t width,
     double lastChange = 0.0;
     if (const int16_t status = Search(*camera, lastChange))
         return status;
+    const zerix::StreamHold stream(camera->Stream());
     camera->SetBitDepth(depth);
     wheel.TurnAgain(lastChange);
     camera->UpdateSettingsOnCamera();

@@ -4,6 +4,7 @@
 #include <limits>
 #include <memory>
 
+#include "camera/stream_owner.h"
 #include "camera/z_camera.h"
 #include "image/image_statistics.h"
 #include "image/z_auto_white_balance.h"
@@ -100,6 +101,7 @@ void ZAutoWhiteBalance::TakeScales()
 // Green's exposure is the camera's own.
 void ZAutoWhiteBalance::ScaleExposures(ZCamera &camera) const
 {
+    const zerix::StreamHold stream(camera.Stream());
     const uint64_t red = Scaled(camera.GetRGBFilterRedExposure(), GetRedScale());
     const uint64_t green = Scaled(camera.GetExposure(), GetGreenScale());
     const uint64_t blue = Scaled(camera.GetRGBFilterBlueExposure(), GetBlueScale());

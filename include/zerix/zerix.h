@@ -440,7 +440,9 @@ ZERIX_API uint32_t Zerix_GetCameraModelString(ZerixHandle camera, char *text, ui
 /* ---- Automatic settings and finished pictures ------------------------------------------------ */
 /* Finds the exposure that brings the brightest pixel of a region to the top of the range, stores
  * the exposures in the record and sends it. Takes up to ten images at 8 bits; a search that fails
- * or doesn't settle leaves the exposure that it reached, and is no error.
+ * or doesn't settle leaves the exposure that it reached, and is no error. On a running stream only
+ * images are measured whose exposure began after the change before them. Earlier ones are dropped,
+ * and cost no trigger.
  *   settings       in, out: a filled record of an open camera
  *   x, y           in: the region's left and upper edge, pixels of the measured picture. A
  *                  Benchmate's picture has fewer columns than its image while it bins or is in
@@ -451,14 +453,18 @@ ZERIX_API uint32_t Zerix_GetCameraModelString(ZerixHandle camera, char *text, ui
  *   ZERIX_ERROR_BAD_SETTINGS   the record wasn't filled, or its camera is closed
  *   ZERIX_ERROR_ROI_TOO_SMALL  a side is 0, or both are below 16, or the region begins outside
  *                              the picture
- * Blocks as long as the images take. */
+ *   ZERIX_ERROR_BUSY           another thread takes an image: in Zerix_GrabFrame, in this call or
+ *                              in Zerix_WhiteBalance
+ * Blocks as long as the images take. Beside it a Zerix_GrabFrame gets ZERIX_ERROR_BUSY, settings
+ * that another thread sends count for the images from then on, and Zerix_Abort,
+ * Zerix_SetStreaming(camera, 0) and a close end the search. */
 ZERIX_API uint32_t Zerix_AutoExpose(Zerix_Settings *settings, uint32_t x, uint32_t y,
                                     uint32_t width, uint32_t height);
 
 /* Measures the gains that make the mean of a region grey, stores them in the record and sends it; a
- * filter wheel's exposures follow. Takes up to six images. Does nothing, successfully, where
- * zprmPostProcessImageFormat is no format of colour. Parameters, state and errors as with
- * Zerix_AutoExpose.
+ * filter wheel's exposures follow. Takes up to six images, on a running stream those whose exposure
+ * began after the call. Does nothing, successfully, where zprmPostProcessImageFormat is no format
+ * of colour. Parameters, state, errors and other threads as with Zerix_AutoExpose.
  *   ZERIX_ERROR_NOT_SUPPORTED  the camera lacks one of the gains or exposures
  *   ZERIX_ERROR_DRIVER_FAULT  an image could not be taken, or has no colours
  *   ZERIX_ERROR_INITIALISATION, ZERIX_ERROR_CAMERA_FAULT  no bandwidth is left; the camera failed

@@ -42,7 +42,7 @@ public:
 
     using TolvaneFWCamera::callbackUserData;
     using TolvaneFWCamera::CameraAsyncWriteCallback;
-    using TolvaneFWCamera::deliveringSession;
+    using TolvaneFWCamera::delivering;
     using TolvaneFWCamera::exposeDoneCallback;
     using TolvaneFWCamera::exposeDoneCondition;
     using TolvaneFWCamera::exposeDoneUserData;

@@ -208,7 +208,7 @@ TEST(OneImage, IsNoneOfAnEarlierStream)
     for (const auto &c : cases) {
         FrameCamera camera;
         camera.oneImageSession = c.awaited;
-        camera.deliveringSession = c.delivered;
+        camera.delivering.session = c.delivered;
         ZX::ZImageReceivedCallbackStruct record{MakeImage(), &camera, 0};
         FrameCamera::GetOneImageCallback(&record);
         EXPECT_EQ(camera.oneImageReady, c.isTaken) << c.delivered;

@@ -54,6 +54,7 @@ const std::vector<Row> &Rows()
         {"Zerix_GetParamMax", kCloses, {ZERIX_ERROR_BAD_SETTINGS}},
         {"Zerix_AutoExpose", kCloses, kOfClosed},
         {"Zerix_AutoExpose", kCloses, {ZERIX_ERROR_BAD_SETTINGS}},
+        {"Zerix_AutoExpose", kGrabs, {ZERIX_ERROR_BUSY}},
         {"Zerix_WhiteBalance", kCloses, kOfClosed},
         {"Zerix_WhiteBalance", kCloses, {ZERIX_ERROR_BAD_SETTINGS}},
         {"Zerix_WhiteBalance", kStops | kAborts, {ZERIX_ERROR_DRIVER_FAULT}},
