@@ -20,6 +20,7 @@ double MeanOf(const OwnFrame &picture)
 
 void ConcurrencyTest::OpenQuick(Clock clock)
 {
+    m_clock = clock;
     UseRack((clock == Clock::kFast ? "clock = \"fast\"\n" : "clock = \"real\"\n") +
             std::string(kCamera));
     handle = LoadAndOpen(0);
@@ -37,7 +38,10 @@ std::unique_ptr<OwnFrame> ConcurrencyTest::TakePicture()
     EXPECT_EQ(
         worker.Call("Zerix_SendSettingsToCam", Zerix_SendSettingsToCam, handle, &worker.settings),
         0u);
-    EXPECT_EQ(worker.Call("Zerix_GrabFrame", Zerix_GrabFrame, handle, &picture->frame), 0u);
+    // A busy machine takes the packets of a camera on the real clock too late at times.
+    const int tries = m_clock == Clock::kReal ? 10 : 1;
+    for (int i = 0; i < tries && (i == 0 || picture->frame.errorCode == 26); ++i)
+        EXPECT_EQ(worker.Call("Zerix_GrabFrame", Zerix_GrabFrame, handle, &picture->frame), 0u);
     EXPECT_EQ(picture->frame.filled, 1u);
     EXPECT_EQ(picture->frame.errorCode, 0u);
     EXPECT_EQ(picture->frame.width, kWidth);

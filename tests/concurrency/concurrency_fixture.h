@@ -34,6 +34,7 @@ private:
     // With the default settings; null where that fails.
     std::unique_ptr<OwnFrame> TakePicture();
 
+    Clock m_clock = Clock::kFast;
     std::unique_ptr<OwnFrame> m_undisturbed;
 };
 
