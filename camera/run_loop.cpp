@@ -128,9 +128,9 @@ bool TolvaneFWCamera::WorkOnOldestFrame()
         ComplainAboutSemaphore("HAL_SemaphoreSignal", error);
     if (frame == nullptr)
         return false;
-    const zerix::ImageOrigin origin = zerix::OriginOf(*frame);
+    delivering = zerix::OriginOf(*frame);
     const bool isStray = Stream().isTagDecisive && frame->status == kFrameStray;
-    if (IsFrameValid(*frame) && !isStray && !IsOutdated(origin)) {
+    if (IsFrameValid(*frame) && !isStray && !IsOutdated(delivering)) {
         record.error = ErrorOfStatus(frame->status);
         record.image = MakeImage(*frame, record.error, timeStamp);
     }
@@ -138,7 +138,7 @@ bool TolvaneFWCamera::WorkOnOldestFrame()
         const SemaphoreLock queue(frameQueueSemaphore);
         frameRecords.Release(*frame);
     }
-    Deliver(record, callback, origin);
+    Deliver(record, callback, delivering.session);
     return true;
 }
 
@@ -172,9 +172,9 @@ void TolvaneFWCamera::NoticeDeadStream()
         Stream().MarkLost();
 }
 
-bool TolvaneFWCamera::IsOfThisStream(const zerix::ImageOrigin &origin) const
+bool TolvaneFWCamera::IsOfThisStream(uint32_t session) const
 {
-    return streaming && origin.session == streamSession;
+    return streaming && session == streamSession;
 }
 
 // Exposed before the last commit of a thread that measures images.
@@ -188,22 +188,21 @@ bool TolvaneFWCamera::IsOutdated(const zerix::ImageOrigin &origin)
 // filters of the next one: they have been reset when that started, possibly while this image was
 // in them. The same goes for an image that a commit has outdated.
 void TolvaneFWCamera::Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback,
-                              const zerix::ImageOrigin &origin)
+                              uint32_t session)
 {
     if (record.image == nullptr)
         return;
     bool isReady = false;
-    if (IsOfThisStream(origin) && !IsOutdated(origin)) {
+    if (IsOfThisStream(session) && !IsOutdated(delivering)) {
         GetImagePipeline()->ProcessImage(record.image, &isReady);
-        if (origin.session != streamSession || IsOutdated(origin))
+        if (session != streamSession || IsOutdated(delivering))
             GetImagePipeline()->ResetFilters();
     }
-    if (!isReady || callback == nullptr || !IsOfThisStream(origin)) {
+    if (!isReady || callback == nullptr || !IsOfThisStream(session)) {
         ZCamera::FreeImage(record.image);
         return;
     }
     record.error = record.image->GetErrorCode();
-    delivering = origin;
     callback(&record);
 }
 

@@ -464,12 +464,12 @@ protected:
     bool WorkOnOldestFrame();
     void NoticeDeadStream();
     bool TellOfLoss();
-    bool IsOfThisStream(const zerix::ImageOrigin &origin) const;
+    bool IsOfThisStream(uint32_t session) const;
     bool IsOutdated(const zerix::ImageOrigin &origin);
     uint32_t TimeStampNow() const;
     ZExImage *MakeImage(tStFrameInfo &frame, uint16_t error, uint32_t timeStamp);
     void Deliver(ZImageReceivedCallbackStruct &record, ZImageReceivedCallback callback,
-                 const zerix::ImageOrigin &origin);
+                 uint32_t session);
 
     // Streaming, called by the hardware layer and the camera's two threads.
     tStFrameInfo *PrivatePeekNewFrame();
@@ -497,7 +497,7 @@ protected:
     std::mutex oneImageMutex;               // over the three around it
     uint32_t oneImageSession = 0;           // images of earlier ones come too late
     std::atomic<uint32_t> streamSession{0}; // counts the starts of streaming
-    zerix::ImageOrigin delivering;          // of the image that the callback has; the run loop's
+    zerix::ImageOrigin delivering;          // of the image that the run loop works on
     std::mutex callbackMutex;               // makes streamingCallback and callbackUserData a pair
     std::atomic<bool> streaming{false};
     std::atomic<bool> runLoopActive{false};
