@@ -65,6 +65,10 @@ void StreamOwner::Hurry()
     }
 }
 
+StreamHold::StreamHold(StreamOwner &owner) : m_owner(owner) { m_owner.Take(); }
+
+StreamHold::~StreamHold() { m_owner.Give(); }
+
 // One image --------------------------------------------------------------------------------------
 
 bool StreamOwner::ClaimImages() { return m_images.TakeWithin(milliseconds(0)); }

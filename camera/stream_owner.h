@@ -140,18 +140,6 @@ private:
     std::chrono::steady_clock::time_point m_lastTold{}; // of the run loop's thread
 };
 
-// Holds the lock for as long as it lives.
-class StreamHold {
-public:
-    explicit StreamHold(StreamOwner &owner) : m_owner(owner) { m_owner.Take(); }
-    ~StreamHold() { m_owner.Give(); }
-    StreamHold(const StreamHold &) = delete;
-    StreamHold &operator=(const StreamHold &) = delete;
-
-private:
-    StreamOwner &m_owner;
-};
-
 // The claim on images for as long as it lives; false if another thread has it.
 class ImageClaim {
 public:

@@ -17,8 +17,22 @@
 #include "zerix/zerix_export.h"
 
 namespace zerix {
+
 class StreamOwner;
-}
+
+// For as long as it lives, no other thread starts or stops a camera's stream or commits settings.
+class StreamHold {
+public:
+    explicit StreamHold(StreamOwner &owner);
+    ~StreamHold();
+    StreamHold(const StreamHold &) = delete;
+    StreamHold &operator=(const StreamHold &) = delete;
+
+private:
+    StreamOwner &m_owner;
+};
+
+} // namespace zerix
 
 namespace ZX {
 

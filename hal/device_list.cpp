@@ -125,7 +125,7 @@ HALCamera *HandOver(ListedCamera *list, uint32_t count)
 
 uint32_t FWCameraGetList(HALCamera **list, const ListRequest &request, uint32_t *count)
 {
-    if (request.maximumCount > PTRDIFF_MAX / sizeof(kernel::DevicePath))
+    if (uint64_t{request.maximumCount} * sizeof(kernel::DevicePath) > PTRDIFF_MAX)
         return HAL_ERROR_ISOCH_RESOURCES_ALLOCATE;
     const std::unique_ptr<kernel::DevicePath[]> paths(new (std::nothrow)
                                                           kernel::DevicePath[request.maximumCount]);

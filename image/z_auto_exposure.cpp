@@ -6,7 +6,6 @@
 #include <limits>
 #include <memory>
 
-#include "camera/stream_owner.h"
 #include "camera/z_camera.h"
 #include "image/image_input.h"
 #include "image/image_statistics.h"

@@ -4,7 +4,6 @@
 #include <limits>
 #include <memory>
 
-#include "camera/stream_owner.h"
 #include "camera/z_camera.h"
 #include "image/image_statistics.h"
 #include "image/z_auto_white_balance.h"

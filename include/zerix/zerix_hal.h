@@ -82,8 +82,9 @@ ZERIX_API uint32_t HAL_ThreadCreate(HAL_ThreadRoutine routine, void *parameter,
 /* Ends a running thread against its will and closes its handle; the record stays. On Linux the
  * thread ends at its next wait, the objects of its routine are destroyed, and a register access
  * that it was in is cancelled; a routine that doesn't wait within a second is not ended and runs
- * on. On Windows the thread ends where it is, and what its routine holds stays held. thread  in,
- * out: the thread HAL_ERROR_THREAD_TERMINATE  it could not be ended */
+ * on. On Windows the thread ends where it is, and what its routine holds stays held.
+ *   thread  in, out: the thread
+ *   HAL_ERROR_THREAD_TERMINATE  it could not be ended */
 ZERIX_API uint32_t HAL_ThreadTerminate(threadInfo *thread);
 
 /* Waits for the thread's end, closes the handle and frees the record.

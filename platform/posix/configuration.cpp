@@ -28,6 +28,11 @@ void Complain(const std::string &complaint)
         std::fprintf(stderr, "%s\n", complaint.c_str());
 }
 
+void ComplainOfLine(const std::string &path, size_t line, const std::string &complaint)
+{
+    Complain(path + ":" + std::to_string(line) + ": " + complaint);
+}
+
 class FileConfiguration final : public Configuration {
 public:
     explicit FileConfiguration(ConfigurationValues values) : m_values(std::move(values)) {}
@@ -86,7 +91,7 @@ std::unique_ptr<Configuration> OpenFirst(bool isQuiet)
         return std::make_unique<FileConfiguration>(
             ParseConfiguration(*text, [&](size_t line, const std::string &complaint) {
                 if (!isQuiet)
-                    Complain(path + ":" + std::to_string(line) + ": " + complaint);
+                    ComplainOfLine(path, line, complaint);
             }));
     }
     return nullptr;

@@ -470,17 +470,6 @@ TEST_F(Tool, AWaitOfCenturiesIsNoWaitOfNothing)
     }
 }
 
-// The stream's start, in the middle of a grab: neither the abort after the wait nor the limit after
-// that lets the tool hang.
-TEST_F(Tool, ACameraThatNeverAnswersAtAStreamsStartEndsTheToolAfterItsWait)
-{
-    Write("hang.toml", "speed = 800\nclock = \"fast\"\n[[camera]]\nmodel = \"Noctis C1\"\n"
-                       "reads = \"pending\"\nfaults = [\"hang at write 40\"]\n");
-    const Outcome outcome = Run("--rack hang.toml grab --wait 1s -o p.raw", "", "timeout 40");
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_FALSE(std::filesystem::exists(Path("p.raw")));
-}
-
 TEST_F(Tool, FaultsOfThePlanAreMetWithoutACrash)
 {
     Write("faults.toml", "[[camera]]\nmodel = \"Astrel C2\"\n"
