@@ -119,11 +119,11 @@ uint32_t AutoExpose(ExportedCall &call, const CameraUse &use, Zerix_Settings *se
             return ZERIX_ERROR_BUSY;
         ZX::ZAutoExposure search(false);
         search.CalculateExposure(region.x, region.y, region.width, region.height, &camera);
+        if (const uint32_t error = Zerix_SetParam64(settings, zprm64Exposure, camera.GetExposure()))
+            return error;
+        Zerix_SetParam64(settings, zprm64ExposureRed, camera.GetRGBFilterRedExposure());
+        Zerix_SetParam64(settings, zprm64ExposureBlue, camera.GetRGBFilterBlueExposure());
     }
-    if (const uint32_t error = Zerix_SetParam64(settings, zprm64Exposure, camera.GetExposure()))
-        return error;
-    Zerix_SetParam64(settings, zprm64ExposureRed, camera.GetRGBFilterRedExposure());
-    Zerix_SetParam64(settings, zprm64ExposureBlue, camera.GetRGBFilterBlueExposure());
     Zerix_SendSettingsToCam(&camera, settings);
     TellExposures(call, camera);
     return ZERIX_SUCCESS;
@@ -143,9 +143,6 @@ bool IsColourWanted(ExportedCall &call, const Zerix_Settings *settings)
 uint32_t MeasureColours(ZX::ZCamera &camera, ZX::ZAutoWhiteBalance &balance,
                         const RegionTold &region)
 {
-    const Measurement measurement(camera.Stream());
-    if (!measurement)
-        return ZERIX_ERROR_BUSY;
     if (camera.IsCameraStreaming())
         if (const uint16_t status = camera.UpdateSettingsOnCamera())
             return MapCameraStatus(status);
@@ -153,21 +150,30 @@ uint32_t MeasureColours(ZX::ZCamera &camera, ZX::ZAutoWhiteBalance &balance,
         balance.Preprocess(region.x, region.y, region.width, region.height, &camera)));
 }
 
-uint32_t WhiteBalance(ExportedCall &call, const CameraUse &use, Zerix_Settings *settings,
-                      const RegionTold &region)
+uint32_t BalanceRecord(ExportedCall &call, const CameraUse &use, Zerix_Settings *settings,
+                       const RegionTold &region, uint32_t &infoError)
 {
     ZX::ZCamera &camera = use.Camera();
     ZX::ZAutoWhiteBalance &balance = *use.Context().whiteBalance;
+    const Measurement measurement(camera.Stream());
+    if (!measurement)
+        return ZERIX_ERROR_BUSY;
     if (const uint32_t error = MeasureColours(camera, balance, region))
         return error;
     if (const uint32_t error = StoreGains(call, settings, balance))
         return error;
     uint32_t hasWheel = 0;
-    const uint32_t infoError = Zerix_GetInfo(&camera, zinfColorWheelSupported, &hasWheel);
-    if (hasWheel != 0)
-        if (const uint32_t error = StoreWheelExposures(call, settings, camera))
-            return error;
-    Zerix_SendSettingsToCam(&camera, settings);
+    infoError = Zerix_GetInfo(&camera, zinfColorWheelSupported, &hasWheel);
+    return hasWheel != 0 ? StoreWheelExposures(call, settings, camera) : uint32_t{ZERIX_SUCCESS};
+}
+
+uint32_t WhiteBalance(ExportedCall &call, const CameraUse &use, Zerix_Settings *settings,
+                      const RegionTold &region)
+{
+    uint32_t infoError = ZERIX_SUCCESS;
+    if (const uint32_t error = BalanceRecord(call, use, settings, region, infoError))
+        return error;
+    Zerix_SendSettingsToCam(&use.Camera(), settings);
     call.End(infoError);
     return ZERIX_SUCCESS;
 }

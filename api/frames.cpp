@@ -6,6 +6,8 @@
 #include "api/entry.h"
 #include "api/frame_filling.h"
 #include "api/not_supported.h"
+#include "api/stream_callbacks.h"
+#include "camera/stream_owner.h"
 #include "diag/dumps.h"
 
 using namespace zerix;
@@ -32,6 +34,9 @@ uint32_t GrabOneImage(ZX::ZCamera &camera, ZerixContext &context, Zerix_Frame &f
     ZX::ZExImage *received = nullptr;
     const uint32_t error = MapCameraStatus(camera.GetOneImage(&received));
     const std::unique_ptr<ZX::ZExImage, ImageDeleter> image(received);
+    // A loss that ended this call is one of the frames that were queued meanwhile, too.
+    if (context.queueCount.load() != 0)
+        camera.Stream().AskForLoss({ImageReceived, &camera});
     if (error != ZERIX_SUCCESS)
         return error;
     if (image == nullptr)

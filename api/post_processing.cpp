@@ -66,10 +66,13 @@ void MakeRoom(Zerix_Frame &frame, uint32_t size)
 // A picture without colour is finished as it is.
 uint32_t CopyFrame(const Zerix_Frame &from, Zerix_Frame &to)
 {
-    MakeRoom(to, from.size);
-    const uint32_t size = to.pBuffer != nullptr ? std::min(from.size, to.bufferSize) : 0;
-    if (size > 0 && from.pBuffer != nullptr)
-        std::memmove(to.pBuffer, from.pBuffer, size);
+    // In a shared buffer the picture is there already, and must not move away from its first owner.
+    if (to.pBuffer == nullptr || to.pBuffer != from.pBuffer) {
+        MakeRoom(to, from.size);
+        const uint32_t size = to.pBuffer != nullptr ? std::min(from.size, to.bufferSize) : 0;
+        if (size > 0 && from.pBuffer != nullptr)
+            std::memmove(to.pBuffer, from.pBuffer, size);
+    }
     to.format = from.format;
     to.width = from.width;
     to.height = from.height;

@@ -15,6 +15,8 @@ uint32_t TurnOff(ExportedCall &call, ZX::ZCamera &camera)
 {
     const StreamHold stream(camera.Stream());
     camera.Stream().Forget();
+    // For frames that a loss hasn't been reported to yet; without one nothing happens.
+    camera.Stream().AskForLoss({ImageReceived, &camera});
     if (!camera.IsCameraStreaming()) {
         call.Message("Streaming is already off");
         return ZERIX_SUCCESS;

@@ -210,12 +210,13 @@ uint16_t TolvaneFWCamera::PrepareTag()
 uint16_t TolvaneFWCamera::UpdateSettingsOnCamera()
 {
     const zerix::StreamHold stream(Stream());
-    if (const uint16_t status = CommitSettings())
-        return status;
-    if (miscCtrlChanged)
-        if (const uint16_t status = TakeOverMiscCtrl())
-            return status;
-    return RestartStream();
+    uint16_t status = CommitSettings();
+    if (status == kStatusOk && miscCtrlChanged)
+        status = TakeOverMiscCtrl();
+    // Setting the same value once more is a change then, too.
+    if (status != kStatusOk && miscCtrlChanged)
+        controlWrites.Failed(zerix::registers::control::kMiscCtrl.offset);
+    return status == kStatusOk ? RestartStream() : status;
 }
 
 uint16_t TolvaneFWCamera::TakeOverMiscCtrl()

@@ -98,16 +98,24 @@ void StreamOwner::Forget()
     ForgetRestart();
     isApplications = false;
     isForOneImage = false;
+    EndMeasurement();
     EndWait(ZX::kStatusNoImage);
 }
 
 // Loss -------------------------------------------------------------------------------------------
 
+void StreamOwner::ForgetLoss()
+{
+    const std::lock_guard lock(m_lossMutex);
+    m_isLost = false;
+    m_lossRequests = {};
+}
+
 void StreamOwner::MarkLost()
 {
-    m_isLost = true;
     {
         const std::lock_guard lock(m_lossMutex);
+        m_isLost = true;
         m_lossRequests.isForStream = true;
     }
     WakeRunLoop();
@@ -115,10 +123,10 @@ void StreamOwner::MarkLost()
 
 void StreamOwner::AskForLoss(const StreamReceiver &receiver)
 {
-    if (!m_isLost)
-        return;
     {
         const std::lock_guard lock(m_lossMutex);
+        if (!m_isLost)
+            return;
         m_lossRequests.other = receiver;
     }
     WakeRunLoop();
@@ -128,12 +136,10 @@ StreamOwner::LossRequests StreamOwner::TakeLossRequests()
 {
     {
         const std::lock_guard lock(m_lossMutex);
-        if (!m_isLost)
-            m_lossRequests = {};
         if (!m_lossRequests.isForStream && !m_lossRequests.other)
             return {};
     }
-    std::this_thread::sleep_until(m_lastTold + kBetweenLosses);
+    std::this_thread::sleep_until(m_lastTold + kBetweenLosses); // a start may forget them meanwhile
     m_lastTold = std::chrono::steady_clock::now();
     const std::lock_guard lock(m_lossMutex);
     return std::exchange(m_lossRequests, {});

@@ -100,6 +100,9 @@ public:
 
     // A thread measures images: each commit beside the stream takes a new tag, as a start does.
     std::atomic<bool> tagsCommits{false};
+    // An abort or a stop has come since it began: it takes no more images.
+    std::atomic<bool> isMeasurementOver{false};
+    void EndMeasurement() { isMeasurementOver = tagsCommits.load(); }
     // Such a commit has come: an image with another tag than the present one was exposed before it,
     // and is dropped. Until the next start.
     std::atomic<bool> isTagDecisive{false};
@@ -110,7 +113,7 @@ public:
     // The stream brings nothing any more: its device was lost, or it never came to life. Until the
     // next successful start.
     [[nodiscard]] bool IsLost() const { return m_isLost; }
-    void ForgetLoss() { m_isLost = false; }
+    void ForgetLoss();
     // The run loop reports it to the receiver of the stream.
     void MarkLost();
     // Asks the run loop to report the loss to this receiver, once. Does nothing without a loss.
@@ -164,13 +167,17 @@ class Measurement {
 public:
     explicit Measurement(StreamOwner &owner) : m_owner(owner), m_claim(owner)
     {
-        if (m_claim)
-            m_owner.tagsCommits = true;
+        if (!m_claim)
+            return;
+        m_owner.isMeasurementOver = false;
+        m_owner.tagsCommits = true;
     }
     ~Measurement()
     {
-        if (m_claim)
-            m_owner.tagsCommits = false;
+        if (!m_claim)
+            return;
+        m_owner.tagsCommits = false;
+        m_owner.isMeasurementOver = false;
     }
     Measurement(const Measurement &) = delete;
     Measurement &operator=(const Measurement &) = delete;

@@ -38,7 +38,7 @@ uint16_t TolvaneFWCamera::StartStreamingImages(ZImageReceivedCallback streamCall
     Stream().ForgetRestart();
     if (streaming && Stream().IsLost())
         return kStatusNoImage;
-    if (streaming && Stream().isApplications)
+    if (streaming && Stream().isApplications && !Stream().isForOneImage)
         return kStatusOk;
     const StreamReceiver receiver{streamCallback, userData};
     if (!streaming) {
@@ -162,7 +162,11 @@ uint16_t TolvaneFWCamera::TurnOffStreaming()
     if (!streaming)
         return kStatusOk;
     Stream().isRestartMarked = true;
-    return HaltStream();
+    const uint16_t status = HaltStream();
+    // A loss that was not reported before the stream went off.
+    if (Stream().isApplications)
+        Stream().AskForLoss(Stream().application);
+    return status;
 }
 
 // If the stream does not start again, it is off, and a thread that waits for an image gets the
@@ -208,6 +212,7 @@ TolvaneFWCamera::StreamReceiver TolvaneFWCamera::Receiver()
 
 uint16_t TolvaneFWCamera::SoftwareTrigger()
 {
+    const zerix::StreamHold stream(Stream());
     if (!streaming)
         return kStatusNotStreaming;
     if (GetTriggerMode() != kSoftwareTriggerMode)
@@ -219,6 +224,7 @@ uint16_t TolvaneFWCamera::SoftwareTrigger()
 // A commit holds the settings over its write, and a start the stream over several.
 uint16_t TolvaneFWCamera::Abort()
 {
+    Stream().EndMeasurement();
     Stream().Hurry();
     const SemaphoreLock settings(settingsSemaphore, CameraForThreads());
     const uint32_t error = HAL_ConditionSignal(imageCondition);

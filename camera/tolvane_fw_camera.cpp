@@ -104,6 +104,7 @@ uint16_t TolvaneFWCamera::OpenCamera()
     counterStart = zerix::os::PerformanceCounter();
     AddConnectedCamera(this);
     Stream().isClosing = false;
+    Stream().ForgetLoss(); // that was of another connection
     isOpen = true;
     exclusiveAccess = true;
     return StartThreads();

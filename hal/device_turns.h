@@ -22,8 +22,8 @@ private:
     bool m_isTaken = false;
 };
 
-// A turn for as long as it lives; false if it did not come within half a minute, which is longer
-// than any of these calls takes with a driver that ignores everything. Not to be nested.
+// A turn for as long as it lives; false if it did not come within half a minute. With a driver that
+// ignores everything a booking may take longer than that. Not to be nested.
 //
 // The loss callback may change the stream too: while it waits for a turn on the receive thread,
 // the call that has the turn doesn't wait for that thread's end.

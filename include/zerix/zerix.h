@@ -342,8 +342,10 @@ ZERIX_API uint32_t Zerix_GrabFrame(ZerixHandle camera, Zerix_Frame *frame);
  *   ZERIX_ERROR_BUFFER_TOO_SMALL  bufferSize is less than the image
  * After the loss of a camera that streamed, every frame that is queued comes back with errorCode
  * ZERIX_ERROR_UNPLUGGED, in order, at most a hundred a second, through the callback and never from
- * within this call; queued settings are sent in their turn.
- * Waits for a send of settings that is under way. */
+ * within this call; queued settings are sent in their turn. That goes for frames that are queued
+ * later too, until the stream has been started or the camera opened again.
+ * Waits for a send of settings that is under way, and for a Zerix_QueueSettings that waits for a
+ * start or a stop of the stream. */
 ZERIX_API uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame,
                                     ZerixAsyncCallback callback, uint32_t flags, void *userPointer,
                                     uint32_t userData);
@@ -364,7 +366,8 @@ ZERIX_API uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame,
  *   ZERIX_ERROR_QUEUE_FULL    100 entries are queued
  *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT, ZERIX_ERROR_INITIALISATION
  *                             with an empty queue: as with Zerix_SendSettingsToCam
- * Blocks like the send with an empty queue; else it waits for one that is under way. */
+ * Blocks like the send with an empty queue; else it waits for a send, a start or a stop that is under
+ * way. */
 ZERIX_API uint32_t Zerix_QueueSettings(ZerixHandle camera, Zerix_Settings *settings,
                                        ZerixAsyncCallback callback, uint32_t flags,
                                        void *userPointer, uint32_t userData);
@@ -400,7 +403,8 @@ ZERIX_API uint32_t Zerix_SetStreaming(ZerixHandle camera, uint32_t on);
  *   ZERIX_ERROR_NOT_STREAMING  the camera isn't streaming
  *   ZERIX_ERROR_NOT_SUPPORTED  the trigger type isn't 5
  *   ZERIX_ERROR_DRIVER_FAULT   the bus failed
- * Blocks for one register write. */
+ * Blocks for one register write. Waits for a start, a stop or a send that is under way, never for an
+ * image. */
 ZERIX_API uint32_t Zerix_Trigger(ZerixHandle camera);
 
 /* These four are supported by no camera. They don't block.

@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <link.h>
 #include <new>
+#include <sys/stat.h>
 
 #include "platform/os.h"
 #include "platform/posix/cancellation.h"
@@ -33,12 +34,22 @@ std::string WholePath(const char *path)
     return whole ? std::string(whole.get()) : std::string();
 }
 
+// The system's loader would wait for a pipe's writer. A name without a folder is its to look for.
+bool IsPipeOrDevice(const std::string &path)
+{
+    struct stat status = {};
+    return path.find('/') != std::string::npos && stat(path.c_str(), &status) == 0 &&
+           !S_ISREG(status.st_mode);
+}
+
 } // namespace
 
 std::unique_ptr<DynamicLibrary> DynamicLibrary::Load(const std::string &path)
 {
     const CancellationOff noCancellation;
-    void *const handle = path.empty() ? nullptr : dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void *const handle = path.empty() || IsPipeOrDevice(path)
+                             ? nullptr
+                             : dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
         SetLastError(ENOENT);
         return nullptr;

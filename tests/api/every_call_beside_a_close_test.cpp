@@ -112,6 +112,11 @@ protected:
             ZerixSim_GiveCredit(0, 20);
             return Zerix_AutoExpose(&current, 0, 0, 16, 16);
         });
+        add("Zerix_WhiteBalance", [this] {
+            ZerixSim_GiveCredit(0, 20);
+            tables::SetSlot32(&current, zprmPostProcessImageFormat, zfmtRgb24);
+            return Zerix_WhiteBalance(&current, 0, 0, 16, 16);
+        });
         add("Zerix_PostProcessSingleFrame", [this] {
             tables::SetSlot32(&current, zprmPostProcessImageFormat, zfmtRgb24);
             tables::SetSlot32(&current, zprmPostProcessBayerAlgorithm, 4);

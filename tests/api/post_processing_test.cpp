@@ -371,6 +371,26 @@ TEST_F(PostProcessing, MayTurnAPictureIntoAnotherInItsOwnBuffer)
     EXPECT_EQ(Pixels(5), (Bytes{10, 21, 31, 40, 25}));
 }
 
+// Without colour there is nothing to do, and the buffer stays where its two owners know it,
+// whatever size is stated.
+TEST_F(PostProcessing, LeavesAPictureWithoutColourInASharedBuffer)
+{
+    in.pBuffer = std::malloc(in.size);
+    std::memcpy(in.pBuffer, mosaic.data(), in.size);
+    in.format = zfmtMono8;
+    const Bytes before(mosaic.begin(), mosaic.begin() + in.size);
+    for (const uint32_t size : {0u, 1u, in.size}) {
+        out.pBuffer = in.pBuffer;
+        out.bufferSize = size;
+        EXPECT_EQ(Process(), 0u);
+        EXPECT_EQ(out.pBuffer, in.pBuffer);
+        EXPECT_EQ(out.size, in.size);
+        const auto *const bytes = static_cast<const uint8_t *>(in.pBuffer);
+        EXPECT_EQ(Bytes(bytes, bytes + in.size), before);
+    }
+    std::free(in.pBuffer);
+}
+
 TEST_F(PostProcessing, OfAMosaicNeedsBothBuffers)
 {
     const char *const kTooSmall = "the size of pBuffer in the Zerix_Frame structure is too small.";

@@ -175,6 +175,29 @@ TEST_F(VirtualGrab, TellsOfMissingData)
         EXPECT_EQ(ErrorCodeWith(fault, 1), 26u) << fault;
 }
 
+// The picture of a turning wheel has the error of its red exposure, whose blue one is whole.
+TEST_F(VirtualGrab, TellsOfDataMissingInOneOfAWheelsExposures)
+{
+    const ZerixHandle handle = OpenWithFrames(
+        "[[camera]]\nmodel = 5\nsensor = 11\nscene = \"flat:2000\"\n", ZERIX_SIM_UNLIMITED);
+    Zerix_Settings settings = {};
+    Zerix_CreateCameraSettingsStruct(&settings);
+    ASSERT_EQ(Zerix_ReadDefaultSettings(handle, &settings), 0u);
+    ASSERT_EQ(Zerix_SetParam(&settings, zprmImageFormat, zfmtRgb24), 0u);
+    ASSERT_EQ(Zerix_SendSettingsToCam(handle, &settings), 0u);
+    for (uint32_t exposure = 1; exposure <= 3; ++exposure) {
+        SCOPED_TRACE(exposure);
+        PrepareFrame(3 * kLineSize);
+        const std::string fault = "lose packet at frame " + std::to_string(exposure) + " packet 3";
+        ASSERT_EQ(ZerixSim_InjectFault(0, fault.c_str()), 0u) << ZerixSim_LastErrorText();
+        ASSERT_EQ(Zerix_GrabFrame(handle, &frame), 0u);
+        EXPECT_EQ(frame.errorCode, 26u);
+        ASSERT_EQ(Zerix_GrabFrame(handle, &frame), 0u);
+        EXPECT_EQ(frame.errorCode, 0u);
+    }
+    Zerix_ReleaseCameraSettingsStruct(&settings);
+}
+
 // A wrong byte is nobody's to see; a frame without its beginning, or with a tag that no setting
 // has, is no frame, and the next one comes instead.
 TEST_F(VirtualGrab, TakesTheNextFrameForOneThatIsNone)

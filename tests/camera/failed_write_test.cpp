@@ -13,6 +13,7 @@ using Camera = ZX::TolvaneFWCamera;
 using Writes = std::vector<RegisterWrite>;
 
 constexpr uint32_t kControlBlock = 0xE1000000;
+constexpr uint32_t kCommandBlock = 0xE2000000;
 constexpr uint16_t kBusError = 9;
 constexpr uint16_t kNotSupported = 15;
 constexpr uint32_t kEverything = 0xFFFFFFFF;
@@ -242,6 +243,21 @@ TEST_F(FailedWrite, OfMiscCtrlReadsTheInformationOnceItIsWritten)
     EXPECT_EQ(Quietly([](ZX::TolvaneFWCamera &camera) { return camera.SetMiscCtrlAd(1); }),
               kBusError);
     EXPECT_EQ(Camera().UpdateSettingsOnCamera(), 0);
+    EXPECT_EQ(Camera().SetMiscCtrlAd(1), 0);
+    Inform({{0x10, 0x014000F0}});
+    EXPECT_EQ(Camera().UpdateSettingsOnCamera(), 0);
+    EXPECT_EQ(Camera().GetCCDWidth(), 320u);
+}
+
+// The record that is sent again has the value that the camera got, and was not committed.
+TEST_F(FailedWrite, OfACommitOfMiscCtrlReadsTheInformationAfterTheNextOne)
+{
+    Open(18);
+    EXPECT_EQ(Camera().SetMiscCtrlAd(1), 0);
+    tap.FailAccess(kernel::kControlAsyncWrite, kCommandBlock + registers::kCommitOffset,
+                   kernel::kErrorGenFailure);
+    EXPECT_EQ(Quietly([](ZX::TolvaneFWCamera &camera) { return camera.UpdateSettingsOnCamera(); }),
+              kBusError);
     EXPECT_EQ(Camera().SetMiscCtrlAd(1), 0);
     Inform({{0x10, 0x014000F0}});
     EXPECT_EQ(Camera().UpdateSettingsOnCamera(), 0);

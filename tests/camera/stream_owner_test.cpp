@@ -77,6 +77,44 @@ TEST_F(OwnerOfAStream, GivesOneImageToOneThreadAtATime)
     EXPECT_EQ(EndOfGrab(), 0);
 }
 
+// A start that comes while the run loop still waits for its hundredth of a second.
+TEST_F(OwnerOfAStream, TellsNoLossThatAStartHasForgotten)
+{
+    StreamOwner owner;
+    for (int round = 0; round < 20; ++round) {
+        owner.MarkLost();
+        EXPECT_TRUE(owner.TakeLossRequests().isForStream);
+        owner.AskForLoss({ImageReceiver::Received, &receiver});
+        bool isAsked = true;
+        std::thread runLoop([&] { isAsked = owner.TakeLossRequests().other.has_value(); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        owner.ForgetLoss();
+        runLoop.join();
+        EXPECT_FALSE(isAsked) << round;
+    }
+}
+
+// An abort that comes between two of its images, and one in a call before it.
+TEST_F(OwnerOfAStream, EndsAMeasurementWithAnAbort)
+{
+    OpenIt(ZERIX_SIM_UNLIMITED);
+    EXPECT_EQ(camera->Abort(), 0);
+    {
+        const Measurement measurement(camera->Stream());
+        EXPECT_EQ(camera->GetOneImage(&image), 0);
+        Image(image).reset();
+        EXPECT_EQ(camera->Abort(), 0);
+        EXPECT_EQ(camera->GetOneImage(&image), 21);
+    }
+    {
+        const Measurement measurement(camera->Stream());
+        EXPECT_EQ(camera->StopStreamingImages(), 0);
+        EXPECT_EQ(camera->GetOneImage(&image), 21);
+    }
+    EXPECT_EQ(camera->GetOneImage(&image), 0);
+    Image(image).reset();
+}
+
 TEST_F(OwnerOfAStream, EndsTheWaitForAnImageWithAStop)
 {
     OpenIt(0);

@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include "api/status.h"
+#include "camera/stream_owner.h"
 #include "image/z_ex_image.h"
+#include "tables/settings_accessors.h"
 #include "tests/api/virtual_queue_fixture.h"
 #include "tests/concurrency/watchdog.h"
 
@@ -136,6 +138,73 @@ TEST_F(LostCamera, EndsGrabsOnTheApplicationsStreamAtOnce)
     EXPECT_EQ(api::CameraOf(handle)->GetOneImage(&image), 21u);
     EXPECT_EQ(image, nullptr);
     EXPECT_LT(std::chrono::steady_clock::now() - begun, kAtOnce);
+    EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
+}
+
+// While it waits, the images would come to the grab.
+TEST_F(LostCamera, GivesBackFramesThatWereQueuedBesideAWaitingGrab)
+{
+    auto waiting = std::async(std::launch::async, [&] { return Grab(); });
+    while (WhatIsHeld().back() == 0) // the camera's own thread, once it streams
+        std::this_thread::yield();
+    for (uint32_t number = 1; number <= 3; ++number)
+        ASSERT_EQ(QueueFrame(NewSlot(), number), 0u);
+    ASSERT_EQ(ZerixSim_Unplug(0), 0u);
+    EXPECT_EQ(waiting.get(), 16u);
+    ASSERT_TRUE(AwaitCalls(3));
+    EXPECT_EQ(TakeTold(), (std::vector<Told>{{1, 28, 1}, {2, 28, 1}, {3, 28, 1}}));
+    EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
+}
+
+// A callback finds the camera lost, and switches the stream off before anybody was told.
+TEST_F(LostCamera, GivesBackFramesThoughACallbackStopsTheStream)
+{
+    for (const bool isSend : {true, false}) {
+        SCOPED_TRACE(isSend);
+        Zerix_Settings &settings = NewRecord();
+        ASSERT_EQ(Zerix_SendSettingsToCam(handle, &settings), 0u);
+        uint32_t ended = 99;
+        inCallBack = [&](const Told &call) {
+            if (call.error != 0)
+                return;
+            EXPECT_EQ(ZerixSim_Unplug(0), 0u);
+            while (!api::CameraOf(handle)->Stream().IsLost())
+                std::this_thread::yield();
+            tables::SetSlot32(&settings, zprmRoiWidth, 512);
+            ended =
+                isSend ? Zerix_SendSettingsToCam(handle, &settings) : Zerix_SetStreaming(handle, 0);
+        };
+        for (uint32_t number = 1; number <= 3; ++number)
+            ASSERT_EQ(QueueFrame(NewSlot(), number), 0u);
+        ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
+        ASSERT_EQ(ZerixSim_GiveCredit(0, 1), 0u);
+        ASSERT_TRUE(AwaitCalls(3));
+        EXPECT_EQ(TakeTold(), (std::vector<Told>{{1, 0, 1}, {2, 28, 1}, {3, 28, 1}}));
+        EXPECT_EQ(ended, 16u);
+        EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
+        ASSERT_EQ(ZerixSim_Plug(0), 0u);
+        ASSERT_EQ(List(), 1u);
+        handle = OpenListed(0);
+        ASSERT_EQ(ZerixSim_GiveCredit(0, 0), 0u);
+    }
+    EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
+}
+
+// The device is still there: its driver did not take a buffer again. Opened anew, it is not lost.
+TEST_F(LostCamera, IsNoMoreLostOnceItIsOpenedAgain)
+{
+    ASSERT_EQ(ZerixSim_InjectFault(0, "fail requeue at buffer 1"), 0u) << ZerixSim_LastErrorText();
+    ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
+    ASSERT_EQ(ZerixSim_GiveCredit(0, 2), 0u);
+    while (!api::CameraOf(handle)->Stream().IsLost())
+        std::this_thread::yield();
+    ASSERT_EQ(Zerix_CloseCamera(handle), 0u);
+    handle = OpenListed(0);
+    ASSERT_EQ(ZerixSim_GiveCredit(0, 1), 0u);
+    ASSERT_EQ(QueueFrame(NewSlot(), 1), 0u);
+    ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
+    ASSERT_TRUE(AwaitCalls(1));
+    EXPECT_EQ(TakeTold(), (std::vector<Told>{{1, 0, 1}}));
     EXPECT_EQ(Zerix_CloseCamera(handle), 0u);
 }
 

@@ -1,6 +1,7 @@
 // The mark that a send leaves when it has stopped the stream and is then refused: it switches the
 // stream on with the next good send, unless the application has said otherwise since.
 #include <algorithm>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -102,6 +103,24 @@ TEST_F(RestartMark, OutlastsTheStreamOfAGrab)
     EXPECT_EQ(Zerix_GrabFrame(handle, &frame), 0u);
     EXPECT_FALSE(IsStreaming());
     SendRegion(256);
+    EXPECT_TRUE(IsStreaming());
+}
+
+// The stream is the application's from then on, and not only that of the grab.
+TEST_F(RestartMark, IsClearedByAnOnDuringAGrabWhoseStreamStays)
+{
+    std::vector<uint8_t> pixels(1024 * 58);
+    Zerix_Frame frame = {};
+    frame.pBuffer = pixels.data();
+    frame.bufferSize = static_cast<uint32_t>(pixels.size());
+    uint32_t grabbed = 99;
+    std::thread grabbing([&] { grabbed = Zerix_GrabFrame(handle, &frame); });
+    while (!IsStreaming())
+        std::this_thread::yield();
+    EXPECT_EQ(Zerix_SetStreaming(handle, 1), 0u);
+    EXPECT_EQ(ZerixSim_GiveCredit(0, ZERIX_SIM_UNLIMITED), 0u);
+    grabbing.join();
+    EXPECT_EQ(grabbed, 0u);
     EXPECT_TRUE(IsStreaming());
 }
 

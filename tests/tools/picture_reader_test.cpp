@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
 
@@ -43,6 +44,18 @@ protected:
 
     test::TemporaryFolder m_folder;
 };
+
+// It would wait for a writer.
+TEST_F(PictureReader, RefusesPipes)
+{
+    Write("p.raw", "12");
+    for (const char *name : {"p.raw.json", "q.raw", "r.tif"})
+        ASSERT_EQ(mkfifo(Path(name).c_str(), 0600), 0);
+    Write("q.raw.json", "{}");
+    EXPECT_EQ(WhyNot("p.raw"), "can't be read: " + Path("p.raw.json") + " is no regular file.");
+    EXPECT_EQ(WhyNot("q.raw"), "can't be read: it is no regular file.");
+    EXPECT_EQ(WhyNot("r.tif"), "can't be read: it is no regular file.");
+}
 
 TEST_F(PictureReader, GivesBackWhatWasWritten)
 {

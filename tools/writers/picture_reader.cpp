@@ -61,6 +61,15 @@ void Check(const Picture &picture)
         throw std::runtime_error("its description makes no picture");
 }
 
+// A pipe would have the tool wait for a writer.
+void RefusePipes(const std::string &path, const std::string &name)
+{
+    std::error_code ignored;
+    const auto status = std::filesystem::status(path, ignored);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw std::runtime_error(name + " is no regular file");
+}
+
 std::vector<uint8_t> BytesOf(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
@@ -92,6 +101,7 @@ KeptPicture KeptOf(const Json &json, std::span<const uint8_t> samples)
 // A recording describes what its frames share once, and has a list of the rest.
 std::vector<KeptPicture> ReadRaw(const std::string &path)
 {
+    RefusePipes(path + ".json", path + ".json");
     std::ifstream file(path + ".json");
     if (!file)
         throw std::runtime_error(fmt::format("there is no {}.json that describes it", path));
@@ -149,6 +159,7 @@ std::vector<KeptPicture> ReadTiff(const std::string &path)
 
 std::vector<KeptPicture> Read(const std::string &path)
 {
+    RefusePipes(path, "it");
     std::string unknown;
     const PictureFormat *format = FormatOfFile(path, &unknown);
     if (format != nullptr && format->name == "raw")
