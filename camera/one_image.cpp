@@ -43,7 +43,7 @@ uint16_t TolvaneFWCamera::BeginOneImage()
 {
     const zerix::StreamHold stream(Stream());
     const bool wasLost = Stream().IsLost();
-    if (Stream().isMeasurementOver || (streaming && wasLost))
+    if (Stream().IsMeasurementOver() || (streaming && wasLost))
         return kStatusNoImage;
     HAL_ConditionReset(imageCondition);
     AwaitOneImage(streaming ? streamSession.load() : streamSession + 1);

@@ -69,6 +69,12 @@ StreamHold::StreamHold(StreamOwner &owner) : m_owner(owner) { m_owner.Take(); }
 
 StreamHold::~StreamHold() { m_owner.Give(); }
 
+void StreamOwner::BeginMeasurement()
+{
+    m_isMeasurementOver = false;
+    tagsCommits = true;
+}
+
 // One image --------------------------------------------------------------------------------------
 
 bool StreamOwner::ClaimImages() { return m_images.TakeWithin(milliseconds(0)); }

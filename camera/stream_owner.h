@@ -100,9 +100,10 @@ public:
 
     // A thread measures images: each commit beside the stream takes a new tag, as a start does.
     std::atomic<bool> tagsCommits{false};
-    // An abort or a stop has come since it began: it takes no more images.
-    std::atomic<bool> isMeasurementOver{false};
-    void EndMeasurement() { isMeasurementOver = tagsCommits.load(); }
+    // An abort or a stop ends the measurement that goes on: it takes no more images.
+    void EndMeasurement() { m_isMeasurementOver = true; }
+    void BeginMeasurement();
+    [[nodiscard]] bool IsMeasurementOver() const { return tagsCommits && m_isMeasurementOver; }
     // Such a commit has come: an image with another tag than the present one was exposed before it,
     // and is dropped. Until the next start.
     std::atomic<bool> isTagDecisive{false};
@@ -130,6 +131,7 @@ public:
 private:
     void WakeRunLoop() const;
 
+    std::atomic<bool> m_isMeasurementOver{false}; // says nothing while none goes on
     ThreadClaim m_lock;
     ThreadClaim m_images;
     HALCamera m_camera{};
@@ -167,17 +169,13 @@ class Measurement {
 public:
     explicit Measurement(StreamOwner &owner) : m_owner(owner), m_claim(owner)
     {
-        if (!m_claim)
-            return;
-        m_owner.isMeasurementOver = false;
-        m_owner.tagsCommits = true;
+        if (m_claim)
+            m_owner.BeginMeasurement();
     }
     ~Measurement()
     {
-        if (!m_claim)
-            return;
-        m_owner.tagsCommits = false;
-        m_owner.isMeasurementOver = false;
+        if (m_claim)
+            m_owner.tagsCommits = false;
     }
     Measurement(const Measurement &) = delete;
     Measurement &operator=(const Measurement &) = delete;
