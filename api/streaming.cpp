@@ -52,8 +52,12 @@ struct Streaming {
     }
 };
 
+// A send that restarts the stream is waited for, and may have ended in vain.
 uint32_t Trigger(ExportedCall &, const CameraUse &use)
 {
+    const StreamHold stream(use.Camera().Stream());
+    if (!use.Camera().IsCameraStreaming())
+        return ZERIX_ERROR_NOT_STREAMING;
     if (use.Camera().GetTriggerMode() != kSoftwareTrigger)
         return ZERIX_ERROR_NOT_SUPPORTED;
     return MapCameraStatus(use.Camera().SoftwareTrigger());

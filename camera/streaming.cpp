@@ -212,7 +212,6 @@ TolvaneFWCamera::StreamReceiver TolvaneFWCamera::Receiver()
 
 uint16_t TolvaneFWCamera::SoftwareTrigger()
 {
-    const zerix::StreamHold stream(Stream());
     if (!streaming)
         return kStatusNotStreaming;
     if (GetTriggerMode() != kSoftwareTriggerMode)

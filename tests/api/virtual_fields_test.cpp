@@ -1,6 +1,8 @@
 // What a picture shows of each field of the registers: the application sets it, and sees a camera
 // that obeys.
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 #include "tests/api/virtual_sending_fixture.h"
 
@@ -66,6 +68,23 @@ protected:
         const uint64_t before = Sync();
         NextPicture();
         return Sync() - before;
+    }
+
+    static uint32_t Pulses()
+    {
+        uint32_t pulses = 0;
+        uint64_t nanoseconds = 0;
+        EXPECT_EQ(ZerixSim_GetSyncB(0, &pulses, &nanoseconds), 0u);
+        return pulses;
+    }
+
+    // False if they don't come in time.
+    static bool AwaitPulses(uint32_t count)
+    {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (Pulses() < count && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+        return Pulses() >= count;
     }
 
     static uint64_t Sync()
@@ -165,6 +184,49 @@ TEST_F(VirtualFields, SyncBShowsTheExposureOrTheWholeFrame)
     uint64_t nanoseconds = 0;
     EXPECT_EQ(ZerixSim_GetSyncB(0, &pulses, &nanoseconds), 0u);
     EXPECT_EQ(pulses, 2u);
+}
+
+// The line going up exposes with type 1, going down with type 2, and the other edge doesn't.
+TEST_F(VirtualFields, TheTriggersPolarityIsTheEdgeThatExposes)
+{
+    OpenWith("blackout");
+    EXPECT_EQ(ZerixSim_GiveCreditPerStream(0, 4), 0u);
+    for (const bool falls : {false, true}) {
+        SCOPED_TRACE(falls);
+        const uint32_t exposing = falls ? 0 : 1;
+        EXPECT_EQ(ZerixSim_SetTriggerLine(0, 1 - exposing), 0u);
+        Set(zprmTriggerType, falls ? 2 : 1);
+        Send();
+        ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
+        const uint32_t before = Pulses();
+        EXPECT_EQ(ZerixSim_SetTriggerLine(0, exposing), 0u);
+        ASSERT_TRUE(AwaitPulses(before + 1));
+        EXPECT_EQ(ZerixSim_SetTriggerLine(0, 1 - exposing), 0u);
+        EXPECT_EQ(ZerixSim_SetTriggerLine(0, exposing), 0u);
+        ASSERT_TRUE(AwaitPulses(before + 2));
+        EXPECT_EQ(Zerix_SetStreaming(handle, 0), 0u);
+        EXPECT_EQ(Pulses(), before + 2);
+    }
+}
+
+TEST_F(VirtualFields, ADoubleShotIsTwoPicturesOfOneTrigger)
+{
+    OpenWith("double-shot");
+    EXPECT_EQ(ZerixSim_GiveCreditPerStream(0, 2), 0u);
+    for (const uint32_t isDouble : {0u, 1u}) {
+        SCOPED_TRACE(isDouble);
+        Set(zprmTriggerType, 1);
+        Set(zprmDoubleShot, isDouble);
+        Send();
+        ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
+        const uint32_t before = Pulses();
+        EXPECT_EQ(ZerixSim_FireTrigger(0), 0u);
+        NextPicture();
+        if (isDouble != 0)
+            NextPicture();
+        EXPECT_EQ(Pulses() - before, 1 + isDouble);
+        EXPECT_EQ(Zerix_SetStreaming(handle, 0), 0u);
+    }
 }
 
 // Each of the 58 rows is moved in 5,000 ns instead of 1,000.

@@ -58,8 +58,7 @@ const std::vector<Row> &Rows()
         {"Zerix_WhiteBalance", kCloses, kOfClosed},
         {"Zerix_WhiteBalance", kCloses, {ZERIX_ERROR_BAD_SETTINGS}},
         {"Zerix_WhiteBalance", kStops | kAborts, {ZERIX_ERROR_DRIVER_FAULT}},
-        // The other's image is no image of its own, or has no colours.
-        {"Zerix_WhiteBalance", kGrabs | kMeasures, {ZERIX_ERROR_BUSY, ZERIX_ERROR_DRIVER_FAULT}},
+        {"Zerix_WhiteBalance", kGrabs, {ZERIX_ERROR_BUSY}},
         {"Zerix_PostProcessSingleFrame", kCloses, kOfClosed},
         {"Zerix_GetInfo", kCloses, kOfClosed},
         {"Zerix_GetSerialString", kCloses, kOfClosed},

@@ -2,6 +2,7 @@
 // sends that need no restart, aborts, queueing next to sending, a thread for each camera.
 #include <array>
 #include <atomic>
+#include <future>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -103,6 +104,36 @@ TEST_F(Meetings, AnAbortBeforeEachStop)
     ExpectGoodCamera();
 }
 
+// No lock is held while a callback runs: it waits for what another thread does with the stream.
+TEST_F(Meetings, ACallbackAwaitsASendAndAStopOfAnotherThread)
+{
+    ASSERT_NO_FATAL_FAILURE(OpenWithWorkers());
+    std::promise<void> isCalled;
+    std::promise<void> isStopped;
+    auto stopped = isStopped.get_future();
+    auto waited = std::future_status::deferred;
+    RequeuedFrames frames(handle, [&](uint32_t number) {
+        if (number != 2)
+            return;
+        isCalled.set_value();
+        waited = stopped.wait_for(std::chrono::seconds(30));
+    });
+    ASSERT_EQ(frames.Queue(), 0u);
+    ASSERT_EQ(Stream(*main, 1), 0u);
+    isCalled.get_future().wait();
+    tables::SetSlot32(&main->settings, zprmRoiWidth, 512);
+    EXPECT_EQ(
+        main->Call("Zerix_SendSettingsToCam", Zerix_SendSettingsToCam, handle, &main->settings),
+        0u);
+    EXPECT_EQ(Stream(*main, 0), 0u);
+    EXPECT_EQ(Stream(*main, 1), 0u);
+    EXPECT_EQ(Stream(*main, 0), 0u);
+    isStopped.set_value();
+    EXPECT_EQ(main->Call("Zerix_Abort", Zerix_Abort, handle), 0u); // after the callback
+    EXPECT_EQ(waited, std::future_status::ready);
+    ExpectGoodCamera();
+}
+
 TEST_F(Meetings, QueueingAndSendingFromTwoThreads)
 {
     ASSERT_NO_FATAL_FAILURE(OpenWithWorkers());
@@ -197,8 +228,9 @@ TEST_F(Meetings, OpensOfAnOpenCameraNextToItsCalls)
     std::atomic<bool> goesOn{true};
     std::thread opener([&] {
         ZerixHandle same = nullptr;
-        while (goesOn)
+        do
             EXPECT_EQ(other->Call("Zerix_OpenCamera", Zerix_OpenCamera, 0u, &same), 11u);
+        while (goesOn);
         EXPECT_EQ(same, handle);
     });
     uint32_t value = 0;

@@ -34,6 +34,19 @@ uint32_t AskAround()
     note(ZerixSim_GetScene(0, &scene));
     note(ZerixSim_SetScene(0, "flat:2000"));
     note(ZerixSim_InjectFault(0, "lose packet at packet 2000"));
+    note(ZerixSim_RackCount(&count));
+    ZerixSimRack rack;
+    note(ZerixSim_GetRack(0, &rack));
+    ZerixSimRackCamera rackCamera;
+    note(ZerixSim_GetRackCamera(0, 0, &rackCamera));
+    uint32_t unknown = 0;
+    const uint32_t found = ZerixSim_FindCamera(0xFFFFFFFF, &unknown);
+    note(found == ZERIX_SIM_NO_SUCH_CAMERA ? 0 : found);
+    count = 0;
+    ZerixSimWrite write;
+    note(ZerixSim_TakeWrites(0, &write, &count));
+    note(ZerixSim_Unplug(0));
+    note(ZerixSim_Plug(0));
     const uint32_t noCamera = ZerixSim_FireTrigger(9);
     note(noCamera == ZERIX_SIM_NO_SUCH_CAMERA ? 0 : noCamera);
     return worst;
@@ -88,6 +101,8 @@ protected:
 TEST_F(RefusedMemory, IsReportedAndEndsNothing)
 {
     RefuseRequest(0);
+    ASSERT_EQ(kFrameBytes, Session().size()); // reads the racks, once and for all
+    RefuseRequest(0);
     const std::vector<uint8_t> good = Session();
     ASSERT_EQ(kFrameBytes, good.size());
     const uint32_t count = RequestsForMemory();
@@ -98,7 +113,9 @@ TEST_F(RefusedMemory, IsReportedAndEndsNothing)
         RefuseRequest(n);
         const std::vector<uint8_t> pixels = Session();
         RequestsForMemory();
-        TakeMistakes(); // of a client whose read of a block's address was refused
+        // A client whose read of a block's address was refused goes on with address 0.
+        const ZerixSimMistakes mistakes = TakeMistakes();
+        EXPECT_EQ(0u, mistakes.regionsOutside + mistakes.valuesReserved);
         cut += pixels.empty() ? 1 : 0;
         EXPECT_TRUE(pixels.empty() || pixels == good);
         EXPECT_EQ(0u, Held().openHandles + Held().channels + Held().bandwidthHandles);
