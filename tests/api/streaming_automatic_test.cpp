@@ -93,15 +93,7 @@ TEST_F(StreamingAutomatic, FindsAWheelsExposures)
 
 TEST_F(StreamingAutomatic, MakesAWheelsPictureGrey)
 {
-    OpenWith(kWheelRack);
-    Set(zprmImageFormat, zfmtRgb24);
-    Set(zprmPostProcessImageFormat, zfmtRgb24);
-    Send();
-    EXPECT_EQ(Zerix_AutoExpose(&settings, 0, 0, 1024, 58), 0u);
-    Expose(Exposure() / 2); // leaves room for red, which is brighter
-    Expose(Exposure(), zprm64ExposureRed);
-    Expose(Exposure(), zprm64ExposureBlue);
-    Send();
+    OpenAWheelUnderWarmLight();
     Stream(1);
     EXPECT_EQ(Zerix_WhiteBalance(&settings, 0, 0, 1024, 58), 0u);
     Stream(0);

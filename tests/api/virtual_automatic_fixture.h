@@ -58,6 +58,20 @@ protected:
         Set(zprmDoPostProcessing, 1);
     }
 
+    // With the same exposure for all three colours.
+    void OpenAWheelUnderWarmLight()
+    {
+        OpenWith(kWheelRack);
+        Set(zprmImageFormat, zfmtRgb24);
+        Set(zprmPostProcessImageFormat, zfmtRgb24);
+        Send();
+        EXPECT_EQ(Zerix_AutoExpose(&settings, 0, 0, 1024, 58), 0u);
+        Expose(Exposure() / 2); // leaves room for red, which is brighter
+        Expose(Exposure(), zprm64ExposureRed);
+        Expose(Exposure(), zprm64ExposureBlue);
+        Send();
+    }
+
     // A finished picture's samples, in the order of its bytes.
     std::vector<uint16_t> Take(uint32_t format)
     {

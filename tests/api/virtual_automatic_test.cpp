@@ -82,15 +82,7 @@ TEST_F(VirtualAutomatic, AWheelsExposureIsFoundBehindItsGreen)
 // Its balance lies in the exposures, with the gains at 1.
 TEST_F(VirtualAutomatic, AWheelsExposuresMakeWarmLightGrey)
 {
-    OpenWith(kWheelRack);
-    Set(zprmImageFormat, zfmtRgb24);
-    Set(zprmPostProcessImageFormat, zfmtRgb24);
-    Send();
-    EXPECT_EQ(Zerix_AutoExpose(&settings, 0, 0, 1024, 58), 0u);
-    Expose(Exposure() / 2); // leaves room for red, which is brighter
-    Expose(Exposure(), zprm64ExposureRed);
-    Expose(Exposure(), zprm64ExposureBlue);
-    Send();
+    OpenAWheelUnderWarmLight();
     const Means before = MeansOf(Take(zfmtRgb24));
     EXPECT_GT(before[0], before[1] * 1.2);
     EXPECT_LT(before[2], before[1] * 0.8);

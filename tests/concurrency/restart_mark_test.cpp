@@ -44,6 +44,15 @@ protected:
         EXPECT_EQ(Zerix_SendSettingsToCam(handle, &settings), 0u);
     }
 
+    uint32_t Grab()
+    {
+        std::vector<uint8_t> pixels(1024 * 58);
+        Zerix_Frame frame = {};
+        frame.pBuffer = pixels.data();
+        frame.bufferSize = static_cast<uint32_t>(pixels.size());
+        return Zerix_GrabFrame(handle, &frame);
+    }
+
     bool IsStreaming() { return Zerix_Trigger(handle) != ZERIX_ERROR_NOT_STREAMING; }
 
     // What was written to the switch since the writes were last taken: whether on or off.
@@ -95,12 +104,8 @@ TEST_F(RestartMark, IsClearedByAnOnSoThatTheNextSendStopsTheStream)
 
 TEST_F(RestartMark, OutlastsTheStreamOfAGrab)
 {
-    std::vector<uint8_t> pixels(1024 * 58);
-    Zerix_Frame frame = {};
-    frame.pBuffer = pixels.data();
-    frame.bufferSize = static_cast<uint32_t>(pixels.size());
     ASSERT_EQ(ZerixSim_GiveCredit(0, ZERIX_SIM_UNLIMITED), 0u);
-    EXPECT_EQ(Zerix_GrabFrame(handle, &frame), 0u);
+    EXPECT_EQ(Grab(), 0u);
     EXPECT_FALSE(IsStreaming());
     SendRegion(256);
     EXPECT_TRUE(IsStreaming());
@@ -109,12 +114,8 @@ TEST_F(RestartMark, OutlastsTheStreamOfAGrab)
 // The stream is the application's from then on, and not only that of the grab.
 TEST_F(RestartMark, IsClearedByAnOnDuringAGrabWhoseStreamStays)
 {
-    std::vector<uint8_t> pixels(1024 * 58);
-    Zerix_Frame frame = {};
-    frame.pBuffer = pixels.data();
-    frame.bufferSize = static_cast<uint32_t>(pixels.size());
     uint32_t grabbed = 99;
-    std::thread grabbing([&] { grabbed = Zerix_GrabFrame(handle, &frame); });
+    std::thread grabbing([&] { grabbed = Grab(); });
     while (!IsStreaming())
         std::this_thread::yield();
     EXPECT_EQ(Zerix_SetStreaming(handle, 1), 0u);

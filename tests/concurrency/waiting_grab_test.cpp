@@ -70,6 +70,16 @@ protected:
         return grab.get();
     }
 
+    void ExpectAnOffToEndIt()
+    {
+        auto grab = BeginGrab();
+        EXPECT_EQ(CodeAfter(grab, [&] { EXPECT_EQ(Stream(0), 0u); }), 16u);
+        EXPECT_FALSE(IsStreaming());
+        ZerixSim_GiveCredit(0, ZERIX_SIM_UNLIMITED);
+        EXPECT_EQ(Grab(*main), 0u);
+        ExpectGoodCamera();
+    }
+
     static bool IsOver(std::future<uint32_t> &grab)
     {
         return grab.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
@@ -126,25 +136,12 @@ TEST_F(WaitingGrab, MakesASecondOneBusy)
     ExpectGoodCamera();
 }
 
-TEST_F(WaitingGrab, EndsWhenItsOwnStreamIsSwitchedOff)
-{
-    auto grab = BeginGrab();
-    EXPECT_EQ(CodeAfter(grab, [&] { EXPECT_EQ(Stream(0), 0u); }), 16u);
-    EXPECT_FALSE(IsStreaming());
-    ZerixSim_GiveCredit(0, ZERIX_SIM_UNLIMITED);
-    EXPECT_EQ(Grab(*main), 0u);
-    ExpectGoodCamera();
-}
+TEST_F(WaitingGrab, EndsWhenItsOwnStreamIsSwitchedOff) { ExpectAnOffToEndIt(); }
 
 TEST_F(WaitingGrab, EndsWhenTheApplicationsStreamIsSwitchedOff)
 {
     ASSERT_EQ(Stream(1), 0u);
-    auto grab = BeginGrab();
-    EXPECT_EQ(CodeAfter(grab, [&] { EXPECT_EQ(Stream(0), 0u); }), 16u);
-    EXPECT_FALSE(IsStreaming());
-    ZerixSim_GiveCredit(0, ZERIX_SIM_UNLIMITED);
-    EXPECT_EQ(Grab(*main), 0u);
-    ExpectGoodCamera();
+    ExpectAnOffToEndIt();
 }
 
 TEST_F(WaitingGrab, EndsWhenTheCameraIsClosed)

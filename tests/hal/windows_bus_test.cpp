@@ -133,6 +133,20 @@ TEST_F(WindowsBus, EverythingEndsWhereCancellationIsRefused)
     EXPECT_EQ(windows.PendingCount(), 0u) << "the closed handle ended them";
 }
 
+// The write that switches the camera off; its thread, its buffers and its request are given up.
+TEST_F(WindowsBus, AStopEndsWhoseLastWriteHangsForEver)
+{
+    BeStreaming();
+    windows.RefuseCancellation(true);
+    windows.HangNext(kernel::kControlAsyncWrite);
+    const auto before = std::chrono::steady_clock::now();
+    HAL_CameraStopStreaming(camera, kEnableRegister);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(12000));
+    windows.RefuseCancellation(false);
+    EXPECT_EQ(HAL_CameraDisconnect(&camera), 0u);
+    EXPECT_EQ(windows.PendingCount(), 0u) << "the closed handle ended them";
+}
+
 TEST_F(WindowsBus, ADisconnectEndsNextToAWriteThatHangsForEver)
 {
     windows.RefuseCancellation(true);

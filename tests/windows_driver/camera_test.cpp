@@ -230,6 +230,44 @@ TEST_F(WindowsCamera, IsLostWhileItStreams)
     EXPECT_EQ(2u, List());
 }
 
+// Every frame that is queued, and every one that is queued later, in order; a grab ends at once.
+TEST_F(WindowsCamera, TellsEveryFrameOfItsLoss)
+{
+    struct Returned {
+        std::unique_ptr<os::Semaphore> done = os::Semaphore::Create(0, 100);
+        std::vector<std::pair<uint32_t, uint32_t>> calls; // numbers and errors
+    } returned;
+    first->Show({}, kPacketBytes); // no frame begins
+    const ZerixHandle handle = OpenFirst();
+    std::vector<uint8_t> buffer(kWidth * kHeight);
+    std::vector<Zerix_Frame> frames(4);
+    const auto queue = [&](uint32_t number) {
+        frames[number].pBuffer = buffer.data();
+        frames[number].bufferSize = kWidth * kHeight;
+        const auto callback = [](void *user, uint32_t index, uint32_t error, uint32_t) {
+            auto &all = *static_cast<Returned *>(user);
+            all.calls.emplace_back(index, error);
+            all.done->Signal();
+        };
+        return Zerix_QueueFrame(handle, &frames[number], callback, ZERIX_FLAG_FRAME_DONE, &returned,
+                                number);
+    };
+    ASSERT_EQ(0u, Zerix_SetStreaming(handle, 1));
+    for (uint32_t number = 0; number < 3; ++number)
+        ASSERT_EQ(0u, queue(number));
+    driver.Unplug(0);
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(os::WaitResult::kSignalled, returned.done->Wait(20000));
+    EXPECT_EQ(16u, Grab(handle));
+    ASSERT_EQ(0u, queue(3));
+    ASSERT_EQ(os::WaitResult::kSignalled, returned.done->Wait(20000));
+    EXPECT_EQ((std::vector<std::pair<uint32_t, uint32_t>>{{0, 28}, {1, 28}, {2, 28}, {3, 28}}),
+              returned.calls);
+    EXPECT_EQ(0u, Zerix_CloseCamera(handle));
+    driver.Plug(0);
+    EXPECT_EQ(2u, List());
+}
+
 // The system takes the device away for good, under the open camera; what comes back is a new one.
 // The driver has no chance to take anything back from the old one, so that only the end of the
 // library lets go of it.
