@@ -63,16 +63,12 @@ bool TakeResourcesAt(FWCameraDevice &device, uint32_t speedFlag, uint16_t tag)
 // how the bus speed is found.
 bool TakeResources(FWCameraDevice &device, uint16_t tag)
 {
-    const uint32_t before = device.speedFlag.load(std::memory_order_relaxed);
     if (TakeResourcesAt(device, kernel::kSpeedFlag800, tag))
         return true;
     device.speedFlag.store(kernel::kSpeedFlag400, std::memory_order_relaxed);
     if (device.packetSize > kBiggestSlotAt400)
         return false;
-    if (TakeResourcesAt(device, kernel::kSpeedFlag400, tag))
-        return true;
-    device.speedFlag.store(before, std::memory_order_relaxed); // the refusal is of no speed
-    return false;
+    return TakeResourcesAt(device, kernel::kSpeedFlag400, tag);
 }
 
 bool IsFast(const HALCamera &camera)

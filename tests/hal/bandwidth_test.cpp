@@ -82,16 +82,6 @@ TEST_F(BandwidthTest, RefusesASlotTooBigForTheSlowerSpeed)
     EXPECT_EQ(camera.packetBufferSize, 4902u);
 }
 
-TEST_F(BandwidthTest, KeepsItsSpeedWhereNeitherIsGranted)
-{
-    BeConnected();
-    ASSERT_EQ(Speed(), 800);
-    driver.Next(kernel::kControlAllocateResources, Fails(kernel::kErrorNoSystemResources), 2);
-    EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 4000, 2), 28u);
-    EXPECT_EQ(Speed(), 800);
-    EXPECT_EQ(HAL_CameraReallocateBandwidth(&camera, 8000, 2), 0u);
-}
-
 struct Failure {
     uint32_t code;
     int times;
