@@ -49,12 +49,13 @@ private:
     // An access that never comes hinders nothing.
     static void ExpectToEnd(const std::string &verb, const std::vector<Hang> &hangs)
     {
+        std::vector<std::unique_ptr<OneTool>> tools;
         std::vector<std::future<Outcome>> outcomes;
-        for (const Hang &hang : hangs)
-            outcomes.push_back(std::async(std::launch::async, [&verb, &hang] {
-                OneTool tool;
-                return tool.Meet(hang, verb);
-            }));
+        for (const Hang &hang : hangs) {
+            OneTool &tool = *tools.emplace_back(std::make_unique<OneTool>());
+            outcomes.push_back(std::async(std::launch::async,
+                                          [&tool, &verb, &hang] { return tool.Meet(hang, verb); }));
+        }
         for (size_t index = 0; index < hangs.size(); ++index) {
             SCOPED_TRACE(verb + ", hang at " + hangs[index].Name());
             const Outcome outcome = outcomes[index].get();
