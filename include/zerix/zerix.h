@@ -366,8 +366,8 @@ ZERIX_API uint32_t Zerix_QueueFrame(ZerixHandle camera, Zerix_Frame *frame,
  *   ZERIX_ERROR_QUEUE_FULL    100 entries are queued
  *   ZERIX_ERROR_DRIVER_FAULT, ZERIX_ERROR_CAMERA_FAULT, ZERIX_ERROR_INITIALISATION
  *                             with an empty queue: as with Zerix_SendSettingsToCam
- * Blocks like the send with an empty queue; else it waits for a send, a start or a stop that is under
- * way. */
+ * Blocks like the send with an empty queue; else it waits for a send, a start or a stop that is
+ * under way. */
 ZERIX_API uint32_t Zerix_QueueSettings(ZerixHandle camera, Zerix_Settings *settings,
                                        ZerixAsyncCallback callback, uint32_t flags,
                                        void *userPointer, uint32_t userData);
@@ -403,8 +403,8 @@ ZERIX_API uint32_t Zerix_SetStreaming(ZerixHandle camera, uint32_t on);
  *   ZERIX_ERROR_NOT_STREAMING  the camera isn't streaming
  *   ZERIX_ERROR_NOT_SUPPORTED  the trigger type isn't 5
  *   ZERIX_ERROR_DRIVER_FAULT   the bus failed
- * Blocks for one register write. Waits for a start, a stop or a send that is under way, never for an
- * image. */
+ * Blocks for one register write. Waits for a start, a stop or a send that is under way, never for
+ * an image. */
 ZERIX_API uint32_t Zerix_Trigger(ZerixHandle camera);
 
 /* These four are supported by no camera. They don't block.
