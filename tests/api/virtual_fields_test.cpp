@@ -209,26 +209,6 @@ TEST_F(VirtualFields, TheTriggersPolarityIsTheEdgeThatExposes)
     }
 }
 
-TEST_F(VirtualFields, ADoubleShotIsTwoPicturesOfOneTrigger)
-{
-    OpenWith("double-shot");
-    EXPECT_EQ(ZerixSim_GiveCreditPerStream(0, 2), 0u);
-    for (const uint32_t isDouble : {0u, 1u}) {
-        SCOPED_TRACE(isDouble);
-        Set(zprmTriggerType, 1);
-        Set(zprmDoubleShot, isDouble);
-        Send();
-        ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
-        const uint32_t before = Pulses();
-        EXPECT_EQ(ZerixSim_FireTrigger(0), 0u);
-        NextPicture();
-        if (isDouble != 0)
-            NextPicture();
-        EXPECT_EQ(Pulses() - before, 1 + isDouble);
-        EXPECT_EQ(Zerix_SetStreaming(handle, 0), 0u);
-    }
-}
-
 // Each of the 58 rows is moved in 5,000 ns instead of 1,000.
 TEST_F(VirtualFields, ASlowVerticalClockMakesTheReadoutLonger)
 {
