@@ -178,8 +178,9 @@ TEST_F(VirtualGrab, TellsOfMissingData)
 // The picture of a turning wheel has the error of its red exposure, whose blue one is whole.
 TEST_F(VirtualGrab, TellsOfDataMissingInOneOfAWheelsExposures)
 {
-    const ZerixHandle handle = OpenWithFrames(
-        "[[camera]]\nmodel = 5\nsensor = 11\nscene = \"flat:2000\"\n", ZERIX_SIM_UNLIMITED);
+    const ZerixHandle handle =
+        OpenWithFrames("[[camera]]\nmodel = 5\nsensor = 11\nscene = \"flat:2000\"\n", 0);
+    ASSERT_EQ(ZerixSim_GiveCreditPerStream(0, 3), 0u); // one picture
     Zerix_Settings settings = {};
     Zerix_CreateCameraSettingsStruct(&settings);
     ASSERT_EQ(Zerix_ReadDefaultSettings(handle, &settings), 0u);
