@@ -209,6 +209,28 @@ TEST_F(VirtualFields, TheTriggersPolarityIsTheEdgeThatExposes)
     }
 }
 
+// A send switches the double shot on, and the trigger type that is sent then has its code.
+TEST_F(VirtualFields, ADoubleShotIsTwoExposuresOfOneTrigger)
+{
+    for (const uint32_t shots : {1u, 2u}) {
+        SCOPED_TRACE(shots);
+        OpenWith(shots == 2 ? "double-shot" : "blackout");
+        EXPECT_EQ(ZerixSim_GiveCreditPerStream(0, 4), 0u);
+        Send();
+        Set(zprmTriggerType, 1);
+        Send();
+        ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
+        const uint32_t before = Pulses();
+        for (uint32_t trigger = 1; trigger <= 2; ++trigger) {
+            EXPECT_EQ(ZerixSim_FireTrigger(0), 0u);
+            EXPECT_TRUE(AwaitPulses(before + trigger * shots));
+        }
+        EXPECT_EQ(Zerix_SetStreaming(handle, 0), 0u);
+        EXPECT_EQ(Pulses(), before + 2 * shots);
+        Zerix_ReleaseDriver();
+    }
+}
+
 // Each of the 58 rows is moved in 5,000 ns instead of 1,000.
 TEST_F(VirtualFields, ASlowVerticalClockMakesTheReadoutLonger)
 {
