@@ -286,6 +286,16 @@ TEST_F(ConfigurationFile, SendsDebugOutputNowhereByDefault)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
+// The system's loader would wait for a writer.
+TEST(DynamicLibraries, ArentLoadedFromAPipe)
+{
+    const TemporaryFolder folder;
+    const std::string pipe = folder.Path() + "/pipe.so";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(DynamicLibrary::Load(pipe), nullptr);
+    EXPECT_EQ(LastError(), static_cast<uint32_t>(ENOENT));
+}
+
 TEST(DynamicLibraries, LoadedOnesGiveTheirSymbols)
 {
     const auto library = DynamicLibrary::Load("libm.so.6");
