@@ -45,7 +45,6 @@ uint16_t TolvaneFWCamera::BeginOneImage()
     const bool wasLost = Stream().IsLost();
     if (Stream().IsMeasurementOver() || (streaming && wasLost))
         return kStatusNoImage;
-    HAL_ConditionReset(imageCondition);
     AwaitOneImage(streaming ? streamSession.load() : streamSession + 1);
     Stream().BeginWait();
     Stream().stopsAfterImage = false;
@@ -90,10 +89,12 @@ void TolvaneFWCamera::StopAfterOneImage()
         HaltStream();
 }
 
-// An image that came too late for an earlier call is thrown away.
+// An image that came too late for an earlier call is thrown away, and its signal with it: under the
+// lock under which the run loop leaves both, as it may still be about to for the call before.
 void TolvaneFWCamera::AwaitOneImage(uint32_t fromSession)
 {
     const std::lock_guard lock(oneImageMutex);
+    HAL_ConditionReset(imageCondition);
     ZCamera::FreeImage(oneImage);
     oneImage = nullptr;
     oneImageReady = false;

@@ -1,5 +1,8 @@
 // Starting, stopping and aborting a stream, waiting for one image, and the traces: what needs no
 // bus.
+#include <atomic>
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include "camera/assembler/frame_buffer_pool.h"
@@ -214,6 +217,31 @@ TEST(OneImage, IsNoneOfAnEarlierStream)
         EXPECT_EQ(camera.oneImageReady, c.isTaken) << c.delivered;
         EXPECT_EQ(camera.HasSignalled(camera.imageCondition), c.isTaken) << c.delivered;
     }
+}
+
+// On a stream, the run loop may still be about to leave an image for the call before when the next
+// one begins to wait.
+TEST(OneImage, IsNotMissingBecauseOneWasLeftWhileTheWaitBegan)
+{
+    FrameCamera camera;
+    camera.streaming = true;
+    camera.delivering.session = 0; // that of the first stream
+    std::atomic<bool> isOver{false};
+    std::thread delivering([&] {
+        while (!isOver) {
+            ZX::ZImageReceivedCallbackStruct record{MakeImage(), &camera, 0};
+            FrameCamera::GetOneImageCallback(&record);
+        }
+    });
+    uint32_t missing = 0;
+    for (int call = 0; call < 5'000; ++call) {
+        ZX::ZExImage *image = nullptr;
+        missing += camera.GetOneImage(&image) != 0 || image == nullptr ? 1 : 0;
+        ZX::ZCamera::FreeImage(image);
+    }
+    isOver = true;
+    delivering.join();
+    EXPECT_EQ(missing, 0u);
 }
 
 TEST(OneImage, TellsWhenNobodyCanBeWoken)
