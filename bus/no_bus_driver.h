@@ -1,22 +1,20 @@
 // The bus where there is none: no device is ever present, and that is no error. Any thread.
 #pragma once
 
-#include "hal/kernel_driver.h"
+#include "hal/requests/request_server.h"
 
 namespace zerix::bus {
 
-class NoBusDriver final : public kernel::KernelDriver {
+class NoBusDriver final : public kernel::RequestServer {
 public:
     uint32_t Enumerate(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count) override;
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override;
-    kernel::ControlResult Control(kernel::DeviceHandle device, uint32_t code, const void *in,
-                                  uint32_t inSize, void *out, uint32_t outSize,
-                                  kernel::Overlapped *overlapped) override;
-    kernel::ControlResult Wait(kernel::DeviceHandle device,
-                               kernel::Overlapped *overlapped) override;
-    void CancelPending(kernel::DeviceHandle device) override;
-    void Close(kernel::DeviceHandle device) override;
-    bool IsSimulated() const override;
+    bool IsSimulated() const override { return false; }
+
+private:
+    bool IsHandle(kernel::DeviceHandle) override { return false; }
+    uint32_t CheckDevice(kernel::DeviceHandle, bool) override;
+    void CloseDevice(kernel::DeviceHandle) override {}
 };
 
 } // namespace zerix::bus

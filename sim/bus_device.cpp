@@ -180,16 +180,15 @@ uint32_t BusDevice::DetachBuffers(uint32_t resources)
     return 0;
 }
 
-uint32_t BusDevice::QueueBuffer(uint8_t *bytes, uint32_t size, Overlapped &request)
+uint32_t BusDevice::QueueBuffer(std::span<uint8_t> bytes, RequestId request)
 {
-    if (!m_resources || bytes == nullptr || size != m_resources->slotBytes * kSlotsPerBuffer)
+    if (!m_resources || bytes.size() != size_t{m_resources->slotBytes} * kSlotsPerBuffer)
         return kErrorInvalidParameter;
     if (m_listening && m_camera->Faults().OnRequeue())
         return kErrorNoSystemResources;
     if (m_queue.size() >= m_resources->bufferCount)
         return kErrorNoSystemResources;
-    m_queue.push_back({bytes, size, &request});
-    RequestBook::Begin(request);
+    m_queue.push_back({bytes, request});
     m_camera->Changed().notify_all();
     return 0;
 }
@@ -202,7 +201,7 @@ bool BusDevice::IsListeningTo(uint32_t channel) const
 void BusDevice::FillSlot(std::span<const uint8_t> packet)
 {
     const uint32_t slotBytes = m_resources->slotBytes;
-    uint8_t *slot = m_queue.front().bytes + size_t{m_slotsFilled} * slotBytes;
+    uint8_t *slot = m_queue.front().bytes.data() + size_t{m_slotsFilled} * slotBytes;
     const bool fits = packet.size() + kSlotPayloadOffset <= slotBytes;
     const auto length = static_cast<uint16_t>(fits ? packet.size() : 0);
     std::memset(slot, 0, kSlotLengthOffset);
@@ -216,58 +215,34 @@ void BusDevice::CompleteFront()
     const Buffer front = m_queue.front();
     m_queue.pop_front();
     m_slotsFilled = 0;
-    m_requests.Finish(*front.request, {Completion::kDone, 0, front.size});
-}
-
-void BusDevice::AddPending(Overlapped &request, Waiting what)
-{
-    m_pending.push_back({&request, what});
-    RequestBook::Begin(request);
-}
-
-void BusDevice::EndBusEvents()
-{
-    std::erase_if(m_pending, [this](const Pending &pending) {
-        if (pending.what != Waiting::kBusEvent)
-            return false;
-        m_requests.Finish(*pending.request, {Completion::kFailed, kErrorOperationAborted, 0});
-        return true;
-    });
+    m_requests.Finish(front.request,
+                      {Completion::kDone, 0, static_cast<uint32_t>(front.bytes.size())});
 }
 
 void BusDevice::EndPending(uint32_t systemError)
 {
     EndBuffers(systemError);
-    for (const Pending &pending : m_pending)
-        m_requests.Finish(*pending.request, {Completion::kFailed, systemError, 0});
-    m_pending.clear();
+    m_requests.EndAll(m_handle, systemError);
 }
 
-void BusDevice::EndOne(const kernel::Overlapped *request, uint32_t systemError)
+void BusDevice::DropBuffer(RequestId request)
 {
-    const ControlResult ended = {Completion::kFailed, systemError, 0};
     if (!m_queue.empty() && m_queue.front().request == request)
         m_slotsFilled = 0;
-    std::erase_if(m_queue, [&](const Buffer &buffer) {
-        if (buffer.request != request)
-            return false;
-        m_requests.Finish(*buffer.request, ended);
-        return true;
-    });
-    std::erase_if(m_pending, [&](const Pending &pending) {
-        if (pending.request != request)
-            return false;
-        m_requests.Finish(*pending.request, ended);
-        return true;
-    });
+    std::erase_if(m_queue, [&](const Buffer &buffer) { return buffer.request == request; });
 }
 
 void BusDevice::EndBuffers(uint32_t systemError)
 {
     for (const Buffer &buffer : m_queue)
-        m_requests.Finish(*buffer.request, {Completion::kFailed, systemError, 0});
+        m_requests.Finish(buffer.request, {Completion::kFailed, systemError, 0});
     m_queue.clear();
     m_slotsFilled = 0;
+}
+
+uint32_t BusDevice::PendingCount() const
+{
+    return m_requests.CountOf(m_handle) - m_requests.CountOf(m_handle, kControlQueueBuffer);
 }
 
 uint32_t BusDevice::ChannelCount() const { return static_cast<uint32_t>(m_channels.size()); }

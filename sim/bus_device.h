@@ -11,8 +11,8 @@
 
 #include "hal/kernel_driver.h"
 #include "hal/kernel_requests.h"
+#include "hal/requests/request_book.h"
 #include "sim/bus_accounts.h"
-#include "sim/request_book.h"
 #include "sim/virtual_camera.h"
 
 namespace zerix::sim {
@@ -20,7 +20,7 @@ namespace zerix::sim {
 class BusDevice {
 public:
     BusDevice(kernel::DeviceHandle handle, std::shared_ptr<VirtualCamera> camera, uint32_t busSpeed,
-              BusAccounts &accounts, RequestBook &requests);
+              BusAccounts &accounts, kernel::RequestBook &requests);
     ~BusDevice();
     BusDevice(const BusDevice &) = delete;
     BusDevice &operator=(const BusDevice &) = delete;
@@ -49,7 +49,9 @@ public:
     uint32_t DetachBuffers(uint32_t resources);
 
     // Receive buffers.
-    uint32_t QueueBuffer(uint8_t *bytes, uint32_t size, kernel::Overlapped &request);
+    uint32_t QueueBuffer(std::span<uint8_t> bytes, kernel::RequestId request);
+    // Takes it out of the queue, without an end to its request. Does nothing if it isn't there.
+    void DropBuffer(kernel::RequestId request);
     [[nodiscard]] bool IsListeningTo(uint32_t channel) const;
     [[nodiscard]] bool HasBuffer() const { return m_listening && !m_queue.empty(); }
     [[nodiscard]] uint32_t SlotBytes() const { return m_resources ? m_resources->slotBytes : 0; }
@@ -62,14 +64,8 @@ public:
     // Fails every queued buffer: there is nothing to fill them with.
     void FailBuffers(uint32_t systemError) { EndBuffers(systemError); }
 
-    // Requests that wait for something else: a bus event, or nothing at all.
-    enum class Waiting { kBusEvent, kNothing };
-    void AddPending(kernel::Overlapped &request, Waiting what);
-    void EndBusEvents();
     // Ends all pending requests and buffers with an error.
     void EndPending(uint32_t systemError);
-    // Ends this request, if it is one of them.
-    void EndOne(const kernel::Overlapped *request, uint32_t systemError);
 
     [[nodiscard]] uint32_t ChannelCount() const;
     [[nodiscard]] uint32_t BandwidthCount() const
@@ -78,7 +74,8 @@ public:
     }
     [[nodiscard]] bool HasResources() const { return m_resources.has_value(); }
     [[nodiscard]] uint32_t QueuedCount() const { return static_cast<uint32_t>(m_queue.size()); }
-    [[nodiscard]] uint32_t PendingCount() const { return static_cast<uint32_t>(m_pending.size()); }
+    // Without the buffers.
+    [[nodiscard]] uint32_t PendingCount() const;
 
 private:
     struct Bandwidth {
@@ -93,13 +90,8 @@ private:
         uint32_t bufferCount;
     };
     struct Buffer {
-        uint8_t *bytes;
-        uint32_t size;
-        kernel::Overlapped *request;
-    };
-    struct Pending {
-        kernel::Overlapped *request;
-        Waiting what;
+        std::span<uint8_t> bytes;
+        kernel::RequestId request;
     };
 
     Bandwidth *BandwidthFor(uint32_t slotBytes);
@@ -117,7 +109,7 @@ private:
     uint32_t m_plugNumber;
     uint32_t m_busSpeed;
     BusAccounts &m_accounts;
-    RequestBook &m_requests;
+    kernel::RequestBook &m_requests;
     bool m_isOwner = false;
     bool m_hasLostDriver = false;
     bool m_listening = false;
@@ -126,7 +118,6 @@ private:
     std::optional<Resources> m_resources;
     std::deque<Buffer> m_queue;
     uint32_t m_slotsFilled = 0;
-    std::vector<Pending> m_pending;
     uint32_t m_nextId = 1;
 };
 

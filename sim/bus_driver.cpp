@@ -1,15 +1,14 @@
-// Handles, paths and waiting; what the requests do stands in bus_requests.cpp.
+// What the requests do on the virtual bus.
 #include "sim/bus_driver.h"
 
-#include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <exception>
-#include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "sim/bus_requests.h"
 #include "sim/virtual_bus.h"
 #include "zerix/zerix_export.h"
 
@@ -19,8 +18,9 @@ using namespace kernel;
 
 namespace {
 
-ControlResult Failed(uint32_t error) { return {Completion::kFailed, error, 0}; }
 VirtualBus &Bus() { return VirtualBus::Instance(); }
+BusDevice &DeviceOf(const Request &request) { return *Bus().Device(request.device); }
+VirtualCamera &CameraOf(const Request &request) { return DeviceOf(request).Camera(); }
 
 uint32_t OpenDevice(const char *devicePath, DeviceHandle *device)
 {
@@ -37,23 +37,41 @@ std::vector<std::string> PresentPaths()
 
 // Memory is the one thing that can be lacking here: the driver then has no resources, as the real
 // one. What ends a thread by force is no exception of the standard's, and passes.
-template <typename Answer, typename Work>
-Answer OrWithoutResources(Answer withoutResources, Work work)
+template <typename Work>
+uint32_t OrWithoutResources(Work work)
 {
     try {
         return work();
     } catch (const std::exception &) {
-        return withoutResources;
+        return kErrorNoSystemResources;
     }
 }
 
+uint32_t BigEndianAt(const uint8_t *bytes)
+{
+    return static_cast<uint32_t>(bytes[0]) << 24 | static_cast<uint32_t>(bytes[1]) << 16 |
+           static_cast<uint32_t>(bytes[2]) << 8 | bytes[3];
+}
+
+void PutBigEndian(uint8_t *bytes, uint32_t value)
+{
+    for (uint32_t i = 0; i < 4; ++i)
+        bytes[i] = static_cast<uint8_t>(value >> (24 - 8 * i));
+}
+
 } // namespace
+
+BusDriver &BusDriver::Instance()
+{
+    static BusDriver &driver = *new BusDriver;
+    return driver;
+}
 
 uint32_t BusDriver::Enumerate(DevicePath *paths, uint32_t maximumCount, uint32_t *count)
 {
     if (count == nullptr || (paths == nullptr && maximumCount > 0))
         return kErrorInvalidParameter;
-    return OrWithoutResources(uint32_t{kErrorNoSystemResources}, [&]() -> uint32_t {
+    return OrWithoutResources([&]() -> uint32_t {
         const std::vector<std::string> present = PresentPaths();
         *count = 0;
         for (const std::string &path : present) {
@@ -70,66 +88,181 @@ uint32_t BusDriver::Open(const char *devicePath, DeviceHandle *device)
 {
     if (devicePath == nullptr || device == nullptr)
         return kErrorInvalidParameter;
-    return OrWithoutResources(uint32_t{kErrorNoSystemResources},
-                              [&] { return OpenDevice(devicePath, device); });
+    return OrWithoutResources([&] { return OpenDevice(devicePath, device); });
 }
 
-ControlResult BusDriver::Control(DeviceHandle device, uint32_t code, const void *in,
-                                 uint32_t inSize, void *out, uint32_t outSize,
-                                 Overlapped *overlapped)
+// Handles ----------------------------------------------------------------------------------------
+
+// A stream that ends is joined without the lock.
+ControlResult BusDriver::Serve(const RawRequest &raw)
 {
     std::unique_ptr<CameraStream> ended;
-    std::unique_lock lock(Bus().Lock());
+    const std::lock_guard lock(Bus().Lock());
+    const ControlResult result = RequestServer::Serve(raw);
+    ended = std::move(m_ended);
+    return result;
+}
+
+bool BusDriver::IsHandle(DeviceHandle device)
+{
+    const std::lock_guard lock(Bus().Lock());
+    return Bus().Device(device) != nullptr;
+}
+
+uint32_t BusDriver::CheckDevice(DeviceHandle device, bool givesBack)
+{
     const auto opened = Bus().Device(device);
     if (opened == nullptr)
-        return Failed(kErrorInvalidHandle);
-    if (overlapped != nullptr && RequestBook::IsPending(*overlapped))
-        return Failed(kErrorInvalidParameter);
-    Overlapped ours;
-    Overlapped &used = overlapped != nullptr ? *overlapped : ours;
-    const Call call{
-        ended,   *opened, static_cast<const uint8_t *>(in), inSize, static_cast<uint8_t *>(out),
-        outSize, used};
-    const ControlResult result = OrWithoutResources(Failed(kErrorNoSystemResources),
-                                                    [&] { return HandleRequest(code, call); });
-    if (result.completion != Completion::kPending) {
-        Bus().Requests().Finish(used, result);
+        return kErrorInvalidHandle;
+    const bool needsCamera = !givesBack || opened->HasLostDriver();
+    return needsCamera && !opened->IsConnected() ? uint32_t{kErrorDeviceNotConnected} : 0;
+}
+
+void BusDriver::CloseDevice(DeviceHandle device) { Bus().Close(device); }
+
+bool BusDriver::Drop(DeviceHandle device, RequestId id)
+{
+    const std::lock_guard lock(Bus().Lock());
+    if (const auto opened = Bus().Device(device))
+        opened->DropBuffer(id);
+    return true;
+}
+
+// Register accesses ------------------------------------------------------------------------------
+
+// An access that pends is over before anybody waits for it; its result then comes from the wait.
+ControlResult BusDriver::Answer(const Request &request, bool pends, ControlResult result)
+{
+    if (!pends)
         return result;
+    Book().Finish(request.id, result);
+    return Pending();
+}
+
+// What the plan of faults makes of an access; true if it has decided the answer.
+bool BusDriver::DecidedByFault(const Request &request, const AccessFault &fault, bool pends,
+                               ControlResult *result)
+{
+    if (fault.unplug != Unplugging::kNone) {
+        Bus().Unplug(CameraOf(request), fault.unplug);
+        *result = Answer(request, pends, Failed(kErrorDeviceNotConnected));
+    } else if (fault.hang) {
+        *result = Pending();
+    } else if (fault.systemError != 0) {
+        *result = Answer(request, pends, Failed(fault.systemError));
+    } else {
+        return false;
     }
-    return overlapped != nullptr ? result : Bus().Requests().Wait(lock, ours);
+    return true;
 }
 
-ControlResult BusDriver::Wait(DeviceHandle, Overlapped *overlapped)
+// Data of an access that completes at once is in host order, of one that pends as it is on the bus.
+ControlResult BusDriver::AsyncRead(const Request &request, uint32_t address,
+                                   std::span<uint8_t> data)
 {
-    if (overlapped == nullptr)
-        return Failed(kErrorInvalidParameter);
-    std::unique_lock lock(Bus().Lock());
-    return Bus().Requests().Wait(lock, *overlapped);
+    VirtualCamera &camera = CameraOf(request);
+    const bool pends = camera.NextAccessPends();
+    ControlResult result{};
+    if (DecidedByFault(request, camera.Faults().OnRead(), pends, &result))
+        return result;
+    std::vector<uint32_t> words(data.size() / 4);
+    if (const uint32_t error = camera.Read(address, words))
+        return Answer(request, pends, Failed(error));
+    for (size_t i = 0; i < words.size(); ++i) {
+        if (pends)
+            PutBigEndian(data.data() + 4 * i, words[i]);
+        else
+            std::memcpy(data.data() + 4 * i, &words[i], 4);
+    }
+    return Answer(request, pends, Done(static_cast<uint32_t>(data.size())));
 }
 
-void BusDriver::CancelPending(DeviceHandle device)
+ControlResult BusDriver::AsyncWrite(const Request &request, uint32_t address,
+                                    std::span<const uint8_t> data)
 {
-    const std::lock_guard lock(Bus().Lock());
-    if (const auto opened = Bus().Device(device))
-        opened->EndPending(kErrorOperationAborted);
+    VirtualCamera &camera = CameraOf(request);
+    const bool pends = camera.NextAccessPends();
+    ControlResult result{};
+    if (DecidedByFault(request, camera.Faults().OnWrite(), pends, &result))
+        return result;
+    std::vector<uint32_t> words(data.size() / 4);
+    for (size_t i = 0; i < words.size(); ++i)
+        words[i] = BigEndianAt(data.data() + 4 * i);
+    if (const uint32_t error = camera.Write(address, words))
+        return Answer(request, pends, Failed(error));
+    if (const uint32_t error = Bus().FollowStreamingRegister(DeviceOf(request), m_ended))
+        return Answer(request, pends, Failed(error));
+    return Answer(request, pends, Done(0));
 }
 
-void BusDriver::Close(DeviceHandle device) { Bus().Close(device); }
+// The bus and its resources ----------------------------------------------------------------------
 
-void BusDriver::Cancel(DeviceHandle device, Overlapped *overlapped)
+uint32_t BusDriver::IsOpen(const Request &request, bool &isOpen)
 {
-    const std::lock_guard lock(Bus().Lock());
-    if (const auto opened = Bus().Device(device))
-        opened->EndOne(overlapped, kErrorOperationAborted);
+    isOpen = Bus().IsClaimed(CameraOf(request));
+    return 0;
 }
 
-ControlResult BusDriver::WaitFor(DeviceHandle, Overlapped *overlapped, uint32_t timeoutMilliseconds)
+uint32_t BusDriver::AllocateBandwidth(const Request &request, BandwidthRequest &booking)
 {
-    if (overlapped == nullptr)
-        return Failed(kErrorInvalidParameter);
-    std::unique_lock lock(Bus().Lock());
-    return Bus().Requests().WaitFor(lock, *overlapped,
-                                    std::chrono::milliseconds(timeoutMilliseconds));
+    BusDevice &device = DeviceOf(request);
+    const BusDevice *owner = Bus().OwnerOf(device.Camera());
+    const bool heldElsewhere = Bus().IsClaimed(device.Camera()) && owner == nullptr;
+    if (heldElsewhere || (owner != nullptr && owner != &device))
+        return kErrorBusy;
+    if (device.Camera().Faults().OnBandwidth())
+        return kErrorNoSystemResources;
+    return device.AllocateBandwidth(booking.slotBytes, booking.speedFlag, &booking.handle);
+}
+
+uint32_t BusDriver::FreeBandwidth(const Request &request, uint32_t handle)
+{
+    return DeviceOf(request).FreeBandwidth(handle);
+}
+
+uint32_t BusDriver::AllocateChannel(const Request &request, ChannelRequest &booking)
+{
+    if (CameraOf(request).Faults().OnChannel())
+        return kErrorNoSystemResources;
+    return DeviceOf(request).AllocateChannel(booking.request, &booking.channel);
+}
+
+uint32_t BusDriver::FreeChannel(const Request &request, uint32_t channel)
+{
+    return DeviceOf(request).FreeChannel(channel);
+}
+
+uint32_t BusDriver::AllocateResources(const Request &request, ResourcesRequest &booking)
+{
+    if (CameraOf(request).Faults().OnResources(booking.speedFlag == kSpeedFlag800))
+        return kErrorNoSystemResources;
+    return DeviceOf(request).AllocateResources(booking, &booking.handle);
+}
+
+uint32_t BusDriver::FreeResources(const Request &request, uint32_t handle)
+{
+    return DeviceOf(request).FreeResources(handle);
+}
+
+ControlResult BusDriver::QueueBuffer(const Request &request, std::span<uint8_t> buffer)
+{
+    const uint32_t error = DeviceOf(request).QueueBuffer(buffer, request.id);
+    return error == 0 ? Pending() : Failed(error);
+}
+
+uint32_t BusDriver::DetachBuffers(const Request &request, uint32_t resources)
+{
+    return DeviceOf(request).DetachBuffers(resources);
+}
+
+uint32_t BusDriver::Listen(const Request &request, uint32_t resources)
+{
+    return DeviceOf(request).Listen(resources);
+}
+
+uint32_t BusDriver::StopListen(const Request &request, uint32_t resources)
+{
+    return DeviceOf(request).StopListen(resources);
 }
 
 } // namespace zerix::sim
@@ -168,11 +301,10 @@ void ChooseRackOrTell(const char *rackOrNull)
 
 extern "C" zerix::kernel::KernelDriver *ZerixSim_KernelDriver(const char *rackOrNull)
 {
-    static zerix::sim::BusDriver driver;
     try {
         ChooseRackOrTell(rackOrNull);
     } catch (const std::exception &) {
         std::fputs("zerix: the virtual bus has no memory for its rack.\n", stderr);
     }
-    return &driver;
+    return &zerix::sim::BusDriver::Instance();
 }

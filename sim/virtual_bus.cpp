@@ -6,6 +6,8 @@
 #include <exception>
 #include <utility>
 
+#include "sim/bus_driver.h"
+
 namespace zerix::sim {
 namespace {
 
@@ -116,8 +118,8 @@ uint32_t VirtualBus::Open(const std::string &path, kernel::DeviceHandle *handle)
     for (const Place &place : m_cameras) {
         if (place.path != path || !place.camera->IsPlugged())
             continue;
-        m_devices[m_nextHandle] = std::make_shared<BusDevice>(m_nextHandle, place.camera, m_speed,
-                                                              m_accounts, m_requests);
+        m_devices[m_nextHandle] = std::make_shared<BusDevice>(
+            m_nextHandle, place.camera, m_speed, m_accounts, BusDriver::Instance().Book());
         *handle = m_nextHandle++;
         return 0;
     }

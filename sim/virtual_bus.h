@@ -14,7 +14,6 @@
 #include "sim/bus_device.h"
 #include "sim/camera_stream.h"
 #include "sim/rack.h"
-#include "sim/request_book.h"
 #include "sim/virtual_camera.h"
 #include "zerix/zerix_sim.h"
 
@@ -33,7 +32,6 @@ public:
     void Clear();
 
     std::mutex &Lock() { return m_lock; }
-    RequestBook &Requests() { return m_requests; }
 
     // Locked. Null for a number that isn't there.
     std::shared_ptr<VirtualCamera> Camera(uint32_t index) const;
@@ -86,7 +84,6 @@ private:
     uint32_t Install(Rack rack, std::string *error);
 
     mutable std::mutex m_lock;
-    RequestBook m_requests;
     BusAccounts m_accounts;
     std::vector<Place> m_cameras;
     std::map<kernel::DeviceHandle, std::shared_ptr<BusDevice>> m_devices;
