@@ -10,29 +10,10 @@ namespace zerix::test {
 
 using kernel::Completion;
 using kernel::ControlResult;
+using kernel::Done;
+using kernel::Failed;
 
 namespace {
-
-constexpr auto kDeadline = std::chrono::seconds(20);
-
-// The words of an Overlapped as this driver keeps them.
-enum : size_t { kState = 0, kError = 1, kBytes = 2 };
-enum : uintptr_t { kNeverUsed = 0, kIsPending = 1, kIsOver = 2, kHasFailed = 3 };
-
-void Settle(kernel::Overlapped &overlapped, uintptr_t state, uint32_t error, uint32_t bytes)
-{
-    overlapped.driverWords[kState] = state;
-    overlapped.driverWords[kError] = error;
-    overlapped.driverWords[kBytes] = bytes;
-}
-
-ControlResult ResultOf(const kernel::Overlapped &overlapped)
-{
-    const auto state = overlapped.driverWords[kState];
-    return {state == kIsOver ? Completion::kDone : Completion::kFailed,
-            static_cast<uint32_t>(overlapped.driverWords[kError]),
-            static_cast<uint32_t>(overlapped.driverWords[kBytes])};
-}
 
 std::string Hexadecimal(uint32_t code)
 {
@@ -82,9 +63,8 @@ void ScriptedDriver::Reset()
     m_calls.clear();
     m_requests.clear();
     m_counts.clear();
-    m_pending.clear();
+    FailPending(kernel::kErrorOperationAborted);
     m_pending.reserve(256);
-    m_hanging.clear();
     ignoresCancel = false;
     ignoresClose = false;
     m_open.clear();
@@ -99,20 +79,21 @@ void ScriptedDriver::Next(uint32_t code, const Answer &answer, int times)
         m_answers[code].push_back(answer);
 }
 
-bool ScriptedDriver::TakeOldest(std::unique_lock<std::mutex> &lock, PendingBuffer &buffer)
+bool ScriptedDriver::TakeOldest(std::unique_lock<std::mutex> &lock, PendingBuffer &buffer,
+                                std::chrono::milliseconds patience)
 {
-    if (!m_changed.wait_for(lock, kDeadline, [this] { return !m_pending.empty(); }))
+    if (!m_changed.wait_for(lock, patience, [this] { return !m_pending.empty(); }))
         return false;
     buffer = m_pending.front();
     m_pending.erase(m_pending.begin());
     return true;
 }
 
-bool ScriptedDriver::Fill(const std::vector<Bytes> &payloads)
+bool ScriptedDriver::Fill(const std::vector<Bytes> &payloads, std::chrono::milliseconds patience)
 {
     std::unique_lock lock(m_mutex);
     PendingBuffer oldest{};
-    if (!TakeOldest(lock, oldest))
+    if (!TakeOldest(lock, oldest, patience))
         return false;
     const size_t slotBytes = oldest.size / kernel::kSlotsPerBuffer;
     std::memset(oldest.buffer, 0, oldest.size);
@@ -122,8 +103,7 @@ bool ScriptedDriver::Fill(const std::vector<Bytes> &payloads)
         std::memcpy(slot + 6, &length, sizeof length);
         std::copy(payloads[i].begin(), payloads[i].end(), slot + 8);
     }
-    Settle(*oldest.overlapped, kIsOver, 0, oldest.size);
-    m_changed.notify_all();
+    Book().Finish(oldest.id, Done(oldest.size));
     return true;
 }
 
@@ -131,10 +111,9 @@ bool ScriptedDriver::FailBuffer(uint32_t systemError)
 {
     std::unique_lock lock(m_mutex);
     PendingBuffer oldest{};
-    if (!TakeOldest(lock, oldest))
+    if (!TakeOldest(lock, oldest, kPatience))
         return false;
-    Settle(*oldest.overlapped, kHasFailed, systemError, 0);
-    m_changed.notify_all();
+    Book().Finish(oldest.id, Failed(systemError));
     return true;
 }
 
@@ -147,17 +126,15 @@ void ScriptedDriver::Unplug()
 
 void ScriptedDriver::FailPending(uint32_t systemError)
 {
-    for (const PendingBuffer &hanging : m_hanging)
-        Settle(*hanging.overlapped, kHasFailed, systemError, 0);
-    m_hanging.clear();
-    FailBuffers(systemError);
+    Fail(m_hanging, systemError);
+    Fail(m_pending, systemError);
 }
 
-void ScriptedDriver::FailBuffers(uint32_t systemError)
+void ScriptedDriver::Fail(std::vector<PendingBuffer> &list, uint32_t systemError)
 {
-    for (const PendingBuffer &pending : m_pending)
-        Settle(*pending.overlapped, kHasFailed, systemError, 0);
-    m_pending.clear();
+    for (const PendingBuffer &pending : list)
+        Book().Finish(pending.id, Failed(systemError));
+    list.clear();
     m_changed.notify_all();
 }
 
@@ -168,7 +145,7 @@ void ScriptedDriver::EndAll()
         for (const PendingBuffer &pending : *list) {
             if (pending.size != 0)
                 std::memset(pending.buffer, 0xEE, pending.size);
-            Settle(*pending.overlapped, kIsOver, 0, pending.size);
+            Book().Finish(pending.id, Done(pending.size));
         }
         list->clear();
     }
@@ -184,7 +161,7 @@ size_t ScriptedDriver::Hanging()
 bool ScriptedDriver::AwaitHanging(size_t count)
 {
     std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, kDeadline, [&] { return m_hanging.size() == count; });
+    return m_changed.wait_for(lock, kPatience, [&] { return m_hanging.size() == count; });
 }
 
 std::vector<std::string> ScriptedDriver::Calls()
@@ -230,7 +207,7 @@ void ScriptedDriver::Forget()
 bool ScriptedDriver::Await(uint32_t code, uint32_t count)
 {
     std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, kDeadline, [&] { return m_counts[code] >= count; });
+    return m_changed.wait_for(lock, kPatience, [&] { return m_counts[code] >= count; });
 }
 
 void ScriptedDriver::Log(const std::string &text)
@@ -239,18 +216,18 @@ void ScriptedDriver::Log(const std::string &text)
         m_calls.push_back(text);
 }
 
-void ScriptedDriver::Record(kernel::DeviceHandle device, uint32_t code, const void *in,
-                            uint32_t inSize, uint32_t outSize, bool isOverlapped)
+void ScriptedDriver::Record(const kernel::RawRequest &raw)
 {
-    ++m_counts[code];
+    ++m_counts[raw.code];
     m_changed.notify_all();
     if (!isRecording)
         return;
     Bytes bytes;
-    if (in != nullptr && code != kernel::kControlQueueBuffer)
-        bytes.assign(static_cast<const uint8_t *>(in), static_cast<const uint8_t *>(in) + inSize);
-    m_calls.push_back(Hexadecimal(code));
-    m_requests.push_back({code, device, inSize, outSize, isOverlapped, std::move(bytes),
+    if (raw.code != kernel::kControlQueueBuffer)
+        bytes.assign(raw.in.begin(), raw.in.end());
+    m_calls.push_back(Hexadecimal(raw.code));
+    m_requests.push_back({raw.code, raw.request.device, static_cast<uint32_t>(raw.in.size()),
+                          static_cast<uint32_t>(raw.out.size()), raw.isOverlapped, std::move(bytes),
                           std::this_thread::get_id()});
 }
 
@@ -296,73 +273,46 @@ Answer ScriptedDriver::DefaultAnswer(uint32_t code) const
     }
 }
 
-ControlResult ScriptedDriver::Queue(void *out, uint32_t outSize, kernel::Overlapped *overlapped)
+ControlResult ScriptedDriver::Pend(std::vector<PendingBuffer> &list, const kernel::RawRequest &raw)
 {
-    Settle(*overlapped, kIsPending, 0, 0);
-    m_pending.push_back({overlapped, static_cast<uint8_t *>(out), outSize});
+    list.push_back({raw.request.id, raw.out.data(), static_cast<uint32_t>(raw.out.size())});
     m_changed.notify_all();
-    return {Completion::kPending, 0, 0};
+    return kernel::Pending();
 }
 
-ControlResult ScriptedDriver::Give(const Answer &answer, void *out, uint32_t outSize,
-                                   kernel::Overlapped *overlapped)
+ControlResult ScriptedDriver::Give(const Answer &answer, const kernel::RawRequest &raw)
 {
     const auto bytes = static_cast<uint32_t>(answer.out.size());
-    const bool failed = answer.systemError != 0;
-    if (bytes > outSize)
+    if (bytes > raw.out.size())
         std::abort(); // the script, or the request, is wrong
     if (bytes != 0)
-        std::memcpy(out, answer.out.data(), bytes);
-    if (overlapped != nullptr)
-        Settle(*overlapped, failed ? kHasFailed : kIsOver, answer.systemError, bytes);
-    return {answer.completion, answer.completion == Completion::kFailed ? answer.systemError : 0,
-            answer.completion == Completion::kDone ? bytes : 0};
+        std::memcpy(raw.out.data(), answer.out.data(), bytes);
+    const ControlResult result = answer.systemError != 0 ? Failed(answer.systemError) : Done(bytes);
+    if (answer.completion != Completion::kPending)
+        return result;
+    Book().Finish(raw.request.id, result);
+    return kernel::Pending();
 }
 
-ControlResult ScriptedDriver::Control(kernel::DeviceHandle device, uint32_t code, const void *in,
-                                      uint32_t inSize, void *out, uint32_t outSize,
-                                      kernel::Overlapped *overlapped)
+ControlResult ScriptedDriver::Serve(const kernel::RawRequest &raw)
 {
     const std::lock_guard lock(m_mutex);
-    Record(device, code, in, inSize, outSize, overlapped != nullptr);
-    if (std::find(m_open.begin(), m_open.end(), device) == m_open.end())
-        return {Completion::kFailed, kernel::kErrorInvalidHandle, 0};
+    Record(raw);
+    if (std::find(m_open.begin(), m_open.end(), raw.request.device) == m_open.end())
+        return Failed(kernel::kErrorInvalidHandle);
     if (m_isUnplugged)
-        return {Completion::kFailed, kernel::kErrorDeviceNotConnected, 0};
-    auto &scripted = m_answers[code];
-    if (scripted.empty() && code == kernel::kControlQueueBuffer)
-        return Queue(out, outSize, overlapped);
-    if (code == kernel::kControlDetachBuffers && !ignoresCancel &&
+        return Failed(kernel::kErrorDeviceNotConnected);
+    auto &scripted = m_answers[raw.code];
+    if (scripted.empty() && raw.code == kernel::kControlQueueBuffer)
+        return Pend(m_pending, raw);
+    if (raw.code == kernel::kControlDetachBuffers && !ignoresCancel &&
         (scripted.empty() || scripted.front().completion == Completion::kDone))
-        FailBuffers(kernel::kErrorOperationAborted);
+        Fail(m_pending, kernel::kErrorOperationAborted);
     if (scripted.empty())
-        return Give(DefaultAnswer(code), out, outSize, overlapped);
+        return Give(DefaultAnswer(raw.code), raw);
     const Answer answer = scripted.front();
     scripted.pop_front();
-    if (answer.hangs) {
-        Settle(*overlapped, kIsPending, 0, 0);
-        m_hanging.push_back({overlapped, static_cast<uint8_t *>(out), outSize});
-        m_changed.notify_all();
-        return {Completion::kPending, 0, 0};
-    }
-    return Give(answer, out, outSize, overlapped);
-}
-
-ControlResult ScriptedDriver::Wait(kernel::DeviceHandle, kernel::Overlapped *overlapped)
-{
-    std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [overlapped] { return overlapped->driverWords[kState] != kIsPending; });
-    return ResultOf(*overlapped);
-}
-
-ControlResult ScriptedDriver::WaitFor(kernel::DeviceHandle, kernel::Overlapped *overlapped,
-                                      uint32_t timeoutMilliseconds)
-{
-    std::unique_lock lock(m_mutex);
-    if (!m_changed.wait_for(lock, std::chrono::milliseconds(timeoutMilliseconds),
-                            [overlapped] { return overlapped->driverWords[kState] != kIsPending; }))
-        return {Completion::kPending, 0, 0};
-    return ResultOf(*overlapped);
+    return answer.hangs ? Pend(m_hanging, raw) : Give(answer, raw);
 }
 
 void ScriptedDriver::CancelPending(kernel::DeviceHandle)
@@ -373,20 +323,24 @@ void ScriptedDriver::CancelPending(kernel::DeviceHandle)
         FailPending(kernel::kErrorOperationAborted);
 }
 
-void ScriptedDriver::Cancel(kernel::DeviceHandle, kernel::Overlapped *overlapped)
+void ScriptedDriver::Cancel(kernel::DeviceHandle device, kernel::Overlapped *overlapped)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        Log("cancel one");
+    }
+    RequestServer::Cancel(device, overlapped);
+}
+
+bool ScriptedDriver::Drop(kernel::DeviceHandle, kernel::RequestId id)
 {
     const std::lock_guard lock(m_mutex);
-    Log("cancel one");
     if (ignoresCancel)
-        return;
+        return false;
     for (auto *list : {&m_pending, &m_hanging})
-        std::erase_if(*list, [&](const PendingBuffer &pending) {
-            if (pending.overlapped != overlapped)
-                return false;
-            Settle(*overlapped, kHasFailed, kernel::kErrorOperationAborted, 0);
-            return true;
-        });
+        std::erase_if(*list, [id](const PendingBuffer &pending) { return pending.id == id; });
     m_changed.notify_all();
+    return true;
 }
 
 void ScriptedDriver::Close(kernel::DeviceHandle device)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -12,8 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "hal/kernel_driver.h"
-#include "hal/kernel_requests.h"
+#include "hal/requests/request_server.h"
 
 namespace zerix::test {
 
@@ -50,8 +50,10 @@ Bytes Word(uint32_t value);
 // Puts a driver in the place of the scripted one; null brings that back. While no camera is open.
 void UseDriver(kernel::KernelDriver *driver);
 
-class ScriptedDriver final : public kernel::KernelDriver {
+class ScriptedDriver final : public kernel::RequestServer {
 public:
+    static constexpr std::chrono::milliseconds kPatience{20'000};
+
     static ScriptedDriver &Get();
 
     // Everything as at the start of the program.
@@ -74,7 +76,7 @@ public:
 
     // The stream: completes the oldest queued buffer with these payloads in its first slots. False
     // if no buffer came to be queued within the deadline.
-    bool Fill(const std::vector<Bytes> &payloads);
+    bool Fill(const std::vector<Bytes> &payloads, std::chrono::milliseconds patience = kPatience);
     // Completes the oldest queued buffer with a failure.
     bool FailBuffer(uint32_t systemError);
     // Completes every request that pends, with bytes of 0xEE in its out record.
@@ -97,35 +99,34 @@ public:
 
     uint32_t Enumerate(kernel::DevicePath *list, uint32_t maximumCount, uint32_t *count) override;
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override;
-    kernel::ControlResult Control(kernel::DeviceHandle device, uint32_t code, const void *in,
-                                  uint32_t inSize, void *out, uint32_t outSize,
-                                  kernel::Overlapped *overlapped) override;
-    kernel::ControlResult Wait(kernel::DeviceHandle device,
-                               kernel::Overlapped *overlapped) override;
     void CancelPending(kernel::DeviceHandle device) override;
     void Close(kernel::DeviceHandle device) override;
     void Cancel(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override;
-    kernel::ControlResult WaitFor(kernel::DeviceHandle device, kernel::Overlapped *overlapped,
-                                  uint32_t timeoutMilliseconds) override;
     bool IsSimulated() const override { return isSimulated; }
 
 private:
     struct PendingBuffer {
-        kernel::Overlapped *overlapped;
+        kernel::RequestId id;
         uint8_t *buffer;
         uint32_t size;
     };
 
+    // Every handle is served, so that what comes on a closed one is noted, too.
+    bool IsHandle(kernel::DeviceHandle) override { return true; }
+    uint32_t CheckDevice(kernel::DeviceHandle, bool) override { return 0; }
+    void CloseDevice(kernel::DeviceHandle) override {}
+    bool Drop(kernel::DeviceHandle device, kernel::RequestId id) override;
+    kernel::ControlResult Serve(const kernel::RawRequest &raw) override;
+
     void Log(const std::string &text);
-    void Record(kernel::DeviceHandle device, uint32_t code, const void *in, uint32_t inSize,
-                uint32_t outSize, bool isOverlapped);
+    void Record(const kernel::RawRequest &raw);
     Answer DefaultAnswer(uint32_t code) const;
-    kernel::ControlResult Queue(void *out, uint32_t outSize, kernel::Overlapped *overlapped);
-    kernel::ControlResult Give(const Answer &answer, void *out, uint32_t outSize,
-                               kernel::Overlapped *overlapped);
+    kernel::ControlResult Pend(std::vector<PendingBuffer> &list, const kernel::RawRequest &raw);
+    kernel::ControlResult Give(const Answer &answer, const kernel::RawRequest &raw);
+    void Fail(std::vector<PendingBuffer> &list, uint32_t systemError);
     void FailPending(uint32_t systemError);
-    void FailBuffers(uint32_t systemError);
-    bool TakeOldest(std::unique_lock<std::mutex> &lock, PendingBuffer &buffer);
+    bool TakeOldest(std::unique_lock<std::mutex> &lock, PendingBuffer &buffer,
+                    std::chrono::milliseconds patience);
 
     std::mutex m_mutex;
     std::condition_variable m_changed;

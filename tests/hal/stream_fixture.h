@@ -129,15 +129,18 @@ protected:
     }
 
     // Does something that stops the stream, with an idle buffer that comes once the stop has begun,
-    // as from a camera that streams.
+    // as from a camera that streams. The stop may be over before.
     uint32_t WithAnIdleBuffer(const std::function<uint32_t()> &work)
     {
-        std::thread hardware([this] {
+        std::atomic<bool> isOver{false};
+        std::thread hardware([&] {
             while (Device().isStreaming.load())
                 std::this_thread::yield();
-            driver.Fill({});
+            while (!isOver && !driver.Fill({}, std::chrono::milliseconds(1)))
+                std::this_thread::yield();
         });
         const uint32_t error = work();
+        isOver = true;
         hardware.join();
         return error;
     }

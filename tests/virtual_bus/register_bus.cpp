@@ -8,8 +8,9 @@
 
 namespace zerix::test {
 
-using kernel::Completion;
 using kernel::ControlResult;
+using kernel::Done;
+using kernel::Failed;
 
 namespace {
 
@@ -20,23 +21,9 @@ constexpr uint32_t kOtherModelRegister = 0xE0001138;
 constexpr uint32_t kAddresses[] = {0xD0000000, 0xE3000000, 0xE1000000,
                                    0xE2000000, 0xE4000000, 0xE5000000};
 
-ControlResult Done(uint32_t bytes) { return {Completion::kDone, 0, bytes}; }
-ControlResult Failed(uint32_t error) { return {Completion::kFailed, error, 0}; }
-
 uint32_t BigEndianAt(const uint8_t *bytes)
 {
     return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
-}
-
-// The out record of a request for something of the bus: the request's own, with one word set.
-template <typename Record>
-ControlResult Give(void *out, uint32_t Record::*handle, uint32_t value)
-{
-    Record record;
-    std::memcpy(&record, out, sizeof record);
-    record.*handle = value;
-    std::memcpy(out, &record, sizeof record);
-    return Done(sizeof record);
 }
 
 } // namespace
@@ -94,51 +81,46 @@ uint32_t RegisterBus::Open(const char *, kernel::DeviceHandle *device)
     return 0;
 }
 
-void RegisterBus::Close(kernel::DeviceHandle)
+void RegisterBus::CloseDevice(kernel::DeviceHandle)
 {
     const std::lock_guard lock(m_mutex);
     --m_openHandles;
 }
 
-ControlResult RegisterBus::Control(kernel::DeviceHandle, uint32_t code, const void *in,
-                                   uint32_t inSize, void *out, uint32_t outSize,
-                                   kernel::Overlapped *)
+uint32_t RegisterBus::IsOpen(const Request &, bool &isOpen)
 {
-    const std::lock_guard lock(m_mutex);
-    kernel::AsyncRequest access{};
-    if (code == kernel::kControlAsyncRead || code == kernel::kControlAsyncWrite)
-        std::memcpy(&access, in, sizeof access);
-    switch (code) {
-    case kernel::kControlAsyncRead:
-        return Read(access, static_cast<uint32_t *>(out));
-    case kernel::kControlAsyncWrite:
-        return Write(access, static_cast<const uint8_t *>(in) + kernel::kAsyncDataOffset);
-    case kernel::kControlIsOpen:
-        std::memset(out, 0, outSize);
-        return Done(outSize);
-    case kernel::kControlAllocateBandwidth:
-        return Give(out, &kernel::BandwidthRequest::handle, 2);
-    case kernel::kControlAllocateChannel:
-        return Give(out, &kernel::ChannelRequest::channel, 3);
-    case kernel::kControlAllocateResources: {
-        kernel::ResourcesRequest request;
-        std::memcpy(&request, in, inSize < sizeof request ? inSize : sizeof request);
-        if (!m_isFast && request.speedFlag == kernel::kSpeedFlag800)
-            return Failed(kernel::kErrorNoSystemResources);
-        return Give(out, &kernel::ResourcesRequest::handle, 4);
-    }
-    default:
-        return Done(outSize);
-    }
+    isOpen = false;
+    return 0;
 }
 
-// Nothing ever pends.
-ControlResult RegisterBus::Wait(kernel::DeviceHandle, kernel::Overlapped *) { return Done(0); }
+uint32_t RegisterBus::AllocateBandwidth(const Request &, kernel::BandwidthRequest &booking)
+{
+    booking.handle = 2;
+    return 0;
+}
+
+uint32_t RegisterBus::AllocateChannel(const Request &, kernel::ChannelRequest &booking)
+{
+    booking.channel = 3;
+    return 0;
+}
+
+uint32_t RegisterBus::AllocateResources(const Request &, kernel::ResourcesRequest &booking)
+{
+    booking.handle = 4;
+    const bool isTooFast = !m_isFast && booking.speedFlag == kernel::kSpeedFlag800;
+    return isTooFast ? uint32_t{kernel::kErrorNoSystemResources} : 0;
+}
+
+ControlResult RegisterBus::QueueBuffer(const Request &, std::span<uint8_t> buffer)
+{
+    return Done(static_cast<uint32_t>(buffer.size()));
+}
 
 // Registers ---------------------------------------------------------------------------------------
 
 // Where the block holds them; null for what doesn't lie within one.
-uint32_t *RegisterBus::Find(uint32_t address, uint32_t quadlets, Block *block)
+uint32_t *RegisterBus::Find(uint32_t address, size_t quadlets, Block *block)
 {
     for (size_t index = 0; index < kBlockCount; ++index) {
         const uint32_t first = (address - kAddresses[index]) / 4;
@@ -152,32 +134,35 @@ uint32_t *RegisterBus::Find(uint32_t address, uint32_t quadlets, Block *block)
     return nullptr;
 }
 
-ControlResult RegisterBus::Read(const kernel::AsyncRequest &request, uint32_t *out)
+ControlResult RegisterBus::AsyncRead(const Request &, uint32_t address, std::span<uint8_t> data)
 {
-    if (request.offsetLow == kModelRegister || request.offsetLow == kOtherModelRegister) {
-        *out = modelWord;
+    const std::lock_guard lock(m_mutex);
+    if (address == kModelRegister || address == kOtherModelRegister) {
+        std::memcpy(data.data(), &modelWord, sizeof modelWord);
         return Done(4);
     }
     Block block{};
-    const uint32_t *const words = Find(request.offsetLow, request.lengthBytes / 4, &block);
+    const auto bytes = static_cast<uint32_t>(data.size());
+    const uint32_t *const words = Find(address, bytes / 4, &block);
     if (words == nullptr)
         return Failed(kernel::kErrorGenFailure);
-    std::memcpy(out, words, request.lengthBytes);
-    m_reads.push_back({block, request.lengthBytes / 4});
-    return Done(request.lengthBytes);
+    std::memcpy(data.data(), words, bytes);
+    m_reads.push_back({block, bytes / 4});
+    return Done(bytes);
 }
 
-ControlResult RegisterBus::Write(const kernel::AsyncRequest &request, const uint8_t *data)
+ControlResult RegisterBus::AsyncWrite(const Request &, uint32_t address,
+                                      std::span<const uint8_t> data)
 {
+    const std::lock_guard lock(m_mutex);
     Block block{};
-    uint32_t *const words = Find(request.offsetLow, request.lengthBytes / 4, &block);
+    uint32_t *const words = Find(address, data.size() / 4, &block);
     if (words == nullptr)
         return Failed(kernel::kErrorGenFailure);
-    for (uint32_t index = 0; index < request.lengthBytes / 4; ++index) {
-        words[index] = BigEndianAt(data + size_t{index} * 4);
-        m_writes.push_back({block,
-                            request.offsetLow - kAddresses[static_cast<size_t>(block)] + index * 4,
-                            words[index]});
+    const uint32_t offset = address - kAddresses[static_cast<size_t>(block)];
+    for (uint32_t index = 0; index < data.size() / 4; ++index) {
+        words[index] = BigEndianAt(data.data() + size_t{index} * 4);
+        m_writes.push_back({block, offset + index * 4, words[index]});
     }
     return Done(0);
 }

@@ -8,12 +8,12 @@
 #include <mutex>
 #include <vector>
 
-#include "hal/kernel_driver.h"
+#include "hal/requests/request_server.h"
 #include "tests/virtual_bus/virtual_bus_fixture.h"
 
 namespace zerix::test {
 
-class RegisterBus final : public kernel::KernelDriver {
+class RegisterBus final : public kernel::RequestServer {
 public:
     explicit RegisterBus(bool isFast = true);
     ~RegisterBus() override;
@@ -43,21 +43,34 @@ public:
 
     uint32_t Enumerate(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count) override;
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override;
-    kernel::ControlResult Control(kernel::DeviceHandle device, uint32_t code, const void *in,
-                                  uint32_t inSize, void *out, uint32_t outSize,
-                                  kernel::Overlapped *overlapped) override;
-    kernel::ControlResult Wait(kernel::DeviceHandle device,
-                               kernel::Overlapped *overlapped) override;
-    void CancelPending(kernel::DeviceHandle) override {}
-    void Close(kernel::DeviceHandle device) override;
     bool IsSimulated() const override { return true; }
 
 private:
     static constexpr size_t kBlockCount = 6;
+    using Request = kernel::Request;
 
-    uint32_t *Find(uint32_t address, uint32_t quadlets, Block *block);
-    kernel::ControlResult Read(const kernel::AsyncRequest &request, uint32_t *out);
-    kernel::ControlResult Write(const kernel::AsyncRequest &request, const uint8_t *data);
+    bool IsHandle(kernel::DeviceHandle device) override { return device == 1; }
+    uint32_t CheckDevice(kernel::DeviceHandle, bool) override { return 0; }
+    void CloseDevice(kernel::DeviceHandle device) override;
+
+    kernel::ControlResult AsyncRead(const Request &request, uint32_t address,
+                                    std::span<uint8_t> data) override;
+    kernel::ControlResult AsyncWrite(const Request &request, uint32_t address,
+                                     std::span<const uint8_t> data) override;
+    uint32_t IsOpen(const Request &request, bool &isOpen) override;
+    uint32_t AllocateBandwidth(const Request &request, kernel::BandwidthRequest &booking) override;
+    uint32_t FreeBandwidth(const Request &, uint32_t) override { return 0; }
+    uint32_t AllocateChannel(const Request &request, kernel::ChannelRequest &booking) override;
+    uint32_t FreeChannel(const Request &, uint32_t) override { return 0; }
+    uint32_t AllocateResources(const Request &request, kernel::ResourcesRequest &booking) override;
+    uint32_t FreeResources(const Request &, uint32_t) override { return 0; }
+    // Nothing ever pends: a stream has its buffers back at once.
+    kernel::ControlResult QueueBuffer(const Request &request, std::span<uint8_t> buffer) override;
+    uint32_t DetachBuffers(const Request &, uint32_t) override { return 0; }
+    uint32_t Listen(const Request &, uint32_t) override { return 0; }
+    uint32_t StopListen(const Request &, uint32_t) override { return 0; }
+
+    uint32_t *Find(uint32_t address, size_t quadlets, Block *block);
 
     std::mutex m_mutex;
     std::array<std::vector<uint32_t>, kBlockCount> m_blocks;
