@@ -5,6 +5,7 @@
 #include "api/camera_list.h"
 #include "api/context.h"
 #include "api/entry.h"
+#include "hal/kernel_driver.h"
 
 using namespace zerix;
 using namespace zerix::api;
@@ -105,6 +106,24 @@ uint32_t Zerix_ListCameras(ZerixCameraListItem *table, uint32_t *count)
                      FillTable(table, *count);
                      call.Message("Found %d cameras", *count);
                      return error;
+                 });
+}
+
+uint32_t Zerix_ListBusNodes(ZerixBusNode *table, uint32_t *count)
+{
+    return Enter(Start(__func__), OfNoCamera{},
+                 Checks(Loaded(), NotNull(table, ZERIX_ERROR_BAD_PARAMETER),
+                        NotNull(count, ZERIX_ERROR_BAD_PARAMETER)),
+                 [&](ExportedCall &call, const CameraUse &) -> uint32_t {
+                     uint32_t found = 0;
+                     const uint32_t error = kernel::Driver().DescribeNodes(table, *count, &found);
+                     if (error == kernel::kErrorNotSupported)
+                         return ZERIX_ERROR_NOT_SUPPORTED;
+                     if (error != 0)
+                         return ZERIX_ERROR_DRIVER_FAULT;
+                     *count = found;
+                     call.Message("Found %d nodes", found);
+                     return ZERIX_SUCCESS;
                  });
 }
 

@@ -10,6 +10,7 @@ public:
     uint32_t Enumerate(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count) override;
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override;
     bool IsSimulated() const override { return false; }
+    uint32_t DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount, uint32_t *count) override;
 
 private:
     bool IsHandle(kernel::DeviceHandle) override { return false; }

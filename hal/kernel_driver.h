@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+#include "zerix/zerix_records.h"
+
 namespace zerix::kernel {
 
 // System error numbers of the port. They are the real driver's; other implementations translate
@@ -99,6 +101,16 @@ public:
                                   uint32_t /*timeoutMilliseconds*/)
     {
         return Wait(device, overlapped);
+    }
+
+    // Describes the nodes of the bus, cameras and all others, in the order of cards and of their
+    // identifiers: at most `maximumCount` of them to `nodes`, and the number of all to `count`.
+    // Returns 0, or a system error with nothing written; kErrorNotSupported from a driver that
+    // knows of nothing but cameras. May block for as long as a node takes to answer.
+    virtual uint32_t DescribeNodes(ZerixBusNode * /*nodes*/, uint32_t /*maximumCount*/,
+                                   uint32_t * /*count*/)
+    {
+        return kErrorNotSupported;
     }
 };
 

@@ -7,6 +7,7 @@
 // can do; what it costs at the slow speed is settled when the resources are set up at that speed.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <optional>
 
@@ -30,6 +31,10 @@ public:
     // The channel asked for, or the lowest free one for kAnyChannel.
     std::optional<uint32_t> TakeChannel(uint32_t request);
     void ReturnChannel(uint32_t channel);
+    [[nodiscard]] uint32_t ChannelsLeft() const
+    {
+        return kChannels - static_cast<uint32_t>(std::popcount(m_takenChannels));
+    }
 
 private:
     uint32_t m_unitsLeft = kBandwidthUnits;

@@ -1,6 +1,7 @@
 // What the requests do on the virtual bus.
 #include "sim/bus_driver.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -9,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "sim/bus_nodes.h"
 #include "sim/virtual_bus.h"
 #include "zerix/zerix_export.h"
 
@@ -89,6 +91,17 @@ uint32_t BusDriver::Open(const char *devicePath, DeviceHandle *device)
     if (devicePath == nullptr || device == nullptr)
         return kErrorInvalidParameter;
     return OrWithoutResources([&] { return OpenDevice(devicePath, device); });
+}
+
+uint32_t BusDriver::DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount, uint32_t *count)
+{
+    return OrWithoutResources([&]() -> uint32_t {
+        const std::lock_guard lock(Bus().Lock());
+        const std::vector<ZerixBusNode> described = DescribeBus(Bus());
+        *count = static_cast<uint32_t>(described.size());
+        std::copy_n(described.begin(), std::min(maximumCount, *count), nodes);
+        return 0;
+    });
 }
 
 // Handles ----------------------------------------------------------------------------------------

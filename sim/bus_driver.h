@@ -19,6 +19,7 @@ public:
     uint32_t Enumerate(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count) override;
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override;
     bool IsSimulated() const override { return true; }
+    uint32_t DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount, uint32_t *count) override;
 
 private:
     using Request = kernel::Request;

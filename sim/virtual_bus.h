@@ -38,7 +38,13 @@ public:
     [[nodiscard]] uint32_t CameraCount() const { return static_cast<uint32_t>(m_cameras.size()); }
     [[nodiscard]] bool IsFast() const { return m_fast; }
     [[nodiscard]] uint64_t Now() const;
+    [[nodiscard]] uint32_t Speed() const { return m_speed; } // Mb/s
+    [[nodiscard]] const BusAccounts &Accounts() const { return m_accounts; }
 
+    [[nodiscard]] const std::string &DevicePathOf(uint32_t index) const
+    {
+        return m_cameras[index].path;
+    }
     // Device paths, in the order of the rack. Locked.
     std::vector<std::string> PresentPaths() const;
     // Locked. 0 or a system error.

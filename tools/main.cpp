@@ -318,6 +318,7 @@ int Run(int argc, char **argv)
     app.footer(
         "Examples:\n"
         "  zerix list                                   the cameras on the bus\n"
+        "  zerix bus                                    what is on it, if no camera is listed\n"
         "  zerix --sim grab -o cells.png                a picture from a virtual camera\n"
         "  zerix grab --set exposure=2s --set binning=2 -o m.fits\n"
         "                                               a long exposure in large pixels\n"
@@ -328,6 +329,13 @@ int Run(int argc, char **argv)
 
     auto *list = app.add_subcommand("list", "List the cameras on the bus");
     list->callback([&] { ListCameras(common); });
+
+    bool showsEntry = false;
+    auto *bus = app.add_subcommand("bus", "Show every device on the bus, camera or not, and why");
+    bus->add_flag("--hwdb", showsEntry,
+                  "Print the entry of the system's hardware database that lets people open the "
+                  "cameras at hand (Linux)");
+    bus->callback([&] { ShowBus(common, showsEntry); });
 
     auto *info = app.add_subcommand("info", "Show what a camera is and can do");
     info->callback([&] { ShowInfo(common); });

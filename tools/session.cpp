@@ -1,6 +1,7 @@
 // Choosing the bus, loading the driver, listing, one open camera.
 #include "tools/session.h"
 
+#include <algorithm>
 #include <array>
 
 #include <fmt/format.h>
@@ -8,6 +9,7 @@
 #include "platform/configuration_places.h"
 #include "platform/os.h"
 #include "tools/answer_limit.h"
+#include "tools/bus_nodes.h"
 #include "tools/command_error.h"
 #include "zerix/zerix_sim.h"
 
@@ -16,6 +18,7 @@ namespace zerix::tool {
 namespace {
 
 constexpr uint32_t kMostCameras = 10; // what a bus lists
+constexpr uint32_t kMostNodes = 256;  // 63 on each of some cards
 
 // True if this process uses the virtual bus, whoever said so.
 bool ChooseBus(const CommonOptions &options)
@@ -82,24 +85,34 @@ ZerixLegacySettings OpenCamera::ReadSettings() const
     return settings;
 }
 
-Session::Session(const CommonOptions &options) : m_options(options), m_simulated(ChooseBus(options))
+LoadedDriver::LoadedDriver(const CommonOptions &options) : m_simulated(ChooseBus(options))
 {
     const uint32_t error = Zerix_LoadDriver();
     if (error != ZERIX_SUCCESS)
         Fail("the driver can't be loaded", error);
-    try {
-        List();
-    } catch (...) {
-        Zerix_ReleaseDriver();
-        throw;
-    }
 }
 
-Session::~Session()
+LoadedDriver::~LoadedDriver()
 {
     const AnswerLimit limit;
     Zerix_ReleaseDriver();
 }
+
+std::optional<std::vector<ZerixBusNode>> LoadedDriver::Nodes() const
+{
+    const AnswerLimit limit;
+    std::vector<ZerixBusNode> nodes(kMostNodes);
+    auto count = kMostNodes;
+    const uint32_t error = Zerix_ListBusNodes(nodes.data(), &count);
+    if (error == ZERIX_ERROR_NOT_SUPPORTED)
+        return std::nullopt;
+    if (error != ZERIX_SUCCESS)
+        Fail("the bus can't be looked at", error);
+    nodes.resize(std::min(count, kMostNodes));
+    return nodes;
+}
+
+Session::Session(const CommonOptions &options) : m_options(options), m_driver(options) { List(); }
 
 void Session::List()
 {
@@ -112,9 +125,11 @@ void Session::List()
     m_cameras.assign(table.begin(), table.begin() + std::min<uint32_t>(count, kMostCameras));
     if (!m_cameras.empty())
         return;
-    if (m_simulated)
+    if (IsSimulated())
         throw CommandError("The virtual bus has no camera that is free: "
                            "its rack is empty, or its cameras are unplugged or in use.");
+    if (const auto nodes = m_driver.Nodes())
+        throw CommandError(WhyNoCamera(*nodes));
     throw CommandError("There is no FireWire camera at hand: connect one and switch it on, or use "
                        "--sim for virtual cameras (--rack FILE for your own).");
 }

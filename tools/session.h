@@ -40,24 +40,37 @@ private:
 };
 
 // The driver, loaded for as long as the object lives. Throws CommandError.
+class LoadedDriver {
+public:
+    explicit LoadedDriver(const CommonOptions &options);
+    ~LoadedDriver();
+    LoadedDriver(const LoadedDriver &) = delete;
+    LoadedDriver &operator=(const LoadedDriver &) = delete;
+
+    [[nodiscard]] bool IsSimulated() const { return m_simulated; }
+    // The nodes of the bus; nothing where its driver shows cameras alone.
+    [[nodiscard]] std::optional<std::vector<ZerixBusNode>> Nodes() const;
+
+private:
+    bool m_simulated = false;
+};
+
+// The driver, and the cameras that it lists. Throws CommandError.
 class Session {
 public:
     explicit Session(const CommonOptions &options);
-    ~Session();
-    Session(const Session &) = delete;
-    Session &operator=(const Session &) = delete;
 
     // The cameras on the bus; throws if there is none.
     [[nodiscard]] const std::vector<ZerixCameraListItem> &Cameras() const { return m_cameras; }
     // The camera that --camera names, or the first.
     [[nodiscard]] const ZerixCameraListItem &Chosen() const;
-    [[nodiscard]] bool IsSimulated() const { return m_simulated; }
+    [[nodiscard]] bool IsSimulated() const { return m_driver.IsSimulated(); }
 
 private:
     void List();
 
     CommonOptions m_options;
-    bool m_simulated = false;
+    LoadedDriver m_driver;
     std::vector<ZerixCameraListItem> m_cameras;
 };
 

@@ -12,6 +12,9 @@ namespace zerix::tool {
 
 void ListCameras(const CommonOptions &options);
 
+// Every node of the bus; or the system's entry that lets people open the cameras.
+void ShowBus(const CommonOptions &options, bool showsEntry);
+
 void ShowInfo(const CommonOptions &options);
 
 // All settings of the camera, or the named ones.

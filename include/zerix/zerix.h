@@ -70,6 +70,19 @@ ZERIX_API uint32_t Zerix_Version(uint16_t *major, uint16_t *minor);
  * new camera for a moment, which takes a fraction of a second. */
 ZERIX_API uint32_t Zerix_ListCameras(ZerixCameraListItem *table, uint32_t *count);
 
+/* Describes the nodes of the bus, cameras and everything else, in the order of cards and of their
+ * identifiers: for people who look for a camera that isn't listed.
+ *   table  out: as many rows as there are nodes, but no more than *count
+ *   count  in: rows that table has room for, 0 allowed. out: nodes found, also where that is more
+ *   ZERIX_ERROR_NOT_LOADED     state: loaded
+ *   ZERIX_ERROR_BAD_PARAMETER  table or count is null
+ *   ZERIX_ERROR_NOT_SUPPORTED  this bus shows nothing but cameras, or there is none; nothing is
+ *                              written
+ *   ZERIX_ERROR_DRIVER_FAULT   the bus can't be looked at; nothing is written
+ * May run beside every other call but Zerix_ReleaseDriver, and touches no camera that is open.
+ * Opens each node for a moment; blocks for its answers on the bus, some seconds at most. */
+ZERIX_API uint32_t Zerix_ListBusNodes(ZerixBusNode *table, uint32_t *count);
+
 /* Opens a camera of the last listing for this process alone.
  *   cameraId  the cameraId of the camera's row
  *   camera    out: the handle, valid for calls until Zerix_CloseCamera

@@ -22,6 +22,35 @@ typedef struct ZerixCameraListItem {
     uint32_t reserved[10]; /* left untouched */
 } ZerixCameraListItem;
 
+/* What a node of the bus is; any of them together. */
+enum {
+    ZERIX_NODE_IS_CARD = 1,   /* the computer's own node */
+    ZERIX_NODE_IS_CAMERA = 2, /* a camera of this library; its remark tells how that is known */
+    ZERIX_NODE_MAY_OPEN = 4,  /* this process may open it */
+    ZERIX_NODE_IS_IN_USE = 8  /* somebody has it open as a camera */
+};
+
+/* What a number holds that nobody knows. */
+#define ZERIX_NODE_UNKNOWN 0xFFFFFFFFu
+
+/* One node of one card's bus. The texts are UTF-8 and end with a zero; what doesn't fit is cut. */
+typedef struct ZerixBusNode {
+    uint64_t guid;             /* its 64-bit identifier, given by its maker; 0 if unknown */
+    uint32_t card;             /* from 0 */
+    uint32_t speed;            /* of the way to it, Mb/s: 100, 200, 400, 800; 0 if unknown */
+    uint32_t flags;            /* ZERIX_NODE_... */
+    uint32_t systemError;      /* why it may not be opened: the system's own number; 0 else */
+    uint32_t interfaceVersion; /* of the kernel's interface; 0 where there is none */
+    uint32_t bandwidthLeft;    /* on the card's bus, in allocation units of 4,915 */
+    uint32_t channelsLeft;     /* on the card's bus, of 64 */
+    uint32_t reserved;         /* 0 */
+    char device[64];           /* as the system names it */
+    char vendor[64];
+    char model[64];
+    char units[128];  /* 0xSPECIFIER:0xVERSION of each unit, with a blank between two */
+    char remark[192]; /* why it is a camera or not, or may not be opened: one sentence */
+} ZerixBusNode;
+
 /* The settings record. Prepare it with Zerix_CreateCameraSettingsStruct, fill it by a read, free it
  * with Zerix_ReleaseCameraSettingsStruct. Its contents belong to the library. */
 typedef struct Zerix_Settings {

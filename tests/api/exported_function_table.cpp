@@ -117,6 +117,15 @@ uint32_t Version(const Given &given)
     return Checked(code, numbers[0] == kOutside && numbers[1] == kOutside);
 }
 
+uint32_t ListBusNodes(const Given &given)
+{
+    ZerixBusNode node = {};
+    node.card = kOutside;
+    uint32_t count = 1;
+    const uint32_t code = Zerix_ListBusNodes(given.Pointer(0, &node), given.Pointer(1, &count));
+    return Checked(code, node.card == kOutside && count == 1);
+}
+
 uint32_t ListCameras(const Given &given)
 {
     ZerixCameraListItem row = {};
@@ -322,6 +331,7 @@ ExportedFunction WithRecord(ExportedFunction row, uint32_t badRecord, bool endsA
 const ExportedFunction kTable[] = {
     {.name = "Zerix_LibVersion", .call = LibVersion, .nulls = {2, 2, 2}},
     {.name = "Zerix_Version", .call = Version, .nulls = {2, 2}},
+    {.name = "Zerix_ListBusNodes", .call = ListBusNodes, .nulls = {2, 2}},
     {.name = "Zerix_ListCameras", .call = ListCameras, .nulls = {2, 2}},
     {.name = "Zerix_OpenCamera", .call = OpenNoCamera, .nulls = {2}, .inOrder = {11}},
     AskingForExclusiveFirst(OfHandle("Zerix_CloseCamera", OfCamera<Zerix_CloseCamera>, {9})),

@@ -36,17 +36,36 @@ TEST_F(Tool, WrongUsageIsStatus2)
     EXPECT_EQ(Run("--sim list --zoom").status, 2);
 }
 
-TEST_F(Tool, WithNoBusTheErrorNamesBothWaysOn)
+// Nobody is asked to switch on a camera that can't be seen here.
+TEST_F(Tool, WithNoBusTheErrorTellsOfTheCardAndOfVirtualCameras)
 {
-    for (const char *verb : {"list", "info", "grab -o x.raw"}) {
+    for (const char *verb : {"list", "info", "grab -o x.raw", "bus"}) {
         const Outcome outcome = Run(verb);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(
-            outcome.err,
-            "zerix: There is no FireWire camera at hand: connect one and switch it on, or use "
-            "--sim for virtual cameras (--rack FILE for your own).\n");
+        EXPECT_EQ(outcome.err,
+                  "zerix: This computer has no FireWire card that this library can use. Use --sim "
+                  "for virtual cameras (--rack FILE for your own).\n");
     }
+}
+
+TEST_F(Tool, ShowsTheNodesOfTheVirtualBus)
+{
+    const Outcome table = Run("--rack default bus");
+    EXPECT_EQ(table.status, 0) << table.err;
+    EXPECT_EQ(table.out.substr(0, table.out.find('\n')),
+              "Card 0: 4915 of 4915 units of bandwidth and 64 of 64 channels left");
+    EXPECT_NE(table.out.find("  camera\n      A virtual camera.\n"), std::string::npos);
+    const Outcome json = Run("--rack default bus --json");
+    const auto nodes = nlohmann::json::parse(json.out);
+    ASSERT_GE(nodes.size(), 2u);
+    EXPECT_TRUE(nodes[0]["is_card"]);
+    EXPECT_TRUE(nodes[1]["is_camera"]);
+    EXPECT_EQ(nodes[1]["guid"], "00a1b2c300000018");
+    EXPECT_EQ(nodes[1]["model"], "Astrel C2");
+    const Outcome entry = Run("--rack default bus --hwdb");
+    EXPECT_EQ(entry.status, 1);
+    EXPECT_TRUE(entry.err.starts_with("zerix: No camera is at hand whose unit")) << entry.err;
 }
 
 TEST_F(Tool, ListsTheBuiltInRackWithTheOptionBeforeOrAfterTheVerb)
@@ -336,7 +355,7 @@ TEST_F(Tool, AnUnknownCommandIsToldWithTheKnownOnes)
     const Outcome unknown = Run("frobnicate");
     EXPECT_EQ(unknown.status, 2);
     EXPECT_TRUE(
-        unknown.err.starts_with("zerix: \"frobnicate\" is no command; known are list, info, "))
+        unknown.err.starts_with("zerix: \"frobnicate\" is no command; known are list, bus, info, "))
         << unknown.err;
     EXPECT_EQ(Run("--sim lst").err, "zerix: \"lst\" is no command; did you mean list?\n");
     EXPECT_EQ(Run("trace sow").err, "zerix: \"sow\" is no command; did you mean show?\n");

@@ -124,6 +124,10 @@ public:
     void CancelPending(kernel::DeviceHandle device) override { m_bus->CancelPending(device); }
     void Close(kernel::DeviceHandle device) override { m_bus->Close(device); }
     bool IsSimulated() const override { return m_bus->IsSimulated(); }
+    uint32_t DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount, uint32_t *count) override
+    {
+        return m_bus->DescribeNodes(nodes, maximumCount, count);
+    }
     void Cancel(kernel::DeviceHandle device, kernel::Overlapped *overlapped) override
     {
         m_bus->Cancel(device, overlapped);

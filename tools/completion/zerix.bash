@@ -9,6 +9,7 @@ _zerix_options()
     trigger) echo "-o --output --set --wait" ;;
     record) echo "-o --output -n --count --for --wait --buffer --set --color --autoexpose --whitebalance --region" ;;
     monitor) echo "-n --count --for --every --set" ;;
+    bus) echo "--hwdb" ;;
     preview) echo "-o --output --size" ;;
     autoexpose) echo "--color --region --set --wait" ;;
     whitebalance) echo "--autoexpose --region --set --wait" ;;
@@ -56,7 +57,7 @@ _zerix_command()
 _zerix()
 {
     local common="-h --help --version --sim --rack --camera --json"
-    local verbs="list info get set racks grab autoexpose whitebalance process trigger record monitor trace
+    local verbs="list bus info get set racks grab autoexpose whitebalance process trigger record monitor trace
         preview"
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=
     COMPREPLY=()
