@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "camera/assembler/frame_buffer_pool.h"
 #include "image/image_formats.h"
+#include "platform/frame_buffer_pool.h"
 
 namespace ZX {
 

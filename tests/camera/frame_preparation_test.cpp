@@ -2,8 +2,8 @@
 // settings, and when it prepares none; and which frames are good when they end.
 #include <gtest/gtest.h>
 
-#include "camera/assembler/frame_buffer_pool.h"
 #include "image/z_ex_image.h"
+#include "platform/frame_buffer_pool.h"
 #include "tests/camera/frame_camera.h"
 #include "tests/support/debug_output_capture.h"
 

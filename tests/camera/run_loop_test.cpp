@@ -4,9 +4,9 @@
 #include <thread>
 #include <vector>
 
-#include "camera/assembler/frame_buffer_pool.h"
 #include "image/z_image_filter.h"
 #include "image/z_image_pipeline.h"
+#include "platform/frame_buffer_pool.h"
 #include "platform/os.h"
 #include "tests/camera/camera_inside.h"
 #include "tests/camera/image_receiver.h"

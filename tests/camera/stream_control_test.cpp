@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "camera/assembler/frame_buffer_pool.h"
 #include "image/z_ex_image.h"
+#include "platform/frame_buffer_pool.h"
 #include "tests/camera/frame_camera.h"
 #include "tests/support/debug_output_capture.h"
 

@@ -1,6 +1,6 @@
 // The search for an exposure on a camera whose images the test makes.
-#include "camera/assembler/frame_buffer_pool.h"
 #include "image/z_bayer_interpolation.h"
+#include "platform/frame_buffer_pool.h"
 #include "tests/image/exposure_fixture.h"
 
 namespace ZX {

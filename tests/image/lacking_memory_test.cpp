@@ -2,9 +2,9 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 
-#include "camera/assembler/frame_buffer_pool.h"
 #include "image/z_bayer_interpolation.h"
 #include "image/z_rgb_filter_wheel.h"
+#include "platform/frame_buffer_pool.h"
 #include "platform/os.h"
 #include "tests/hal/counting_allocator.h"
 #include "tests/image/filter_camera.h"

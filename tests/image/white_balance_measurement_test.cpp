@@ -2,11 +2,11 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
-#include "camera/assembler/frame_buffer_pool.h"
 #include "image/z_auto_white_balance.h"
 #include "image/z_bayer_interpolation.h"
 #include "image/z_benchmate_ratio_correction.h"
 #include "image/z_image_pipeline.h"
+#include "platform/frame_buffer_pool.h"
 #include "tests/image/filter_camera.h"
 
 namespace ZX {

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 
-#include "camera/assembler/frame_buffer_pool.h"
+#include "platform/frame_buffer_pool.h"
 #include "tests/image/image_fixture.h"
 
 namespace ZX {

@@ -1,5 +1,5 @@
 // Memory of frames, used again.
-#include "camera/assembler/frame_buffer_pool.h"
+#include "platform/frame_buffer_pool.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,5 +1,5 @@
 // The memory of frames.
-#include "camera/assembler/frame_buffer_pool.h"
+#include "platform/frame_buffer_pool.h"
 
 #include <cstdlib>
 #include <cstring>
