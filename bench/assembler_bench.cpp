@@ -158,10 +158,10 @@ void Assemble(benchmark::State &state)
     assembler.SetUp({Target::Give, Target::Give, Target::Done, Target::Overrun, &target});
     for (auto _ : state) {
         packets = recording.bytes;
-        assembler.SetStreamingVersion(static_cast<uint8_t>(state.range(0)));
+        assembler.Begin(static_cast<uint8_t>(state.range(0)));
         TimeIt(state, [&] {
             for (const auto &packet : recording.packets)
-                assembler.Packet(packets.data() + packet.begin, packet.length);
+                assembler.Packet({packets.data() + packet.begin, packet.length});
         });
     }
     if (target.frames != static_cast<int64_t>(state.iterations()) ||

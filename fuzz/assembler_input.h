@@ -21,10 +21,10 @@ public:
     size_t Run()
     {
         m_assembler.SetUp({Get, Peek, Done, Overrun, this});
-        m_assembler.SetStreamingVersion(static_cast<uint8_t>(Byte() % 3));
+        m_assembler.Begin(static_cast<uint8_t>(Byte() % 3));
         while (!m_input.empty())
             Act();
-        m_assembler.Cancel();
+        m_assembler.Drop();
         return m_arrived;
     }
 
@@ -47,9 +47,9 @@ private:
     {
         const uint8_t action = Byte();
         if (action == 0)
-            return m_assembler.Cancel();
+            return m_assembler.Drop();
         if (action == 1)
-            return m_assembler.SetStreamingVersion(static_cast<uint8_t>(Byte() % 3));
+            return m_assembler.Begin(static_cast<uint8_t>(Byte() % 3));
         const size_t length = Byte();
         const size_t count = std::min(length, m_input.size());
         const std::unique_ptr<uint8_t[]> payload(new uint8_t[count]);
@@ -57,7 +57,7 @@ private:
         m_input = m_input.subspan(count);
         if (action >= 4)
             Mend({payload.get(), count}, action);
-        m_assembler.Packet(payload.get(), static_cast<uint32_t>(count));
+        m_assembler.Packet({payload.get(), count});
     }
 
     // Random bytes hardly ever are a packet: gives them the marks of one.

@@ -197,11 +197,11 @@ uint32_t HAL_CameraConnect(HALCamera *camera, uint16_t packetSize, HAL_FrameCall
     const uint32_t error = ConnectToFireWireCamera(*camera, *device);
     if (error != HAL_NO_ERROR)
         return error;
-    device->stream.SetUp({.getFrame = getFrame,
-                          .peekFrame = peekFrame,
-                          .frameDone = frameDone,
-                          .overrun = overrun,
-                          .context = context});
+    device->sink->SetUp({.getFrame = getFrame,
+                         .peekFrame = peekFrame,
+                         .frameDone = frameDone,
+                         .overrun = overrun,
+                         .context = context});
     device->timedOut = timedOut;
     device->context = context;
     return HAL_NO_ERROR;

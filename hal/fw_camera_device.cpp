@@ -44,7 +44,7 @@ bool ReceiveRing::IsOver()
 
 FWCameraDevice::FWCameraDevice(const char *path)
     : deviceMutex(os::Mutex::Create()), frameWaitEvent(os::Event::Create(os::ResetMode::kManual)),
-      buffersQueued(os::Event::Create(os::ResetMode::kManual))
+      buffersQueued(os::Event::Create(os::ResetMode::kManual)), sink(MakePacketSink())
 {
     std::strncpy(devicePath, path, kernel::kLongestDevicePath);
 }

@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <memory>
 
-#include "camera/assembler/frame_assembler.h"
 #include "hal/access_gate.h"
 #include "hal/camera_connection.h"
 #include "hal/device_request.h"
@@ -19,6 +18,7 @@
 #include "hal/driver_memory.h"
 #include "hal/kernel_driver.h"
 #include "hal/kernel_requests.h"
+#include "hal/packet_sink.h"
 #include "platform/large_blocks.h"
 #include "platform/os.h"
 #include "zerix/zerix_hal.h"
@@ -76,10 +76,12 @@ public:
     FWCameraDevice(const FWCameraDevice &) = delete;
     FWCameraDevice &operator=(const FWCameraDevice &) = delete;
 
-    // False if the system had no mutex or event for it; it then can't be used.
+    // False if the system had no mutex or event for it, or no memory for the sink; it then can't be
+    // used.
     bool IsWhole() const
     {
-        return deviceMutex != nullptr && frameWaitEvent != nullptr && buffersQueued != nullptr;
+        return deviceMutex != nullptr && frameWaitEvent != nullptr && buffersQueued != nullptr &&
+               sink != nullptr;
     }
 
     // Queues a buffer. A failure becomes the thread's last system error.
@@ -140,9 +142,9 @@ public:
     std::atomic<bool> isStreaming{false};
     // Why the last stream brings no more frames. Orders nothing, as `isStreaming`.
     std::atomic<StreamEnd> streamEnd{StreamEnd::kStopped};
-    FrameAssembler stream;
-    HAL_EventCallback timedOut = nullptr; // the device was lost while streaming
-    void *context = nullptr;              // of the callbacks
+    const std::unique_ptr<PacketSink> sink; // of the packets of every stream
+    HAL_EventCallback timedOut = nullptr;   // the device was lost while streaming
+    void *context = nullptr;                // of the callbacks
     threadInfo *receiveThread = nullptr;
     DriverPointer<ReceiveRing> ring;
     uint32_t streamRegister = 0; // the last start's: where the camera is told to send no more

@@ -101,7 +101,7 @@ uint32_t StartStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_
         return FailBusy(HAL_ERROR_ASYNC_READ);
     FreeWhatIsOver();
     device.streamRegister = registerAddress;
-    device.stream.SetStreamingVersion(static_cast<uint8_t>(streamingVersion));
+    device.sink->Begin(static_cast<uint8_t>(streamingVersion));
     device.ring = MakeRing(device);
     if (!device.ring)
         return FailedBecause(kernel::kErrorNoSystemResources);
@@ -181,7 +181,7 @@ uint32_t StopStreaming(const HALCamera &camera, FWCameraDevice &device, uint32_t
     if (error != HAL_NO_ERROR)
         device.CancelPending();
     if (threadHasLeft) {
-        device.stream.Cancel();
+        device.sink->Drop();
         device.ring.reset();
     }
     if (error != HAL_NO_ERROR)
@@ -204,7 +204,7 @@ bool AbandonStream(FWCameraDevice &device)
     // A callback that closes its own camera runs when the thread has left the ring.
     if (!JoinReceiveThread(device) && !IsReceiveThreadOf(device))
         return false;
-    device.stream.Cancel();
+    device.sink->Drop();
     device.ring.reset();
     return true;
 }

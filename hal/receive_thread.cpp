@@ -43,6 +43,7 @@ private:
 void Parse(FWCameraDevice &device, ReceiveSlot &slot, bool realTime)
 {
     const ReceiveRing &ring = *device.ring;
+    PacketSink &sink = *device.sink;
     const RealTimeWhileParsing priority(realTime);
     for (uint32_t i = 0; i < kernel::kSlotsPerBuffer; ++i) {
         if (!device.isStreaming.load(std::memory_order_relaxed))
@@ -50,7 +51,7 @@ void Parse(FWCameraDevice &device, ReceiveSlot &slot, bool realTime)
         const auto payload =
             PayloadOf({slot.buffer + size_t{i} * ring.packetSlotBytes, ring.packetSlotBytes});
         if (!payload.empty())
-            device.stream.Packet(payload.data(), static_cast<uint32_t>(payload.size()));
+            sink.Packet(payload);
     }
 }
 

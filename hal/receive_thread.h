@@ -1,5 +1,5 @@
 // The receive thread of a streaming camera: takes the full buffers in turn, passes their payloads
-// to the frame assembler, and queues them again.
+// to the packet sink, and queues them again.
 #pragma once
 
 #include <cstdint>

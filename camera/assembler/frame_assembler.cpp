@@ -1,6 +1,8 @@
 // The steps that the stream formats share: the start of a frame, copy and fill, and the check
-// whether a frame is done. Receive thread, but for setting up and cancelling.
+// whether a frame is done. Receive thread, except for setting up, beginning and dropping.
 #include "camera/assembler/frame_assembler.h"
+
+#include <new>
 
 #include "camera/assembler/packet_words.h"
 #include "camera/assembler/turn_image.h"
@@ -59,27 +61,25 @@ void GiveAwayStray(tStFrameInfo &frame)
 
 } // namespace
 
-void FrameAssembler::SetUp(const AssemblerCallbacks &callbacks)
+void FrameAssembler::SetUp(const hal::FrameCallbacks &callbacks)
 {
     m_callbacks = callbacks;
     m_frame = nullptr;
     m_cursor.Clear();
 }
 
-void FrameAssembler::Cancel() { Drop(); }
-
-void FrameAssembler::SetStreamingVersion(uint8_t version)
+void FrameAssembler::Begin(uint8_t streamingVersion)
 {
-    m_streamingVersion = version;
+    m_streamingVersion = streamingVersion;
     m_expectedPacket = 0;
 }
 
-void FrameAssembler::Packet(uint8_t *payload, uint32_t length)
+void FrameAssembler::Packet(std::span<uint8_t> payload)
 {
     if (m_streamingVersion == 0)
-        Block({payload, length});
+        Block(payload);
     else
-        PositionedPacket({payload, length});
+        PositionedPacket(payload);
 }
 
 // Start ------------------------------------------------------------------------------------------
@@ -209,6 +209,11 @@ void FrameAssembler::Drop()
     }
     m_frame = nullptr;
     m_cursor.Clear();
+}
+
+std::unique_ptr<hal::PacketSink> hal::MakePacketSink()
+{
+    return std::unique_ptr<PacketSink>(new (std::nothrow) FrameAssembler);
 }
 
 } // namespace zerix

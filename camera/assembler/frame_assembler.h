@@ -1,6 +1,7 @@
 // Turns the payloads of isochronous packets into frames, on the receive thread and in place: one
 // copy from the packet to the frame's buffer. Knows the three stream formats, interlaced fields and
-// colour planes. A leaf: it knows neither camera nor bus.
+// colour planes. It knows neither camera nor bus: the hardware layer passes it the packets and
+// calls it as hal/packet_sink.h documents.
 #pragma once
 
 #include <cstdint>
@@ -8,34 +9,22 @@
 
 #include "camera/assembler/frame_cursor.h"
 #include "camera/assembler/frame_info.h"
+#include "hal/packet_sink.h"
 
 namespace zerix {
 
-// `peekFrame` prepares a frame and returns it, or null; `getFrame` returns the frame prepared last;
-// `frameDone` tells that the current frame is finished; `overrun` that the buffer was overwritten
-// while it was parsed. All run on the receive thread and must not block.
-struct AssemblerCallbacks {
-    tStFrameInfo *(*getFrame)(void *context) = nullptr;
-    tStFrameInfo *(*peekFrame)(void *context) = nullptr;
-    void (*frameDone)(void *context) = nullptr;
-    void (*overrun)(void *context) = nullptr;
-    void *context = nullptr;
-};
-
-class FrameAssembler {
+class FrameAssembler final : public hal::PacketSink {
 public:
-    // Takes the callbacks and forgets the current frame, without touching it.
-    void SetUp(const AssemblerCallbacks &callbacks);
+    void SetUp(const hal::FrameCallbacks &callbacks) override;
 
-    // Forgets the current frame; nothing is written to it any more, and it will not be delivered.
-    void Cancel();
+    // Also restarts the packet count of format 0. A frame in work stays in work.
+    void Begin(uint8_t streamingVersion) override;
 
-    // 0, 1 or 2. Also restarts the packet count of format 0.
-    void SetStreamingVersion(uint8_t version);
+    // Reads and writes nothing outside the payload, however short it is.
+    void Packet(std::span<uint8_t> payload) override;
 
-    // Parses one payload of `length` bytes, which it may change. Reads and writes nothing outside
-    // it.
-    void Packet(uint8_t *payload, uint32_t length);
+    // The frame is marked as stray and no longer valid, and given back to its owner.
+    void Drop() override;
 
 private:
     // Formats 1 and 2: one packet at a time, each with its position in the frame.
@@ -59,9 +48,8 @@ private:
     void FinishWhenDone();
     void TurnFrame();
     void Deliver();
-    void Drop();
 
-    AssemblerCallbacks m_callbacks;
+    hal::FrameCallbacks m_callbacks;
     tStFrameInfo *m_frame = nullptr;
     FrameCursor m_cursor;
     uint8_t m_fieldHigh = 0; // kept with the frame; nothing depends on it

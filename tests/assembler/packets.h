@@ -137,7 +137,7 @@ struct FakeCamera {
     explicit FakeCamera(uint8_t version)
     {
         assembler.SetUp({Get, Peek, Done, Overrun, this});
-        assembler.SetStreamingVersion(version);
+        assembler.Begin(version);
     }
 
     // From a heap copy of the exact size, so that a byte too far is seen. Returns what is left
@@ -146,7 +146,7 @@ struct FakeCamera {
     {
         std::unique_ptr<uint8_t[]> copy(new uint8_t[payload.size()]);
         std::copy(payload.begin(), payload.end(), copy.get());
-        assembler.Packet(copy.get(), static_cast<uint32_t>(payload.size()));
+        assembler.Packet({copy.get(), payload.size()});
         return {copy.get(), copy.get() + payload.size()};
     }
     void Send(const std::vector<Bytes> &payloads)

@@ -181,7 +181,7 @@ TEST_F(StreamFormat0, LeavesAPieceAtTheEndOfTheBlock)
 TEST_F(StreamFormat0, RestartsItsCountWithTheVersion)
 {
     camera.Send(Block(0, 1, kFourWords, {Start(1), Rest(2)}));
-    camera.assembler.SetStreamingVersion(0);
+    camera.assembler.Begin(0);
     camera.Send(Block(0, 1, kFourWords, {Second(3), Rest(4)}));
     ExpectOne(0, Joined({{2, 1}, {16, 2}, {2, 3}, {10, 4}}));
 }
@@ -220,7 +220,7 @@ TEST_F(StreamFormat0, ForgetsTheFrameOfABufferThatWasOverwritten)
 {
     Bytes block = Block(0, 1, kFourWords, {Start(1), Rest(2)});
     camera.overwriteAtPeek = block.data();
-    camera.assembler.Packet(block.data(), static_cast<uint32_t>(block.size()));
+    camera.assembler.Packet({block.data(), block.size()});
     EXPECT_EQ(camera.overruns, 1u);
     ASSERT_EQ(camera.frames.size(), 1u);
     EXPECT_TRUE(camera.frames[0]->info.finished);

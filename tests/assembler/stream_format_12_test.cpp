@@ -271,7 +271,7 @@ TEST_F(StreamFormat12, TurnsNoCutFrameButOneWithAGap)
 TEST_F(StreamFormat12, WritesNothingAfterACancel)
 {
     camera.Send(First(1, {}, {1, 2}));
-    camera.assembler.Cancel();
+    camera.assembler.Drop();
     EXPECT_TRUE(camera.frames[0]->info.finished);
     EXPECT_FALSE(camera.frames[0]->info.valid);
     camera.Send(Next(1, 2, {3, 4, 5, 6, 7, 8}));
@@ -281,7 +281,7 @@ TEST_F(StreamFormat12, WritesNothingAfterACancel)
 
 TEST_F(StreamFormat12, CancelsWithoutAFrame)
 {
-    camera.assembler.Cancel();
+    camera.assembler.Drop();
     camera.Send(First(1, {}, {1, 2, 3, 4, 5, 6, 7, 8}));
     ExpectOne(0, {1, 2, 3, 4, 5, 6, 7, 8});
 }

@@ -264,7 +264,7 @@ public:
         s_starts.clear();
         s_starts.reserve(1000);
         static_cast<hal::FWCameraDevice *>(camera.GetHalCamera().device)
-            ->stream.SetUp(
+            ->sink->SetUp(
                 {GetNewFrameCallback, Peek, ImageArrivedCallback, OverrunCallback, &camera});
     }
     static const std::vector<uint64_t> &AtStarts() { return s_starts; }

@@ -1,6 +1,7 @@
 // The list of the cameras on the bus.
 #include "tests/hal/counting_allocator.h"
 #include "tests/hal/hal_fixture.h"
+#include "tests/hal/plain_sink.h"
 #include "tests/support/too_much_memory.h"
 
 using namespace zerix;
@@ -227,11 +228,11 @@ TEST_F(DeviceList, FailsWhenTheWalkOverTheBusBreaksOff)
     EXPECT_EQ(driver.Calls(), (Calls{"enumerate 10"}));
 }
 
-// The paths, the work area, and each device's record with its mutex and event.
+// The paths, the work area, and each device's record with its mutex, events and packet sink.
 TEST_F(DeviceList, AsksTheOtherDevicesWhenOneHasNoRecordAndFailsThen)
 {
     driver.paths = {"one", "two"};
-    for (const uint32_t allocation : {3u, 4u, 5u}) {
+    for (const uint32_t allocation : {3u, 4u, 5u, 6u, 7u}) {
         driver.Forget();
         {
             const LackingAllocation lacking(allocation);
@@ -245,6 +246,24 @@ TEST_F(DeviceList, AsksTheOtherDevicesWhenOneHasNoRecordAndFailsThen)
     }
     EXPECT_EQ(List(), 0u);
     EXPECT_EQ(m_count, 2u);
+}
+
+TEST_F(DeviceList, OpensNoDeviceThatHasNoPacketSink)
+{
+    driver.paths = {"one", "two"};
+    const uint32_t before = PlainSink::Alive();
+    {
+        const RefusedSinks refused;
+        EXPECT_EQ(List(), 17u);
+    }
+    EXPECT_EQ(m_list, &m_untouched);
+    EXPECT_EQ(m_count, 99u);
+    EXPECT_EQ(driver.Calls(), Calls{"enumerate 10"});
+    ASSERT_EQ(List(), 0u);
+    EXPECT_EQ(m_count, 2u);
+    EXPECT_EQ(PlainSink::Alive(), before + 2);
+    Free();
+    EXPECT_EQ(PlainSink::Alive(), before);
 }
 
 TEST_F(DeviceList, FailsWithoutAWorkArea)

@@ -91,7 +91,7 @@ TEST_F(IsoStream, CanBeStartedAgain)
 {
     for (int i = 0; i < 3; ++i) {
         BeStreaming();
-        EXPECT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+        EXPECT_TRUE(driver.Fill({BeginningPacket(kFrame)}));
         EXPECT_TRUE(sink.AwaitFrame());
         EXPECT_EQ(Stop(), 0u);
     }
@@ -101,9 +101,9 @@ TEST_F(IsoStream, CanBeStartedAgain)
 TEST_F(IsoStream, DeliversAFrame)
 {
     BeStreaming();
-    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+    ASSERT_TRUE(driver.Fill({BeginningPacket(kFrame)}));
     ASSERT_TRUE(sink.AwaitFrame());
-    EXPECT_EQ(sink.frame.status, 0u);
+    EXPECT_FALSE(sink.frame.isDropped);
     EXPECT_EQ(Stop(), 0u);
     EXPECT_EQ(sink.data, kFrame);
 }
@@ -112,7 +112,7 @@ TEST_F(IsoStream, TakesTheBuffersInTurnAndQueuesThemAgain)
 {
     BeStreaming();
     for (uint8_t i = 0; i < 130; ++i) {
-        ASSERT_TRUE(driver.Fill({{}, WholeFramePacket(i, Bytes(kFrameBytes, i))}));
+        ASSERT_TRUE(driver.Fill({{}, BeginningPacket(Bytes(kFrameBytes, i))}));
         ASSERT_TRUE(sink.AwaitFrame());
         ASSERT_EQ(sink.data[7], i);
         ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 61u + i));
@@ -126,7 +126,7 @@ TEST_F(IsoStream, ReadsAllThirtySlots)
     BeStreaming();
     std::vector<Bytes> payloads;
     for (uint8_t i = 0; i < 30; ++i)
-        payloads.push_back(WholeFramePacket(i, kFrame));
+        payloads.push_back(BeginningPacket(kFrame));
     ASSERT_TRUE(driver.Fill(payloads));
     for (int i = 0; i < 30; ++i)
         ASSERT_TRUE(sink.AwaitFrame());
@@ -137,11 +137,11 @@ TEST_F(IsoStream, WritesNothingToAFrameAfterTheStop)
 {
     BeStreaming();
     const Bytes half = {1, 2, 3, 4};
-    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, half)}));
+    ASSERT_TRUE(driver.Fill({BeginningPacket(half)}));
     ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 61));
     EXPECT_EQ(Stop(), 0u);
     BeStreaming();
-    ASSERT_TRUE(driver.Fill({ContinuingPacket(1, 4, {5, 6, 7, 8})}));
+    ASSERT_TRUE(driver.Fill({ContinuingPacket({5, 6, 7, 8})}));
     ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 122));
     EXPECT_EQ(Stop(), 0u);
     EXPECT_EQ(sink.data, (Bytes{1, 2, 3, 4, 0, 0, 0, 0}));
@@ -158,17 +158,15 @@ TEST_F(IsoStream, DropsAFrameThatBeginsWhileItStops)
         while (Device().isStreaming.load())
             std::this_thread::yield();
     };
-    sink.frame.valid = true;
-    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, {1, 2, 3, 4}), ContinuingPacket(1, 4, {9, 9})}));
+    ASSERT_TRUE(driver.Fill({BeginningPacket({1, 2, 3, 4}), ContinuingPacket({9, 9})}));
     ASSERT_EQ(hasBegun->Wait(20000), os::WaitResult::kSignalled);
     EXPECT_EQ(Stop(), 0u);
     EXPECT_EQ(sink.data, (Bytes{1, 2, 3, 4, 0, 0, 0, 0})) << "it had begun";
-    EXPECT_TRUE(sink.frame.finished);
-    EXPECT_FALSE(sink.frame.valid);
+    EXPECT_TRUE(sink.frame.isDropped);
     EXPECT_EQ(sink.doneCount, 0u);
     sink.duringPeek = {};
     BeStreaming();
-    ASSERT_TRUE(driver.Fill({ContinuingPacket(1, 4, {5, 6, 7, 8})}));
+    ASSERT_TRUE(driver.Fill({ContinuingPacket({5, 6, 7, 8})}));
     EXPECT_EQ(Stop(), 0u);
     EXPECT_EQ(sink.data, (Bytes{1, 2, 3, 4, 0, 0, 0, 0}));
     EXPECT_EQ(sink.doneCount, 0u);
@@ -179,7 +177,7 @@ TEST_F(IsoStream, AllocatesNothingWhileItReceives)
     BeStreaming();
     driver.isRecording = false;
     for (uint8_t i = 0; i < 200; ++i) {
-        ASSERT_TRUE(driver.Fill({WholeFramePacket(i, kFrame)}));
+        ASSERT_TRUE(driver.Fill({BeginningPacket(kFrame)}));
         ASSERT_TRUE(sink.AwaitFrame());
     }
     EXPECT_EQ(sink.allocationsAtLastFrame, sink.allocationsAtFirstFrame);
@@ -248,7 +246,7 @@ TEST_F(IsoStream, PassesOverAFailedBufferAndQueuesItAgain)
     for (const uint32_t error : {31u, 1117u, 121u, 995u}) {
         ASSERT_TRUE(driver.FailBuffer(error));
         ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, ++queued)) << error;
-        ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+        ASSERT_TRUE(driver.Fill({BeginningPacket(kFrame)}));
         ASSERT_TRUE(sink.AwaitFrame()) << error;
         ++queued;
     }
@@ -263,7 +261,7 @@ TEST_F(IsoStream, ParsesNothingOfAFailedBuffer)
 {
     BeStreaming();
     for (uint32_t i = 0; i < 60; ++i)
-        ASSERT_TRUE(driver.Fill({WholeFramePacket(static_cast<uint8_t>(i), kFrame)}));
+        ASSERT_TRUE(driver.Fill({BeginningPacket(kFrame)}));
     for (uint32_t i = 0; i < 60; ++i)
         ASSERT_TRUE(sink.AwaitFrame());
     ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 120));
@@ -278,7 +276,7 @@ TEST_F(IsoStream, SixtyFailedBuffersInARowAreALoss)
     BeStreaming();
     for (int i = 0; i < 59; ++i)
         ASSERT_TRUE(driver.FailBuffer(31));
-    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+    ASSERT_TRUE(driver.Fill({BeginningPacket(kFrame)}));
     ASSERT_TRUE(sink.AwaitFrame());
     for (int i = 0; i < 59; ++i)
         ASSERT_TRUE(driver.FailBuffer(31));
@@ -305,7 +303,7 @@ TEST_F(IsoStream, EndsTheThreadWhenABufferCannotBeQueuedAgain)
 {
     BeStreaming();
     driver.Next(kernel::kControlQueueBuffer, Fails(kernel::kErrorNoSystemResources));
-    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+    ASSERT_TRUE(driver.Fill({BeginningPacket(kFrame)}));
     ASSERT_TRUE(sink.AwaitFrame());
     ASSERT_TRUE(driver.Await(kernel::kControlStreamEnd, 1));
     const auto before = std::chrono::steady_clock::now();
@@ -354,7 +352,7 @@ TEST_F(IsoStream, QueuesABufferAtItsTurnThatWasRefusedAtTheStart)
     BeStreaming();
     ASSERT_TRUE(driver.Await(kernel::kControlQueueBuffer, 61));
     EXPECT_EQ(driver.Pending(), 60u);
-    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, kFrame)}));
+    ASSERT_TRUE(driver.Fill({BeginningPacket(kFrame)}));
     ASSERT_TRUE(sink.AwaitFrame());
     EXPECT_EQ(Stop(), 0u);
 }

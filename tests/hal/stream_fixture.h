@@ -1,47 +1,18 @@
-// A camera that streams over the scripted driver, with frames of eight bytes in stream format 1.
+// A camera that streams over the scripted driver, with frames of eight bytes.
 #pragma once
 
 #include <atomic>
 #include <functional>
 #include <thread>
 
-#include "camera/assembler/frame_info.h"
 #include "tests/hal/counting_allocator.h"
 #include "tests/hal/hal_fixture.h"
+#include "tests/hal/plain_sink.h"
 
 namespace zerix::test {
 
 inline constexpr uint32_t kEnableRegister = 0xD0004004;
 inline constexpr size_t kFrameBytes = 8;
-inline constexpr uint8_t kTag = 0x21;
-
-// Not by a range insert: g++ 12 then warns of bounds that are not there.
-inline void Append(Bytes &bytes, const Bytes &more)
-{
-    for (const uint8_t byte : more)
-        bytes.push_back(byte);
-}
-
-// A packet with frame header and the whole frame. Headers are swapped in 16-bit words on the wire:
-// marker 1, flags 2 (header present), id; position 0; then the header with plane, tag, field and
-// depth.
-inline Bytes WholeFramePacket(uint8_t id, const Bytes &data)
-{
-    Bytes packet = {0x02, 0x01, 0x00, id,   0x00, 0x00, 0x00, 0x00, 0x00, 0x01,
-                    kTag, 0x00, 0x00, 0x00, 0x00, 0x00, 0x07, 0x01, 0x00, 0x00};
-    Append(packet, data);
-    Append(packet, {0xAA, 0xAA, 0xAA, 0xAA});
-    return packet;
-}
-
-// A packet that goes on with the frame at a position.
-inline Bytes ContinuingPacket(uint8_t id, uint8_t position, const Bytes &data)
-{
-    Bytes packet = {0x00, 0x01, 0x00, id, 0x00, 0x00, position, 0x00};
-    Append(packet, data);
-    Append(packet, {0xAA, 0xAA, 0xAA, 0xAA});
-    return packet;
-}
 
 // The camera object of these tests: one frame, handed out again and again.
 struct FrameSink {
@@ -65,13 +36,8 @@ struct FrameSink {
         FrameSink &sink = Of(context);
         if (sink.duringPeek)
             sink.duringPeek();
-        sink.frame.data = sink.data.data();
-        sink.frame.size = kFrameBytes;
-        sink.frame.expected = kFrameBytes;
-        sink.frame.psn = kTag;
-        sink.frame.outputFormat = 0;
-        sink.frame.interlaced = false;
-        sink.frame.status = 0;
+        sink.frame.data = sink.data;
+        sink.frame.isDropped = false;
         return &sink.frame;
     }
     static tStFrameInfo *Get(void *context) { return &Of(context).frame; }

@@ -103,7 +103,7 @@ TEST_F(Turns, AFrameCallbackChangesNothing)
         note(Connect());
         note(Start());
     };
-    ASSERT_TRUE(driver.Fill({WholeFramePacket(1, {1, 2, 3, 4, 5, 6, 7, 8})}));
+    ASSERT_TRUE(driver.Fill({BeginningPacket({1, 2, 3, 4, 5, 6, 7, 8})}));
     ASSERT_TRUE(sink.AwaitFrame());
     sink.duringPeek = {};
     EXPECT_EQ(results, (std::vector<uint32_t>{31, 29, 29, 17, 0}));
@@ -122,7 +122,7 @@ TEST_F(Turns, AnyCallsMeetFromThreeThreads)
     std::thread hardware([&] {
         while (!isOver) {
             if (driver.Pending() != 0)
-                driver.Fill({WholeFramePacket(1, {1, 2, 3, 4, 5, 6, 7, 8})});
+                driver.Fill({BeginningPacket({1, 2, 3, 4, 5, 6, 7, 8})});
             std::this_thread::yield();
         }
     });

@@ -69,7 +69,7 @@ TEST_F(WindowsBus, BuffersThatFailOneByOneCostTheirFramesOnly)
     BeStreaming();
     for (const uint32_t error : {31u, 1117u, 121u, 995u}) {
         ASSERT_TRUE(windows.FailBuffer(error));
-        ASSERT_TRUE(windows.FillBuffer(WholeFramePacket(1, kFrame)));
+        ASSERT_TRUE(windows.FillBuffer(BeginningPacket(kFrame)));
         ASSERT_TRUE(sink.AwaitFrame()) << error;
     }
     EXPECT_EQ(hal::EndOfStream(camera), StreamEnd::kRunning);

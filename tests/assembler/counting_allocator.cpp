@@ -1,0 +1,2 @@
+// This test program lets the assembler lack memory.
+#include "tests/hal/counting_allocator.cpp"
