@@ -17,7 +17,7 @@ ALLOWED = {
     'image/kernels': ['platform/simd_level.h'],
     'camera': ['hal', 'image', 'diag', 'camera/assembler', 'tables', 'platform'],
     'api': ['camera', 'image', 'hal', 'diag', 'bus', 'tables', 'platform'],
-    'bus': ['hal', 'hal/requests', 'platform'],
+    'bus': ['hal', 'hal/requests', 'tables', 'platform'],
     'sim': ['hal/kernel_driver.h', 'hal/kernel_requests.h', 'hal/requests', 'platform'],
     'tools': ['platform', 'image'],
 }
