@@ -127,6 +127,8 @@ uint32_t OpenNodeFiles(SystemCalls &system, Closer &closer, const Node &node,
 uint32_t OpenAgain(SystemCalls &system, Closer &closer, const Node &node, int &file)
 {
     FileOwner opened(closer, system.Open(node.DeviceFile().c_str()));
+    if (opened.Get() == -ENOENT)
+        return kernel::kErrorDeviceNotConnected; // it was there before
     if (opened.Get() < 0)
         return SystemErrorOf(opened.Get());
     NodeInfo info;

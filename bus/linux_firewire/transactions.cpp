@@ -82,17 +82,29 @@ uint32_t Transactions::Begin(Access access)
     const uint32_t error = Send(place->first, place->second);
     if (error != 0)
         m_accesses.erase(place);
+    ForgetStalenessWhenIdle();
     return error;
 }
 
 void Transactions::Drop(kernel::RequestId id)
 {
     std::erase_if(m_accesses, [id](const auto &entry) { return entry.second.id == id; });
+    // A probe is forgotten for the next one to go on.
+    if (id != kProbe)
+        ForgetStalenessWhenIdle();
+}
+
+// Stale answers count from the first of a row; nothing is in a row with what nobody asks any more.
+void Transactions::ForgetStalenessWhenIdle()
+{
+    if (m_accesses.empty())
+        m_staleSince.reset();
 }
 
 void Transactions::End(Place place, uint32_t error)
 {
     const auto ended = m_accesses.extract(place);
+    ForgetStalenessWhenIdle();
     const Access &access = ended.mapped();
     const bool hasBytes = error == 0 && !access.isWrite;
     m_finish(access.id, error,

@@ -85,6 +85,7 @@ private:
     void AwaitGeneration(Place place);
     void TryLater(Place place);
     [[nodiscard]] bool IsStaleTooLong() const;
+    void ForgetStalenessWhenIdle();
 
     SystemCalls &m_system;
     const int m_file;

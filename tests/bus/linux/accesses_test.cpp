@@ -273,6 +273,21 @@ TEST_F(Accesses, AreOverOnceHoweverManyEventsCome)
     EXPECT_EQ(0u, Read(handle));
 }
 
+// The kernel reports a time-out, and the response comes after all.
+TEST_F(Accesses, TakeNoAnswerToAnEarlierTry)
+{
+    const auto handle = Open();
+    system.codes = {RCODE_CANCELLED, ScriptedKernel::kHang};
+    Access access;
+    BeginRead(handle, access);
+    ASSERT_TRUE(system.Await([&] { return system.sent.size() == 2; }));
+    const auto sent = system.Locked([&] { return system.sent; });
+    system.Respond(sent[0], RCODE_COMPLETE, {9, 9, 9, 9});
+    system.Respond(sent[1], RCODE_COMPLETE, {1, 2, 3, 4});
+    EXPECT_EQ(0u, End(handle, access).systemError);
+    EXPECT_EQ((std::vector<uint8_t>{1, 2, 3, 4}), access.data);
+}
+
 struct ErrorCase {
     int error;
     uint32_t systemError;

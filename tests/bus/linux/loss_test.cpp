@@ -141,6 +141,23 @@ TEST_F(Loss, IsNoneWhenTheCameraIsBackInTime)
     EXPECT_EQ(0u, Read(handle));
 }
 
+// An access was given up while it waited for the new generation; the next reset is hours later.
+TEST_F(Loss, CountsNoStaleAnswersOfLongAgo)
+{
+    const auto handle = Open();
+    system.movesTime = false;
+    system.codes = {RCODE_GENERATION};
+    const uint32_t infos = system.infos;
+    Access access;
+    BeginRead(handle, access);
+    ASSERT_TRUE(system.Await([&] { return system.infos == infos + 1; }));
+    driver->Cancel(handle, &access.block);
+    system.Locked([&] { return system.movesTime = true; });
+    system.Sleep(3h);
+    system.codes = {RCODE_GENERATION};
+    EXPECT_EQ(0u, Read(handle));
+}
+
 TEST_F(Loss, IsNoneWhereTheCameraOnlyHangs)
 {
     const auto handle = Open();

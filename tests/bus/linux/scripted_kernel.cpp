@@ -294,6 +294,8 @@ int ScriptedKernel::Ioctl(int file, unsigned long request, void *record)
 int ScriptedKernel::GetInfo(File &file, fw_cdev_get_info &record)
 {
     EXPECT_EQ(5u, record.version);
+    ++infos;
+    m_changed.notify_all();
     const auto rom = RomOf(*file.node);
     const size_t romBytes = rom.size() * 4;
     if (record.rom != 0)

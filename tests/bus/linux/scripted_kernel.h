@@ -106,6 +106,7 @@ public:
     // What was seen ------------------------------------------------------------------------
     std::vector<Sent> sent; // register requests
     uint32_t probes = 0;
+    uint32_t infos = 0;           // asked for
     std::vector<std::string> log; // of streams, locks and closes
     std::vector<fw_cdev_allocate_iso_resource> allocations;
     std::vector<uint32_t> deallocations; // handles

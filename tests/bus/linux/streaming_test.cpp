@@ -422,6 +422,9 @@ TEST_F(Streaming, TellsWhyThereIsNoRing)
     Camera().openErrors = {-EMFILE};
     EXPECT_EQ(1450u, TakeResources());
     EXPECT_EQ(0u, TakeResources());
+    Word(handle, kernel::kControlFreeResources, resources.handle);
+    Camera().openErrors = {-ENOENT};
+    EXPECT_EQ(1167u, TakeResources()) << "it is gone";
 }
 
 TEST_F(Streaming, WritesToNoBufferThatWasCancelled)
