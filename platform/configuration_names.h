@@ -15,6 +15,7 @@ inline constexpr std::array kConfigurationNames = {
     ConfigurationName{"Bus", false},
     ConfigurationName{"SimulatedBus", false},
     ConfigurationName{"SimulatorLibrary", false},
+    ConfigurationName{"FireWireUnits", false},
     ConfigurationName{"DebugOutput", false},
     ConfigurationName{"outputEnabled", true},
     ConfigurationName{"outputSettings", true},
