@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "bus/linux_firewire/node_report.h"
 #include "bus/linux_firewire/system_errors.h"
 
 namespace zerix::bus::linux_firewire {
@@ -114,11 +115,33 @@ Patience LinuxFirewireDriver::PatienceWith(uint64_t guid)
 
 bool LinuxFirewireDriver::IsCamera(const Node &node, const std::vector<Node> &nodes)
 {
-    return m_recogniser.IsCamera(node, [&](const Node &asked) -> std::unique_ptr<RegisterReader> {
+    return m_recogniser.IsCamera(node, OpensReaders(nodes));
+}
+
+Recogniser::OpenReader LinuxFirewireDriver::OpensReaders(const std::vector<Node> &nodes)
+{
+    return [&](const Node &asked) -> std::unique_ptr<RegisterReader> {
         DeviceHandle device = 0;
         if (OpenListed(asked, nodes, Patience::zero(), &device) != 0)
             return nullptr;
         return std::make_unique<Reader>(*this, device);
+    };
+}
+
+uint32_t LinuxFirewireDriver::DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount,
+                                            uint32_t *count)
+{
+    return OrWithoutResources([&]() -> uint32_t {
+        std::vector<Node> listed;
+        if (const uint32_t error = List(listed))
+            return error;
+        const auto report =
+            ReportNodes(m_system, listed,
+                        {.isCamera = [&](const Node &node) { return IsCamera(node, listed); },
+                         .open = OpensReaders(listed)});
+        *count = static_cast<uint32_t>(report.size());
+        std::copy_n(report.begin(), std::min(maximumCount, *count), nodes);
+        return 0;
     });
 }
 

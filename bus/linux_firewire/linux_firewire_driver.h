@@ -24,6 +24,7 @@ public:
     uint32_t Enumerate(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count) override;
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override;
     bool IsSimulated() const override { return false; }
+    uint32_t DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount, uint32_t *count) override;
 
 protected:
     bool IsHandle(kernel::DeviceHandle device) override;
@@ -59,6 +60,8 @@ private:
     NodePointer NodeOf(kernel::DeviceHandle device);
     uint32_t List(std::vector<Node> &nodes);
     bool IsCamera(const Node &node, const std::vector<Node> &nodes);
+    // `nodes` must outlive it.
+    Recogniser::OpenReader OpensReaders(const std::vector<Node> &nodes);
     Patience PatienceWith(uint64_t guid);
     uint32_t OpenListed(const Node &node, const std::vector<Node> &nodes, Patience patience,
                         kernel::DeviceHandle *device);

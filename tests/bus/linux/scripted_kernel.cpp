@@ -307,6 +307,8 @@ int ScriptedKernel::GetInfo(File &file, fw_cdev_get_info &record)
             *reinterpret_cast<fw_cdev_event_bus_reset *>(static_cast<uintptr_t>(record.bus_reset));
         reset.type = FW_CDEV_EVENT_BUS_RESET;
         reset.generation = file.node->generation;
+        reset.node_id = file.node->nodeId;
+        reset.irm_node_id = file.node->managerId;
     }
     record.card = file.node->card;
     record.version = version;

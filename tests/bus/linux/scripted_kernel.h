@@ -37,6 +37,8 @@ public:
         uint32_t maxRecord = 8; // 512 bytes
         std::string units = "0x00beef:0x000102";
         uint32_t generation = 7;
+        uint32_t nodeId = 0xFFC0;
+        uint32_t managerId = 0xFFC1;             // of the bus's resource manager
         std::set<std::string> boundUnits = {};   // units with a driver
         std::map<uint32_t, uint32_t> words = {}; // registers by their address
         std::deque<int> openErrors = {};         // of the next opens
