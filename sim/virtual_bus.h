@@ -37,7 +37,6 @@ public:
     std::shared_ptr<VirtualCamera> Camera(uint32_t index) const;
     [[nodiscard]] uint32_t CameraCount() const { return static_cast<uint32_t>(m_cameras.size()); }
     [[nodiscard]] bool IsFast() const { return m_fast; }
-    [[nodiscard]] uint32_t Speed() const { return m_speed; } // Mb/s
     [[nodiscard]] uint64_t Now() const;
     [[nodiscard]] uint32_t Speed() const { return m_speed; } // Mb/s
     [[nodiscard]] const BusAccounts &Accounts() const { return m_accounts; }
