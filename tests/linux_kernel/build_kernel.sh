@@ -46,7 +46,7 @@ unpack() {
     parts+=("$package/fs/*.[ch]" "$package/io_uring/*.h" "$package/block/*.h" "$package/net/*.h")
     rm -rf "$temporary" "$tree"
     mkdir -p "$temporary" "$temporary/tree"
-    (cd "$temporary" && apt-get -qq download "$package=$version") >&2
+    (cd "$temporary" && apt-get -qq -o APT::Sandbox::User=root download "$package=$version") >&2
     dpkg-deb --fsys-tarfile "$temporary"/*.deb | tar -xO "./usr/src/$package.tar.xz" | xz -dc |
         tar -x -C "$temporary/tree" --strip-components=1 --wildcards --no-anchored "${parts[@]}"
     mv "$temporary/tree" "$tree"

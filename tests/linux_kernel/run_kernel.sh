@@ -1,23 +1,26 @@
 #!/usr/bin/env bash
 # Runs a program in the guest: a user-mode Linux kernel that sees the host's files, read-only, as a user without rights.
-#     run_kernel.sh [--seconds N] [--with FILE]... [--set NAME=VALUE]... [--kernel WORD]... FOLDER PROGRAM [ARGUMENT...]
+#     run_kernel.sh [--seconds N] [--with FILE]... [--set NAME=VALUE]... [--kernel WORD]... [--log FILE] \
+#         FOLDER PROGRAM [ARGUMENT...]
 # FOLDER has the kernel (build_kernel.sh). PROGRAM and each FILE are copied to one folder, from which they run; the
 # libraries of the system are found in their places. Time is virtual: waiting costs nothing. --kernel adds a word to the
 # kernel's command line, such as fwbus.contexts=2. After N seconds of real time, 300 unless given, the guest is ended.
-# The output is the program's; the kernel's own messages follow where something failed. The status is the program's; 77,
-# with "skipped: REASON" as last line, where such a kernel can't run; 124 after N seconds; 125 where the guest ended
-# otherwise, or its kernel reported a fault of its own.
+# The output is the program's; the kernel's own messages follow where the guest failed, and go to the file of --log. The
+# status is the program's; 77, with "skipped: REASON" as last line, where such a kernel can't run; 124 after N seconds;
+# 125 where the guest ended otherwise, or its kernel reported a fault of its own.
 set -euo pipefail
 seconds=300
 files=()
 variables=()
 words=()
+log=
 while [ $# -gt 0 ]; do
     case $1 in
     --seconds) seconds=$2 ;;
     --with) files+=("$2") ;;
     --set) variables+=("$2") ;;
     --kernel) words+=("$2") ;;
+    --log) log=$2 ;;
     *) break ;;
     esac
     shift 2
@@ -52,6 +55,7 @@ timeout -k 5 "$seconds" "${unprivileged[@]}" env -i "HOME=$work" "TMPDIR=$work" 
     con=null con0=null,fd:1 console=stderr0 "${words[@]}" </dev/null 2>"$work/kernel.txt" |
     tr -d '\r' | tee "$work/console.txt" || status=$?
 
+[ -z "$log" ] || cp "$work/kernel.txt" "$log"
 if grep -qiE 'ptrace.*(failed|not permitted|expected)' "$work/kernel.txt" && ! [ -s "$work/console.txt" ]; then
     skip "ptrace is not permitted here"
 fi
