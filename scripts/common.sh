@@ -11,6 +11,7 @@ WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 llv
     clang lld)
 CHECK_PACKAGES=(clang-format clang-tidy python3)
 FUZZ_PACKAGES=(clang)
+KERNEL_PACKAGES=(gcc make flex bison bc xz-utils libc6-dev linux-libc-dev)
 BENCH_PACKAGES=(libbenchmark-dev)
 PEER_PACKAGES=(libopencv-core-dev libopencv-imgproc-dev libdc1394-dev libswscale-dev)
 

@@ -11,6 +11,7 @@ need_for_part() {
     i386) need "${I386_PACKAGES[@]}" ;;
     win64 | win32) need "${WINDOWS_PACKAGES[@]}" ;;
     fuzz) need "${FUZZ_PACKAGES[@]}" ;;
+    kernel) need "${KERNEL_PACKAGES[@]}" ;;
     esac
 }
 
@@ -101,6 +102,34 @@ run_one() {
         tail -n 40 "$log"
         echo "$name: failed; all output in $log"
     fi
+}
+
+# The checks that run inside a Linux kernel with a virtual FireWire card (docs/linux-kernel-test.md).
+run_kernel_checks() {
+    local folder=build/release log=build/release/kernel.log started=$SECONDS built kernel status=0 of=0 good=0
+    if ! kernel=$(tests/linux_kernel/build_kernel.sh 2>/tmp/zerix-build-kernel.log) ||
+        ! build release linux_kernel_checks >>/tmp/zerix-build-kernel.log 2>&1; then
+        tail -n 60 /tmp/zerix-build-kernel.log
+        echo "the build of kernel failed"
+        failed=$((failed + 1))
+        return
+    fi
+    built=$SECONDS
+    tests/linux_kernel/run_kernel.sh "$kernel" "$folder/bin/linux_kernel_checks" >"$log" 2>&1 || status=$?
+    of=$("$folder/bin/linux_kernel_checks" --gtest_list_tests | grep -c '^  ')
+    if [ "$status" -eq 77 ]; then
+        skipped=$((skipped + of))
+        echo "kernel: 0 of $of passed, $of skipped; $(tail -n 1 "$log")"
+        return
+    fi
+    good=$(grep -c '^\[       OK \]' "$log" || true)
+    # The guest may have ended before its checks did, or its kernel may have complained.
+    if [ "$status" -ne 0 ] && [ "$good" -eq "$of" ]; then of=$((of + 1)); fi
+    [ "$good" -eq "$of" ] || grep -aE ': Failure$|\[  FAILED|^the guest|WARNING: |BUG: |Oops' "$log" | head -80
+    passed=$((passed + good))
+    failed=$((failed + of - good))
+    echo "kernel: $good of $of passed, 0 skipped; built in $((built - started)) s," \
+        "run in $((SECONDS - built)) s; all output in $log"
 }
 
 # The last line of every run.
