@@ -176,10 +176,6 @@ static void send_to_remote_node(struct bus *bus, struct fw_packet *packet, u32 n
     unsigned long flags;
     u32 ack;
 
-    if (packet->speed > (remote->speed == SCODE_BETA ? SCODE_800 : remote->speed)) {
-        finish_with(bus, packet, FWBUS_ACK_NONE);
-        return;
-    }
     if (remote->rom_bytes && is_in_rom(offset_of(packet->header))) {
         finish_with(bus, packet, FWBUS_ACK_PENDING);
         respond_from_rom(&bus->card, packet, remote->rom);
