@@ -17,7 +17,8 @@ if [ -z "$version" ] || [ "$version" = '(none)' ]; then
     echo "build_kernel.sh: no package list knows $package" >&2
     exit 1
 fi
-hash=$(cd "$here" && { cat build_kernel.sh kernel.config guest_init.c card/*; echo "$version"; } | sha256sum | cut -c1-16)
+hash=$(cd "$here" && { cat build_kernel.sh kernel.config guest_init.c card/*; echo "$version"; } | sha256sum)
+hash=${hash:0:16}
 target=$cache/$hash
 if [ -x "$target/linux" ] && [ -x "$target/init" ]; then
     echo "$target"

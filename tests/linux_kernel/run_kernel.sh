@@ -2,9 +2,10 @@
 # Runs a program in the guest: a user-mode Linux kernel that sees the host's files, read-only, as a user without rights.
 #     run_kernel.sh [--seconds N] [--with FILE]... [--set NAME=VALUE]... [--kernel WORD]... [--log FILE] \
 #         FOLDER PROGRAM [ARGUMENT...]
-# FOLDER has the kernel (build_kernel.sh). PROGRAM and each FILE are copied to one folder, from which they run; the
-# libraries of the system are found in their places. Time is virtual: waiting costs nothing. --kernel adds a word to the
-# kernel's command line, such as fwbus.contexts=2. After N seconds of real time, 300 unless given, the guest is ended.
+# FOLDER has the kernel (build_kernel.sh). PROGRAM and each FILE are copied to one folder, from which they run and which
+# is $HERE in the guest; the libraries of the system are found in their places. Time is virtual: waiting costs nothing.
+# --kernel adds a word to the kernel's command line, such as fwbus.contexts=2. After N seconds of real time, 300 unless
+# given, the guest is ended.
 # The output is the program's; the kernel's own messages follow where the guest failed, and go to the file of --log. The
 # status is the program's; 77, with "skipped: REASON" as last line, where such a kernel can't run; 124 after N seconds;
 # 125 where the guest ended otherwise, or its kernel reported a fault of its own.
@@ -40,7 +41,8 @@ work=$(mktemp -d /tmp/zerix-kernel-XXXXXX)
 trap 'rm -rf "$work"' EXIT
 cp "$kernel/linux" "$kernel/init" "$program" "${files[@]}" "$work/"
 printf '%s\0' "$work/$(basename "$program")" "$@" >"$work/arguments"
-printf '%s\0' PATH=/usr/local/bin:/usr/bin:/bin HOME=/run "LD_LIBRARY_PATH=$work" "${variables[@]}" >"$work/environment"
+printf '%s\0' PATH=/usr/local/bin:/usr/bin:/bin HOME=/run TMPDIR=/run "HERE=$work" "LD_LIBRARY_PATH=$work" \
+    "${variables[@]}" >"$work/environment"
 
 # Root of the guest has the rights of this process on the host.
 unprivileged=()
