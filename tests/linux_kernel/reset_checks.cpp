@@ -211,12 +211,18 @@ TEST_F(Resets, ANodeThatIsBackIsToldOnlyTwoSecondsAfterTheUnplug)
 
 TEST_F(Resets, ANodeThatIsBackLaterHasTheNameOfTheDeadOne)
 {
-    ASSERT_EQ(wire.Unplug(0), 0);
-    ASSERT_TRUE(WaitUntil([&] { return access(path.c_str(), F_OK) != 0; }));
-    EXPECT_EQ(PlugIn(0, guid), path);
-    EXPECT_EQ(device->GetInfo().result, -ENODEV);
-    const DeviceFile again(path);
-    EXPECT_EQ(again.ReadQuadlet(kBase).rcode, kComplete);
+    const auto unplug = [this](const std::string &name) {
+        ASSERT_EQ(wire.Unplug(0), 0);
+        ASSERT_TRUE(WaitUntil([&] { return access(name.c_str(), F_OK) != 0; }));
+    };
+    // Alone on the bus it gets the lowest free name, whatever was there before.
+    unplug(path);
+    const std::string name = PlugIn(0, guid);
+    const DeviceFile dead(name);
+    unplug(name);
+    EXPECT_EQ(PlugIn(0, guid), name);
+    EXPECT_EQ(dead.GetInfo().result, -ENODEV);
+    EXPECT_EQ(DeviceFile(name).ReadQuadlet(kBase).rcode, kComplete);
 }
 
 TEST_F(Resets, ANewNodeAppearsHalfASecondAfterThePlug)

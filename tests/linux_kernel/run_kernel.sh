@@ -54,7 +54,7 @@ fi
 status=0
 timeout -k 5 "$seconds" "${unprivileged[@]}" env -i "HOME=$work" "TMPDIR=$work" PATH=/usr/bin:/bin \
     "$work/linux" mem=256M root=none rootfstype=hostfs rootflags=/ ro "init=$work/init" time-travel \
-    con=null con0=null,fd:1 console=stderr0 "${words[@]}" </dev/null 2>"$work/kernel.txt" |
+    con=null con0=null,fd:1 con1=null,fd:2 console=tty1 "${words[@]}" </dev/null 2>"$work/kernel.txt" |
     tr -d '\r' | tee "$work/console.txt" || status=$?
 
 [ -z "$log" ] || cp "$work/kernel.txt" "$log"
