@@ -219,35 +219,39 @@ void StreamRing::DropOldest()
 
 // An event that the kernel has no memory for is lost, and its packets are there all the same: from
 // then on headers are told for slots that are further back than theirs. It shows in packets that
-// are there before their event, time after time.
+// are there before their event, time after time. What was there at every single look is skipped:
+// to skip one that is only about to be told would put all headers before their packets for good.
 bool StreamRing::BeginLook()
 {
-    m_isBehind = m_hadEvent && IsNextGroupThere();
+    m_groupsThere = m_hadEvent ? CountGroupsThere() : 0;
     return std::exchange(m_hadEvent, false);
 }
 
 void StreamRing::OnDrained()
 {
-    m_looksBehind = m_isBehind ? m_looksBehind + 1 : 0;
-    if (m_looksBehind == kLooksUntilSkip)
-        SkipUntold();
+    m_leastThere = m_looks == 0 ? m_groupsThere : std::min(m_leastThere, m_groupsThere);
+    m_looks = m_leastThere > 0 ? m_looks + 1 : 0;
+    if (m_looks == kLooksUntilSkip)
+        SkipUntold(m_leastThere);
 }
 
-bool StreamRing::IsNextGroupThere() const
+uint32_t StreamRing::CountGroupsThere() const
 {
-    const uint32_t last = (m_next + kPacketsPerInterrupt - 1) % kRingPackets;
-    return Queued() > kPacketsPerInterrupt && !IsPoisoned(last);
+    uint32_t count = 0;
+    while ((count + 1) * kPacketsPerInterrupt < Queued() &&
+           !IsPoisoned((m_next + (count + 1) * kPacketsPerInterrupt - 1) % kRingPackets))
+        ++count;
+    return count;
 }
 
-void StreamRing::SkipUntold()
+void StreamRing::SkipUntold(uint32_t groups)
 {
-    m_looksBehind = 0;
-    for (; IsNextGroupThere(); m_losses.untold += kPacketsPerInterrupt) {
-        for (uint32_t i = 0; i < kPacketsPerInterrupt; ++i) {
-            m_lengths[m_next] = 0;
-            m_next = (m_next + 1) % kRingPackets;
-            ++m_filled;
-        }
+    m_looks = 0;
+    m_losses.untold += groups * kPacketsPerInterrupt;
+    for (uint32_t i = 0; i < groups * kPacketsPerInterrupt; ++i) {
+        m_lengths[m_next] = 0;
+        m_next = (m_next + 1) % kRingPackets;
+        ++m_filled;
     }
 }
 

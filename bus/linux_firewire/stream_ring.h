@@ -86,8 +86,8 @@ private:
     void OnPacket(uint32_t headerWord, uint32_t stampWord);
     void CountGap(uint32_t stampWord);
     void DropOldest();
-    void SkipUntold();
-    [[nodiscard]] bool IsNextGroupThere() const;
+    void SkipUntold(uint32_t groups);
+    [[nodiscard]] uint32_t CountGroupsThere() const;
     [[nodiscard]] uint8_t *Slot(uint32_t index) const;
     void Poison(uint32_t index);
     [[nodiscard]] bool IsPoisoned(uint32_t index) const;
@@ -109,8 +109,9 @@ private:
     uint32_t m_taken = kRingPackets; // slots before those, not in the kernel's queue
     std::optional<uint32_t> m_lastCycle;
     bool m_hadEvent = false;
-    bool m_isBehind = false; // at the last look
-    uint32_t m_looksBehind = 0;
+    uint32_t m_groupsThere = 0; // at this look: groups of packets of which no event has told
+    uint32_t m_leastThere = 0;  // of the looks in a row that found any
+    uint32_t m_looks = 0;
     StreamLosses m_losses;
 };
 
