@@ -85,6 +85,13 @@ uint64_t Closer::FinishedCount() const
     return m_state->finished;
 }
 
+bool Closer::AwaitIdle(std::chrono::milliseconds timeout)
+{
+    std::unique_lock lock(m_state->mutex);
+    const State &state = *m_state;
+    return m_state->changed.wait_for(lock, timeout, [&] { return state.begun == state.finished; });
+}
+
 bool Closer::AwaitMoreThan(uint64_t count, std::chrono::milliseconds timeout)
 {
     std::unique_lock lock(m_state->mutex);

@@ -35,6 +35,8 @@ public:
 
     // How many pieces of work are finished, ever.
     [[nodiscard]] uint64_t FinishedCount() const;
+    // Waits until all that was taken is. False if it takes too long.
+    bool AwaitIdle(std::chrono::milliseconds timeout);
     // Waits until more than `count` are. False if nothing is under way, or it takes too long.
     bool AwaitMoreThan(uint64_t count, std::chrono::milliseconds timeout);
 

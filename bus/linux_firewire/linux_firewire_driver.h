@@ -26,6 +26,10 @@ public:
     bool IsSimulated() const override { return false; }
     uint32_t DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount, uint32_t *count) override;
 
+    // Waits until the files of closed handles are closed, too; nothing else needs to. False if that
+    // takes longer.
+    bool AwaitClosed(std::chrono::milliseconds timeout) { return m_closer.AwaitIdle(timeout); }
+
 protected:
     bool IsHandle(kernel::DeviceHandle device) override;
     uint32_t CheckDevice(kernel::DeviceHandle device, bool givesBack) override;

@@ -180,8 +180,10 @@ TEST_F(OpenClose, ClosesWithoutWaiting)
     EXPECT_EQ(kernel::kErrorInvalidHandle, Read(handle));
     EXPECT_EQ((std::vector<uint32_t>{0}), system.deallocations);
     EXPECT_EQ((std::vector<std::string>{"lock", "unlock"}), system.log);
+    EXPECT_FALSE(driver->AwaitClosed(0ms));
     system.Locked([&] { return system.closesBlock = false; });
-    EXPECT_TRUE(system.Await([&] { return system.log.size() == 4; }));
+    EXPECT_TRUE(driver->AwaitClosed(20s));
+    EXPECT_EQ(4u, system.log.size());
 }
 
 TEST_F(OpenClose, EndsWhatIsPendingAtTheClose)
