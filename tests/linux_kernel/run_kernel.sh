@@ -37,7 +37,7 @@ skip() {
 }
 [ "$(uname -s)-$(uname -m)" = Linux-x86_64 ] || skip "this kernel needs 64-bit x86 Linux"
 
-work=$(mktemp -d /tmp/zerix-kernel-XXXXXX)
+work=$(mktemp -d --tmpdir=/tmp)
 trap 'rm -rf "$work"' EXIT
 cp "$kernel/linux" "$kernel/init" "$program" "${files[@]}" "$work/"
 printf '%s\0' "$work/$(basename "$program")" "$@" >"$work/arguments"
