@@ -37,24 +37,6 @@ std::vector<std::string> PresentPaths()
     return Bus().PresentPaths();
 }
 
-// Memory is the one thing that can be lacking here: the driver then has no resources, as the real
-// one. What ends a thread by force is no exception of the standard's, and passes.
-template <typename Work>
-uint32_t OrWithoutResources(Work work)
-{
-    try {
-        return work();
-    } catch (const std::exception &) {
-        return kErrorNoSystemResources;
-    }
-}
-
-uint32_t BigEndianAt(const uint8_t *bytes)
-{
-    return static_cast<uint32_t>(bytes[0]) << 24 | static_cast<uint32_t>(bytes[1]) << 16 |
-           static_cast<uint32_t>(bytes[2]) << 8 | bytes[3];
-}
-
 void PutBigEndian(uint8_t *bytes, uint32_t value)
 {
     for (uint32_t i = 0; i < 4; ++i)

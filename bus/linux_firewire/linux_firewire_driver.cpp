@@ -18,22 +18,6 @@ namespace {
 constexpr std::chrono::seconds kGrantPatience{2};
 constexpr std::chrono::nanoseconds kAlwaysThere = -kGrantPatience;
 
-// Memory is the one thing that can be lacking.
-template <typename Work>
-uint32_t OrWithoutResources(Work work)
-{
-    try {
-        return work();
-    } catch (const std::exception &) {
-        return kErrorNoSystemResources;
-    }
-}
-
-uint32_t BigEndianAt(const uint8_t *bytes)
-{
-    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
-}
-
 } // namespace
 
 // Reads through the port itself: an open node like any other, for a moment.

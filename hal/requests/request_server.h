@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <span>
 
 #include "hal/kernel_driver.h"
@@ -20,6 +21,25 @@ namespace zerix::kernel {
 constexpr ControlResult Done(uint32_t bytes) { return {Completion::kDone, 0, bytes}; }
 constexpr ControlResult Failed(uint32_t error) { return {Completion::kFailed, error, 0}; }
 constexpr ControlResult Pending() { return {Completion::kPending, 0, 0}; }
+
+// For what the server doesn't call itself, as Enumerate and Open: memory is the one thing that can
+// be lacking, and the driver then has no resources. What ends a thread by force is no exception of
+// the standard's, and passes.
+template <typename Work>
+uint32_t OrWithoutResources(Work work)
+{
+    try {
+        return work();
+    } catch (const std::exception &) {
+        return kErrorNoSystemResources;
+    }
+}
+
+// A quadlet as it goes over the bus.
+constexpr uint32_t BigEndianAt(const uint8_t *bytes)
+{
+    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
 
 // One request in service.
 struct Request {

@@ -8,6 +8,7 @@
 
 namespace zerix::test {
 
+using kernel::BigEndianAt;
 using kernel::ControlResult;
 using kernel::Done;
 using kernel::Failed;
@@ -20,11 +21,6 @@ constexpr uint32_t kOtherModelRegister = 0xE0001138;
 // By block, in their order: configuration, information, control, command, status, streaming.
 constexpr uint32_t kAddresses[] = {0xD0000000, 0xE3000000, 0xE1000000,
                                    0xE2000000, 0xE4000000, 0xE5000000};
-
-uint32_t BigEndianAt(const uint8_t *bytes)
-{
-    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
-}
 
 } // namespace
 
