@@ -52,6 +52,11 @@ if(WIN32) # for other compilers
   endforeach()
 endif()
 
+# ---- The place for cameras' units in the system's database of devices. Only the system's own prefix is looked into.
+if(NOT WIN32)
+  install(FILES ${zerix_packaging}/70-zerix.hwdb DESTINATION lib/udev/hwdb.d COMPONENT library)
+endif()
+
 # ---- Headers.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zerix DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         COMPONENT development FILES_MATCHING PATTERN "*.h")
@@ -115,7 +120,7 @@ endif()
 
 # ---- Documents, with links that hold where they lie, and the guide's programs beside them.
 file(RELATIVE_PATH to_headers /${CMAKE_INSTALL_DOCDIR} /${CMAKE_INSTALL_INCLUDEDIR})
-foreach(document IN ITEMS guide configuration virtual-bus scenes cameras windows)
+foreach(document IN ITEMS guide configuration virtual-bus scenes cameras linux windows)
   set(source ${PROJECT_SOURCE_DIR}/docs/${document}.md)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
   file(READ ${source} text)

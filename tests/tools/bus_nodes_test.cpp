@@ -1,8 +1,12 @@
 // What a person is told of the nodes of a bus.
 #include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/places.h"
 #include "tools/bus_nodes.h"
 #include "tools/command_error.h"
 
@@ -86,6 +90,18 @@ TEST(BusNodes, BecomeAnEntryOfTheHardwareDatabase)
     EXPECT_NE(entry.find("#   udevadm trigger --subsystem-match=firewire\n"), std::string::npos);
     EXPECT_THROW(HardwareDatabaseEntry({Node(kCard, "/dev/fw0", "0x000001:0x000001")}),
                  CommandError);
+}
+
+TEST(BusNodes, HaveAFileThatSaysWhatTheToolSays)
+{
+    const std::string entry = HardwareDatabaseEntry({Node(kCamera, "/dev/fw1", "0x123456:0x1")});
+    std::ifstream file(test::SourceFolder() + "/packaging/70-zerix.hwdb");
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    EXPECT_TRUE(text.starts_with(entry.substr(0, entry.find("\n\n") + 1))) << text;
+    // And nothing but comments, as no unit is known.
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_TRUE(line.starts_with("#")) << line;
 }
 
 TEST(BusNodes, TellWhyThereIsNoCamera)
