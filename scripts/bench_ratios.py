@@ -116,6 +116,8 @@ def main():
         elif first in INTERFACE:
             figure = f"{run['less_copy_us']:.0f} us" if 'less_copy_us' in run else time
             print(f'| {name} | {figure} | | {INTERFACE[first]} |')
+        elif name.startswith('Receive'):
+            print(f"| {name} | {run['of_a_core'] * 100:.2f} % of a core for 8,000 packets/s | | |")
         elif name.startswith('ListOpenClose'):
             print(f'| {name} | {time} | | under 20 ms |')
     return None
