@@ -17,6 +17,9 @@ namespace {
 // The system makes a node's file first and grants the access to it after that.
 constexpr std::chrono::seconds kGrantPatience{2};
 constexpr std::chrono::nanoseconds kAlwaysThere = -kGrantPatience;
+// A camera answers within milliseconds. The kernel waits two seconds for an answer, and a listing
+// would wait as long at each address of each device that never gives one.
+constexpr uint32_t kAnswerPatienceMilliseconds = 1000;
 
 } // namespace
 
@@ -37,9 +40,15 @@ public:
         request.offsetLow = address;
         request.lengthBytes = sizeof word;
         uint8_t bytes[sizeof word] = {};
-        const ControlResult result =
-            m_driver.Control(m_device, kControlAsyncRead, &request, kAsyncRequestBytes, bytes,
-                             sizeof bytes, nullptr);
+        Overlapped block;
+        ControlResult result = m_driver.Control(m_device, kControlAsyncRead, &request,
+                                                kAsyncRequestBytes, bytes, sizeof bytes, &block);
+        if (result.completion == Completion::kPending)
+            result = m_driver.WaitFor(m_device, &block, kAnswerPatienceMilliseconds);
+        if (result.completion == Completion::kPending) {
+            m_driver.Cancel(m_device, &block);
+            result = m_driver.Wait(m_device, &block);
+        }
         word = BigEndianAt(bytes);
         return result.completion == Completion::kDone ? 0 : result.systemError;
     }
@@ -99,7 +108,7 @@ Patience LinuxFirewireDriver::PatienceWith(uint64_t guid)
 
 bool LinuxFirewireDriver::IsCamera(const Node &node, const std::vector<Node> &nodes)
 {
-    return m_recogniser.IsCamera(node, OpensReaders(nodes));
+    return m_recogniser.IsCamera(node, OpensReaders(nodes), m_system.Now());
 }
 
 Recogniser::OpenReader LinuxFirewireDriver::OpensReaders(const std::vector<Node> &nodes)

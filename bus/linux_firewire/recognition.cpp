@@ -20,6 +20,9 @@ constexpr uint32_t kDirectoryAddress = 0xD0000000;
 constexpr uint32_t kDirectoryVersion = 0x00010001;
 constexpr std::array<uint32_t, 5> kBlockAddresses = {0x08, 0x10, 0x18, 0x20, 0x28};
 
+// What gives no answer now may be a camera that is about to start.
+constexpr std::chrono::seconds kSilenceHolds{10};
+
 // FNV-1a.
 uint64_t ChecksumOf(const std::string &bytes)
 {
@@ -49,22 +52,43 @@ bool Recogniser::HasKnownUnit(const Node &node) const
     });
 }
 
-bool Recogniser::IsCamera(const Node &node, const OpenReader &open)
+bool Recogniser::IsCamera(const Node &node, const OpenReader &open, std::chrono::nanoseconds now)
 {
     if (node.isLocal)
         return false;
     if (HasKnownUnit(node))
         return true;
     const Key key = {node.guid, ChecksumOf(node.rom)};
-    const std::lock_guard lock(m_mutex);
-    if (const auto known = m_verdicts.find(key); known != m_verdicts.end())
-        return known->second;
+    if (const auto known = VerdictOn(key, now))
+        return *known;
     if (node.hasKernelDriver || !m_recognition.isModel)
         return false;
+    const std::lock_guard asking(m_asking);
+    if (const auto known = VerdictOn(key, now))
+        return *known;
     const Answer answer = Ask(node, open);
-    if (answer != Answer::kNone)
-        m_verdicts.emplace(key, answer == Answer::kCamera);
+    Remember(key, answer, now);
     return answer == Answer::kCamera;
+}
+
+std::optional<bool> Recogniser::VerdictOn(const Key &key, std::chrono::nanoseconds now)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto known = m_verdicts.find(key);
+    if (known == m_verdicts.end() || known->second.until < now)
+        return std::nullopt;
+    return known->second.isCamera;
+}
+
+// What couldn't be asked has said nothing.
+void Recogniser::Remember(const Key &key, Answer answer, std::chrono::nanoseconds now)
+{
+    if (answer == Answer::kNone)
+        return;
+    const auto until =
+        answer == Answer::kSilent ? now + kSilenceHolds : std::chrono::nanoseconds::max();
+    const std::lock_guard lock(m_mutex);
+    m_verdicts[key] = {answer == Answer::kCamera, until};
 }
 
 Recogniser::Answer Recogniser::Ask(const Node &node, const OpenReader &open) const
@@ -75,12 +99,15 @@ Recogniser::Answer Recogniser::Ask(const Node &node, const OpenReader &open) con
     if (const Answer model = AskForModel(*reader); model != Answer::kCamera)
         return model;
     uint32_t version = 0;
-    if (reader->Read(kDirectoryAddress, version) != 0 || version != kDirectoryVersion)
+    if (const uint32_t error = reader->Read(kDirectoryAddress, version))
+        return AnswerOf(error);
+    if (version != kDirectoryVersion)
         return Answer::kOther;
     std::array<uint32_t, kBlockAddresses.size()> addresses{};
     for (size_t i = 0; i < addresses.size(); ++i)
-        if (reader->Read(kDirectoryAddress + kBlockAddresses[i], addresses[i]) != 0)
-            return Answer::kOther;
+        if (const uint32_t error =
+                reader->Read(kDirectoryAddress + kBlockAddresses[i], addresses[i]))
+            return AnswerOf(error);
     return ArePlausible(addresses) ? Answer::kCamera : Answer::kOther;
 }
 
@@ -90,15 +117,20 @@ Recogniser::Answer Recogniser::AskForModel(RegisterReader &reader) const
     return first == Answer::kOther ? AskForModelAt(reader, kModelAddressAlt) : first;
 }
 
-// A node that goes away while it is asked has said nothing.
 Recogniser::Answer Recogniser::AskForModelAt(RegisterReader &reader, uint32_t address) const
 {
     uint32_t word = 0;
-    const uint32_t error = reader.Read(address, word);
-    if (error == kernel::kErrorDeviceNotConnected)
+    if (const uint32_t error = reader.Read(address, word))
+        return AnswerOf(error);
+    return m_recognition.isModel(word >> kModelShift) ? Answer::kCamera : Answer::kOther;
+}
+
+// A node that goes away while it is asked has said nothing.
+Recogniser::Answer Recogniser::AnswerOf(uint32_t readError)
+{
+    if (readError == kernel::kErrorDeviceNotConnected)
         return Answer::kNone;
-    return error == 0 && m_recognition.isModel(word >> kModelShift) ? Answer::kCamera
-                                                                    : Answer::kOther;
+    return readError == kernel::kErrorOperationAborted ? Answer::kSilent : Answer::kOther;
 }
 
 } // namespace zerix::bus::linux_firewire

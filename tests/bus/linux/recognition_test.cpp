@@ -1,4 +1,8 @@
 // Which nodes are listed as cameras, and what is asked of those that may be one.
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 #include "tests/bus/linux/linux_bus_fixture.h"
 
 namespace zerix::bus::linux_firewire {
@@ -128,6 +132,52 @@ TEST_F(Recognising, AsksAgainWhereItGotNoAnswer)
     EXPECT_EQ(0u, Count());
     Camera().isStale = false;
     EXPECT_EQ(1u, Count());
+}
+
+// It is asked at one place, for a second; for a while it isn't asked again, and then it may answer.
+TEST_F(Recognising, WaitsForASilentNodeOnce)
+{
+    system.movesTime = false;
+    system.codes = {ScriptedKernel::kHang};
+    EXPECT_EQ(0u, Count());
+    EXPECT_EQ(0u, Count());
+    EXPECT_EQ(std::vector<uint32_t>{kModel}, Asked());
+    system.movesTime = true;
+    system.Sleep(std::chrono::seconds(11));
+    EXPECT_EQ(1u, Count());
+}
+
+TEST_F(Recognising, IsNotDoneWithANodeThatFallsSilent)
+{
+    system.movesTime = false;
+    system.codes = {0, 0, 0, ScriptedKernel::kHang};
+    EXPECT_EQ(0u, Count());
+    system.movesTime = true;
+    system.Sleep(std::chrono::seconds(11));
+    EXPECT_EQ(1u, Count());
+}
+
+TEST_F(Recognising, KeepsNobodyFromAKnownCamera)
+{
+    ScriptedKernel::Node known{.name = "fw2", .guid = kCameraGuid + 1};
+    known.words = Camera().words;
+    system.Add(known);
+    Camera().isThere = false;
+    EXPECT_EQ(1u, Count());
+    Camera().isThere = true;
+    system.sent.clear();
+    system.movesTime = false;
+    system.codes = {ScriptedKernel::kHang};
+    std::atomic<bool> hasListed = false;
+    std::thread lister([&] {
+        EXPECT_EQ(1u, Count());
+        hasListed = true;
+    });
+    EXPECT_TRUE(system.Await([this] { return !system.sent.empty(); }));
+    kernel::DeviceHandle handle = 0;
+    EXPECT_EQ(0u, driver->Open("firewire:00a02d0000000124", &handle));
+    EXPECT_FALSE(hasListed);
+    lister.join();
 }
 
 TEST_F(Recognising, NeverListsTheCard)
