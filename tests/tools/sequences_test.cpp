@@ -173,7 +173,7 @@ TEST(SerSequence, HasTheHeaderAndTheTimesOfVersion3)
     };
     EXPECT_EQ(bytes.substr(0, 14), "LUCAM-RECORDER");
     EXPECT_EQ(number(18, 4), 9u) << "GRBG";
-    EXPECT_EQ(number(22, 4), 1u) << "little-endian";
+    EXPECT_EQ(number(22, 4), 0u) << "little-endian";
     EXPECT_EQ(number(26, 4), 3u);
     EXPECT_EQ(number(30, 4), 2u);
     EXPECT_EQ(number(34, 4), 12u) << "bits";
@@ -185,6 +185,14 @@ TEST(SerSequence, HasTheHeaderAndTheTimesOfVersion3)
     EXPECT_EQ(number(170, 8), start);
     for (size_t i = 0; i < 3; ++i)
         EXPECT_EQ(number(178 + 36 + 8 * i, 8), start + i * 2'500'000);
+}
+
+TEST(SerSequence, KeepsItsMarkOfBytesWith8Bits)
+{
+    const test::TemporaryFolder folder;
+    const std::string path = folder.Path() + "/s.ser";
+    ASSERT_EQ(WriteFile(path, 1, 3, 2, 1), "");
+    EXPECT_EQ(Contents(path)[22], 1);
 }
 
 TEST(RawSequence, DescribesEveryFrameBesideIt)

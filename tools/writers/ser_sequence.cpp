@@ -33,6 +33,10 @@ uint32_t ColourOf(const Picture &first)
     return bayerPattern == "BGGR" ? 11 : 0;
 }
 
+// The byte order of samples of two bytes: 0 for little-endian, as every program that records and
+// nearly every one that reads has it, against the format's description.
+uint32_t OrderOf(const Picture &first) { return first.bytesPerSample == 2 ? 0 : 1; }
+
 void PutText(std::vector<uint8_t> &bytes, std::string text, size_t size)
 {
     text.resize(size, ' ');
@@ -50,7 +54,7 @@ protected:
         PutText(header, "LUCAM-RECORDER", 14);
         PutLittle(header, 0, 4); // the camera's number at its maker: none
         PutLittle(header, ColourOf(first), 4);
-        PutLittle(header, 1, 4); // samples are little-endian
+        PutLittle(header, OrderOf(first), 4);
         PutLittle(header, first.width, 4);
         PutLittle(header, first.height, 4);
         PutLittle(header, first.significantBits, 4);
