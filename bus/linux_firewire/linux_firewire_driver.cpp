@@ -19,17 +19,27 @@ constexpr std::chrono::seconds kGrantPatience{2};
 constexpr std::chrono::nanoseconds kAlwaysThere = -kGrantPatience;
 // A camera answers within milliseconds. The kernel waits two seconds for an answer, and a listing
 // would wait as long at each address of each device that never gives one.
-constexpr uint32_t kAnswerPatienceMilliseconds = 1000;
+constexpr std::chrono::milliseconds kAnswerPatience{1000};
+// And all of them together no longer than this; the others are asked by the next listing.
+constexpr std::chrono::milliseconds kListingPatience{5000};
 
 } // namespace
 
 // Reads through the port itself: an open node like any other, for a moment.
 class LinuxFirewireDriver::Reader final : public RegisterReader {
 public:
-    Reader(LinuxFirewireDriver &driver, DeviceHandle device) : m_driver(driver), m_device(device) {}
+    // `silence`: how long answers may still be waited for that don't come. It gets less by what was
+    // waited in vain.
+    Reader(LinuxFirewireDriver &driver, Patience &silence) : m_driver(driver), m_silence(silence) {}
     ~Reader() override { m_driver.Close(m_device); }
     Reader(const Reader &) = delete;
     Reader &operator=(const Reader &) = delete;
+
+    // Once. 0 or a system error.
+    uint32_t Open(const Node &node, const std::vector<Node> &nodes)
+    {
+        return m_driver.OpenListed(node, nodes, m_driver.PatienceWith(node.guid), &m_device);
+    }
 
     uint32_t Read(uint32_t address, uint32_t &word) override
     {
@@ -41,21 +51,43 @@ public:
         request.lengthBytes = sizeof word;
         uint8_t bytes[sizeof word] = {};
         Overlapped block;
+        const Ending ending(*this, block);
         ControlResult result = m_driver.Control(m_device, kControlAsyncRead, &request,
                                                 kAsyncRequestBytes, bytes, sizeof bytes, &block);
         if (result.completion == Completion::kPending)
-            result = m_driver.WaitFor(m_device, &block, kAnswerPatienceMilliseconds);
-        if (result.completion == Completion::kPending) {
-            m_driver.Cancel(m_device, &block);
-            result = m_driver.Wait(m_device, &block);
-        }
+            result = AwaitAnswer(block);
         word = BigEndianAt(bytes);
         return result.completion == Completion::kDone ? 0 : result.systemError;
     }
 
 private:
+    // The request is over when its block goes, however the thread leaves.
+    class Ending {
+    public:
+        Ending(Reader &reader, Overlapped &block) : m_reader(reader), m_block(block) {}
+        ~Ending() { m_reader.m_driver.Cancel(m_reader.m_device, &m_block); }
+        Ending(const Ending &) = delete;
+        Ending &operator=(const Ending &) = delete;
+
+    private:
+        Reader &m_reader;
+        Overlapped &m_block;
+    };
+
+    ControlResult AwaitAnswer(Overlapped &block)
+    {
+        const auto patience = std::min<Patience>(kAnswerPatience, m_silence);
+        const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(patience).count();
+        const auto result = m_driver.WaitFor(m_device, &block, static_cast<uint32_t>(milliseconds));
+        if (result.completion != Completion::kPending)
+            return result;
+        m_silence -= patience;
+        return Failed(kErrorOperationAborted);
+    }
+
     LinuxFirewireDriver &m_driver;
-    const DeviceHandle m_device;
+    DeviceHandle m_device = 0;
+    Patience &m_silence;
 };
 
 LinuxFirewireDriver::LinuxFirewireDriver(SystemCalls &system, Recognition recognition)
@@ -79,8 +111,10 @@ LinuxFirewireDriver::~LinuxFirewireDriver()
 
 // Listing and opening ----------------------------------------------------------------------------
 
-uint32_t LinuxFirewireDriver::List(std::vector<Node> &nodes)
+uint32_t LinuxFirewireDriver::Begin(Look &look)
 {
+    std::vector<Node> &nodes = look.nodes;
+    look.silence = kListingPatience;
     if (const int result = ListNodes(m_system, nodes); result < 0)
         return SystemErrorOf(result);
     const auto now = m_system.Now();
@@ -106,32 +140,56 @@ Patience LinuxFirewireDriver::PatienceWith(uint64_t guid)
     return std::max<Patience>(seen->second + kGrantPatience - now, Patience::zero());
 }
 
-bool LinuxFirewireDriver::IsCamera(const Node &node, const std::vector<Node> &nodes)
+uint32_t LinuxFirewireDriver::OpenReader(const Node &node, Look &look,
+                                         std::unique_ptr<RegisterReader> &reader)
 {
-    return m_recogniser.IsCamera(node, OpensReaders(nodes), m_system.Now());
+    if (look.silence <= Patience::zero())
+        return kErrorBusy;
+    auto opened = std::make_unique<Reader>(*this, look.silence);
+    const uint32_t error = opened->Open(node, look.nodes);
+    if (error == 0)
+        reader = std::move(opened);
+    return error;
 }
 
-Recogniser::OpenReader LinuxFirewireDriver::OpensReaders(const std::vector<Node> &nodes)
+Recogniser::OpenReader LinuxFirewireDriver::OpensReaders(Look &look)
 {
-    return [&](const Node &asked) -> std::unique_ptr<RegisterReader> {
-        DeviceHandle device = 0;
-        if (OpenListed(asked, nodes, Patience::zero(), &device) != 0)
-            return nullptr;
-        return std::make_unique<Reader>(*this, device);
+    return [this, &look](const Node &asked) {
+        std::unique_ptr<RegisterReader> reader;
+        static_cast<void>(OpenReader(asked, look, reader));
+        return reader;
     };
+}
+
+bool LinuxFirewireDriver::IsCamera(const Node &node, Look &look)
+{
+    return m_recogniser.IsCamera(node, OpensReaders(look), m_system.Now());
+}
+
+// For some seconds after an unplug the system still has its files, and other users' cameras can't
+// be opened at all: whoever opens each listed device would have the whole list fail with it.
+bool LinuxFirewireDriver::IsReachable(const Node &node, Look &look)
+{
+    std::unique_ptr<RegisterReader> reader;
+    uint32_t word = 0;
+    uint32_t error = OpenReader(node, look, reader);
+    if (reader)
+        error = reader->Read(kAnswersAlways, word);
+    return error != kErrorDeviceNotConnected && error != kErrorFileNotFound &&
+           error != kErrorAccessDenied;
 }
 
 uint32_t LinuxFirewireDriver::DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount,
                                             uint32_t *count)
 {
     return OrWithoutResources([&]() -> uint32_t {
-        std::vector<Node> listed;
-        if (const uint32_t error = List(listed))
+        Look look;
+        if (const uint32_t error = Begin(look))
             return error;
         const auto report =
-            ReportNodes(m_system, listed,
-                        {.isCamera = [&](const Node &node) { return IsCamera(node, listed); },
-                         .open = OpensReaders(listed)});
+            ReportNodes(m_system, look.nodes,
+                        {.isCamera = [&](const Node &node) { return IsCamera(node, look); },
+                         .open = OpensReaders(look)});
         *count = static_cast<uint32_t>(report.size());
         std::copy_n(report.begin(), std::min(maximumCount, *count), nodes);
         return 0;
@@ -143,14 +201,14 @@ uint32_t LinuxFirewireDriver::Enumerate(DevicePath *paths, uint32_t maximumCount
     if (count == nullptr || (paths == nullptr && maximumCount > 0))
         return kErrorInvalidParameter;
     return OrWithoutResources([&]() -> uint32_t {
-        std::vector<Node> nodes;
-        if (const uint32_t error = List(nodes))
+        Look look;
+        if (const uint32_t error = Begin(look))
             return error;
         uint32_t found = 0;
-        for (const Node &node : nodes) {
+        for (const Node &node : look.nodes) {
             if (found == maximumCount)
                 break;
-            if (!IsCamera(node, nodes))
+            if (!IsCamera(node, look) || !IsReachable(node, look))
                 continue;
             std::snprintf(paths[found].text, sizeof(paths[found].text), "%s",
                           DevicePathOf(node.guid).c_str());
@@ -167,15 +225,15 @@ uint32_t LinuxFirewireDriver::Open(const char *devicePath, DeviceHandle *device)
         return kErrorInvalidParameter;
     return OrWithoutResources([&]() -> uint32_t {
         const auto guid = GuidOf(devicePath);
-        std::vector<Node> nodes;
-        if (const uint32_t error = List(nodes))
+        Look look;
+        if (const uint32_t error = Begin(look))
             return error;
-        const auto node = std::find_if(nodes.begin(), nodes.end(), [&](const Node &listed) {
-            return guid && listed.guid == *guid;
-        });
-        if (node == nodes.end() || !IsCamera(*node, nodes))
+        const auto node =
+            std::find_if(look.nodes.begin(), look.nodes.end(),
+                         [&](const Node &listed) { return guid && listed.guid == *guid; });
+        if (node == look.nodes.end() || !IsCamera(*node, look))
             return kErrorFileNotFound;
-        return OpenListed(*node, nodes, PatienceWith(node->guid), device);
+        return OpenListed(*node, look.nodes, PatienceWith(node->guid), device);
     });
 }
 

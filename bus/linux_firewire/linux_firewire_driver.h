@@ -62,10 +62,19 @@ private:
 
     // Null for a device that isn't open.
     NodePointer NodeOf(kernel::DeviceHandle device);
-    uint32_t List(std::vector<Node> &nodes);
-    bool IsCamera(const Node &node, const std::vector<Node> &nodes);
-    // `nodes` must outlive it.
-    Recogniser::OpenReader OpensReaders(const std::vector<Node> &nodes);
+    // One look at the bus: what is there, and how long devices may still leave it without an
+    // answer.
+    struct Look {
+        std::vector<Node> nodes;
+        Patience silence{};
+    };
+    uint32_t Begin(Look &look);
+    bool IsCamera(const Node &node, Look &look);
+    bool IsReachable(const Node &node, Look &look);
+    // Null, and a system error, for a node that can't be opened.
+    uint32_t OpenReader(const Node &node, Look &look, std::unique_ptr<RegisterReader> &reader);
+    // `look` must outlive it.
+    Recogniser::OpenReader OpensReaders(Look &look);
     Patience PatienceWith(uint64_t guid);
     uint32_t OpenListed(const Node &node, const std::vector<Node> &nodes, Patience patience,
                         kernel::DeviceHandle *device);

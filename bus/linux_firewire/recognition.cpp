@@ -100,14 +100,14 @@ Recogniser::Answer Recogniser::Ask(const Node &node, const OpenReader &open) con
         return model;
     uint32_t version = 0;
     if (const uint32_t error = reader->Read(kDirectoryAddress, version))
-        return AnswerOf(error);
+        return AnswerAfter(error, *reader);
     if (version != kDirectoryVersion)
         return Answer::kOther;
     std::array<uint32_t, kBlockAddresses.size()> addresses{};
     for (size_t i = 0; i < addresses.size(); ++i)
         if (const uint32_t error =
                 reader->Read(kDirectoryAddress + kBlockAddresses[i], addresses[i]))
-            return AnswerOf(error);
+            return AnswerAfter(error, *reader);
     return ArePlausible(addresses) ? Answer::kCamera : Answer::kOther;
 }
 
@@ -121,16 +121,21 @@ Recogniser::Answer Recogniser::AskForModelAt(RegisterReader &reader, uint32_t ad
 {
     uint32_t word = 0;
     if (const uint32_t error = reader.Read(address, word))
-        return AnswerOf(error);
+        return AnswerAfter(error, reader);
     return m_recognition.isModel(word >> kModelShift) ? Answer::kCamera : Answer::kOther;
 }
 
-// A node that goes away while it is asked has said nothing.
-Recogniser::Answer Recogniser::AnswerOf(uint32_t readError)
+// A node that goes away while it is asked has said nothing. One that has refused a register and
+// gives its configuration memory has no such register; one that doesn't give even that is busy, or
+// about to start.
+Recogniser::Answer Recogniser::AnswerAfter(uint32_t readError, RegisterReader &reader)
 {
     if (readError == kernel::kErrorDeviceNotConnected)
         return Answer::kNone;
-    return readError == kernel::kErrorOperationAborted ? Answer::kSilent : Answer::kOther;
+    if (readError == kernel::kErrorOperationAborted)
+        return Answer::kSilent;
+    uint32_t word = 0;
+    return reader.Read(kAnswersAlways, word) == 0 ? Answer::kOther : Answer::kSilent;
 }
 
 } // namespace zerix::bus::linux_firewire

@@ -26,6 +26,9 @@ struct Recognition {
     std::function<bool(uint32_t model)> isModel; // by the number of a model
 };
 
+// A readable quadlet of every node: the first of its configuration memory.
+inline constexpr uint32_t kAnswersAlways = 0xF0000400;
+
 // Reads registers of a node that isn't known to be a camera.
 class RegisterReader {
 public:
@@ -60,7 +63,7 @@ private:
     Answer Ask(const Node &node, const OpenReader &open) const;
     Answer AskForModel(RegisterReader &reader) const;
     Answer AskForModelAt(RegisterReader &reader, uint32_t address) const;
-    static Answer AnswerOf(uint32_t readError);
+    static Answer AnswerAfter(uint32_t readError, RegisterReader &reader);
 
     const Recognition m_recognition;
     std::mutex m_asking;               // held by who asks a node; taken first

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <thread>
 
+#include <pthread.h>
+
 #include "tests/bus/linux/linux_bus_fixture.h"
 
 namespace zerix::bus::linux_firewire {
@@ -134,6 +136,30 @@ TEST_F(Recognising, AsksAgainWhereItGotNoAnswer)
     EXPECT_EQ(1u, Count());
 }
 
+// A camera that starts may be busy, or not answer at all.
+TEST_F(Recognising, AsksAgainWhoAnsweredNothingAtAll)
+{
+    for (const uint32_t code : {RCODE_BUSY, RCODE_NO_ACK}) {
+        ++Camera().maxRecord;
+        system.codes.assign(code == RCODE_BUSY ? 301 : 1, code);
+        system.probeCodes.assign(code == RCODE_BUSY ? 301 : 1, code);
+        EXPECT_EQ(0u, Count()) << code;
+        EXPECT_TRUE(system.codes.empty() && system.probeCodes.empty()) << code;
+        EXPECT_EQ(0u, Count()) << code;
+        system.Sleep(std::chrono::seconds(11));
+        EXPECT_EQ(1u, Count()) << code;
+    }
+}
+
+TEST_F(Recognising, WaitsForTheAccessToANewNode)
+{
+    Camera().isThere = false;
+    EXPECT_EQ(0u, Count());
+    Camera().isThere = true;
+    Camera().openErrors.assign(3, -EACCES);
+    EXPECT_EQ(1u, Count());
+}
+
 // It is asked at one place, for a second; for a while it isn't asked again, and then it may answer.
 TEST_F(Recognising, WaitsForASilentNodeOnce)
 {
@@ -178,6 +204,20 @@ TEST_F(Recognising, KeepsNobodyFromAKnownCamera)
     EXPECT_EQ(0u, driver->Open("firewire:00a02d0000000124", &handle));
     EXPECT_FALSE(hasListed);
     lister.join();
+}
+
+// Its request's block goes with its stack.
+TEST_F(Recognising, ForgetsAThreadThatIsEndedByForce)
+{
+    system.movesTime = false;
+    system.codes = {ScriptedKernel::kHang};
+    std::thread lister([this] { Count(); });
+    EXPECT_TRUE(system.Await([this] { return !system.sent.empty(); }));
+    EXPECT_EQ(0, pthread_cancel(lister.native_handle()));
+    lister.join();
+    EXPECT_TRUE(system.AwaitNoFiles()) << system.files();
+    EXPECT_EQ(0u, driver->Book().CountOf(1));
+    EXPECT_EQ(1u, Count());
 }
 
 TEST_F(Recognising, NeverListsTheCard)

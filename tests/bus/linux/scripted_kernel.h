@@ -102,6 +102,8 @@ public:
     bool closesBlock = false;
     uint32_t mostQueuedAtOnce = 0xFFFFFFFF; // packets
     uint32_t version = 5;
+    size_t longestRom = 256;    // quadlets that the kernel has read
+    bool holdsContexts = false; // they are made once this is false again
     int folderError = 0;
     bool movesTime = true;
 
@@ -114,6 +116,7 @@ public:
     std::vector<uint32_t> deallocations; // handles
     uint32_t contexts = 0;               // that were created, ever
     size_t mapBytes = 0;                 // of the last map
+    uint64_t queued = 0;                 // slots, ever
     std::string files();                 // that are open: "fw0 fw1 fw1"
     bool AwaitNoFiles()
     {

@@ -64,6 +64,8 @@ int ScriptedKernel::Ioctl(int file, unsigned long request, void *record)
         ++contexts;
         log.push_back("context on " + std::to_string(context.channel));
         context.handle = 0;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return !holdsContexts; });
         return 0;
     }
     case FW_CDEV_IOC_QUEUE_ISO:
@@ -95,7 +97,7 @@ int ScriptedKernel::GetInfo(File &file, fw_cdev_get_info &record)
     ++infos;
     m_changed.notify_all();
     const auto rom = RomOf(*file.node);
-    const size_t romBytes = rom.size() * 4;
+    const size_t romBytes = std::min(rom.size(), longestRom) * 4;
     if (record.rom != 0)
         std::memcpy(reinterpret_cast<void *>(static_cast<uintptr_t>(record.rom)), rom.data(),
                     std::min<size_t>(romBytes, record.rom_length));

@@ -147,6 +147,7 @@ int ScriptedKernel::Queue(File &file, fw_cdev_queue_iso &record)
     record.packets += uint64_t{count} * 4;
     record.data = reinterpret_cast<uintptr_t>(slot);
     record.size -= count * 4;
+    queued += count;
     m_changed.notify_all();
     return static_cast<int>(count);
 }
