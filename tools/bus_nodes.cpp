@@ -2,7 +2,7 @@
 #include "tools/bus_nodes.h"
 
 #include <algorithm>
-#include <set>
+#include <map>
 #include <sstream>
 #include <string_view>
 
@@ -23,9 +23,16 @@ bool Has(const ZerixBusNode &node, uint32_t flag) { return (node.flags & flag) !
 
 bool IsRemote(const ZerixBusNode &node) { return !Has(node, ZERIX_NODE_IS_CARD); }
 
-bool IsLockedAway(const ZerixBusNode &node)
+bool CantBeOpened(const ZerixBusNode &node)
 {
     return IsRemote(node) && !Has(node, ZERIX_NODE_MAY_OPEN);
+}
+
+// By this user, that is.
+bool IsLockedAway(const ZerixBusNode &node)
+{
+    constexpr uint32_t kAccessDenied = 5;
+    return CantBeOpened(node) && node.systemError == kAccessDenied;
 }
 
 std::string Guid(const ZerixBusNode &node)
@@ -48,8 +55,8 @@ std::string Kind(const ZerixBusNode &node)
 {
     if (!IsRemote(node))
         return "card";
-    if (IsLockedAway(node))
-        return "locked";
+    if (CantBeOpened(node))
+        return IsLockedAway(node) ? "locked" : "not open";
     if (!Has(node, ZERIX_NODE_IS_CAMERA))
         return "other";
     return Has(node, ZERIX_NODE_IS_IN_USE) ? "camera, in use" : "camera";
@@ -85,7 +92,7 @@ std::vector<std::string> Units(const ZerixBusNode &node)
     return units;
 }
 
-// 0x00A02D:0x000102 as the database spells it.
+// 0x123ABC:0x000102 as the database spells it.
 std::string Match(const std::string &unit)
 {
     std::string lower = unit;
@@ -152,11 +159,11 @@ std::string BusJson(const std::vector<ZerixBusNode> &nodes)
 
 std::string HardwareDatabaseEntry(const std::vector<ZerixBusNode> &nodes)
 {
-    std::set<std::string> matches;
+    std::map<std::string, std::string> matches; // and whose they are
     for (const auto &node : nodes)
         if (IsLockedAway(node) || Has(node, ZERIX_NODE_IS_CAMERA))
             for (const auto &unit : Units(node))
-                matches.insert(Match(unit));
+                matches.emplace(Match(unit), node.device + (" " + Name(node)));
     if (matches.empty())
         throw CommandError(
             "No camera is at hand whose unit could be entered: connect it, switch it "
@@ -165,8 +172,8 @@ std::string HardwareDatabaseEntry(const std::vector<ZerixBusNode> &nodes)
                        "# video, may open these devices. Put it there, and run\n"
                        "#   systemd-hwdb update\n"
                        "#   udevadm trigger --subsystem-match=firewire\n";
-    for (const auto &match : matches)
-        text += "\n" + match;
+    for (const auto &[match, whose] : matches)
+        text += "\n# " + whose + "\n" + match;
     return text;
 }
 
@@ -180,6 +187,10 @@ std::string WhyNoCamera(const std::vector<ZerixBusNode> &nodes)
         return fmt::format("{} ({}) may not be opened by this user: install what \"zerix bus "
                            "--hwdb\" prints, or become a member of the group video.",
                            locked->device, Name(*locked));
+    const auto unopened = std::find_if(nodes.begin(), nodes.end(), CantBeOpened);
+    if (unopened != nodes.end())
+        return fmt::format("{} ({}) can't be opened: \"zerix bus\" tells more.", unopened->device,
+                           Name(*unopened));
     const auto inUse = std::find_if(nodes.begin(), nodes.end(), [](const ZerixBusNode &node) {
         return Has(node, ZERIX_NODE_IS_CAMERA);
     });

@@ -19,6 +19,7 @@ ZerixBusNode Node(uint32_t flags, const char *device, const char *units = "")
     node.guid = 0x0011223344556677;
     node.speed = 400;
     node.flags = flags;
+    node.systemError = (flags & ZERIX_NODE_MAY_OPEN) != 0 ? 0 : 5;
     node.interfaceVersion = 5;
     node.bandwidthLeft = 4915;
     node.channelsLeft = 63;
@@ -72,6 +73,10 @@ TEST(BusNodes, AreOfAKind)
         node.remark[0] = '\0';
         EXPECT_TRUE(BusTable({node}).ends_with(kind)) << kind;
     }
+    ZerixBusNode gone = Node(0, "/dev/fw1");
+    gone.remark[0] = '\0';
+    gone.systemError = 1167;
+    EXPECT_TRUE(BusTable({gone}).ends_with("not open\n"));
 }
 
 TEST(BusNodes, BecomeAnEntryOfTheHardwareDatabase)
@@ -83,8 +88,10 @@ TEST(BusNodes, BecomeAnEntryOfTheHardwareDatabase)
         Node(ZERIX_NODE_MAY_OPEN, "/dev/fw3", "0x00609e:0x010483")};
     const std::string entry = HardwareDatabaseEntry(nodes);
     EXPECT_EQ(entry.substr(entry.find("\n\n")),
-              "\n\nieee1394:node:ven*units*0x00a02d:0x000102*\n IEEE1394_UNIT_FUNCTION_VIDEO=1\n"
-              "\nieee1394:node:ven*units*0x00a02d:0x010001*\n IEEE1394_UNIT_FUNCTION_VIDEO=1\n");
+              "\n\n# /dev/fw1 Maker Thing\n"
+              "ieee1394:node:ven*units*0x00a02d:0x000102*\n IEEE1394_UNIT_FUNCTION_VIDEO=1\n"
+              "\n# /dev/fw1 Maker Thing\nieee1394:node:ven*units*0x00a02d:0x010001*\n "
+              "IEEE1394_UNIT_FUNCTION_VIDEO=1\n");
     EXPECT_TRUE(entry.starts_with("# /etc/udev/hwdb.d/70-zerix.hwdb"));
     EXPECT_NE(entry.find("#   systemd-hwdb update\n"), std::string::npos);
     EXPECT_NE(entry.find("#   udevadm trigger --subsystem-match=firewire\n"), std::string::npos);
@@ -114,6 +121,10 @@ TEST(BusNodes, TellWhyThereIsNoCamera)
         WhyNoCamera({Node(kCard, "/dev/fw0"), Node(kCamera, "/dev/fw1"), Node(0, "/dev/fw2")}),
         "/dev/fw2 (Maker Thing) may not be opened by this user: install what \"zerix bus "
         "--hwdb\" prints, or become a member of the group video.");
+    ZerixBusNode gone = Node(0, "/dev/fw2");
+    gone.systemError = 1167;
+    EXPECT_EQ(WhyNoCamera({gone}),
+              "/dev/fw2 (Maker Thing) can't be opened: \"zerix bus\" tells more.");
     EXPECT_TRUE(WhyNoCamera({Node(kCamera, "/dev/fw1")}).starts_with("The camera at /dev/fw1"));
 }
 
