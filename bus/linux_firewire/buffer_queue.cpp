@@ -27,7 +27,7 @@ kernel::RequestId BufferQueue::Put(std::span<const uint8_t> payload)
     if (++m_slotsFilled < kernel::kSlotsPerBuffer)
         return 0;
     m_slotsFilled = 0;
-    m_buffers.pop_front();
+    m_buffers.erase(m_buffers.begin());
     return front.id;
 }
 
@@ -36,7 +36,7 @@ std::optional<kernel::RequestId> BufferQueue::TakeAny()
     if (m_buffers.empty())
         return std::nullopt;
     const kernel::RequestId id = m_buffers.front().id;
-    m_buffers.pop_front();
+    m_buffers.erase(m_buffers.begin());
     m_slotsFilled = 0;
     return id;
 }

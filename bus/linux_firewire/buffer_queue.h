@@ -4,9 +4,9 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "hal/requests/request_book.h"
 
@@ -14,6 +14,8 @@ namespace zerix::bus::linux_firewire {
 
 class BufferQueue {
 public:
+    // Makes room for so many at once: Add needs no memory up to there.
+    void Reserve(size_t count) { m_buffers.reserve(count); }
     void Add(kernel::RequestId id, std::span<uint8_t> buffer) { m_buffers.push_back({id, buffer}); }
     // The buffer isn't written any more.
     void Drop(kernel::RequestId id);
@@ -31,8 +33,8 @@ private:
         kernel::RequestId id;
         std::span<uint8_t> bytes;
     };
-    std::deque<Buffer> m_buffers;
-    uint32_t m_slotsFilled = 0; // of the first
+    std::vector<Buffer> m_buffers; // the first to be filled first
+    uint32_t m_slotsFilled = 0;    // of the first
 };
 
 } // namespace zerix::bus::linux_firewire

@@ -4,22 +4,42 @@
 // Any thread. Each piece of work has a thread of its own, so that no file waits for another's.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "bus/linux_firewire/system_calls.h"
 #include "platform/os.h"
 
 namespace zerix::bus::linux_firewire {
 
+// The files of a node that are to be closed. It needs no memory, so that giving them up can't fail.
+class FileList {
+public:
+    FileList() = default;
+    explicit FileList(int file) { Add(file); }
+    // A negative number is none. There is room for those of one node: its own, the card's, the
+    // stream's, and the event's.
+    void Add(int file)
+    {
+        if (file >= 0)
+            m_files.at(m_count++) = file;
+    }
+    [[nodiscard]] const int *begin() const { return m_files.data(); }
+    [[nodiscard]] const int *end() const { return m_files.data() + m_count; }
+
+private:
+    std::array<int, 4> m_files{};
+    size_t m_count = 0;
+};
+
 class Closer {
 public:
     // What is to be closed: the thread that still polls the files is joined before.
     struct Work {
         std::unique_ptr<os::Thread> thread;
-        std::vector<int> files;
+        FileList files;
         std::shared_ptr<void> owner; // of what the thread uses
     };
 

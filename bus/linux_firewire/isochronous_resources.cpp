@@ -167,17 +167,21 @@ bool IsochronousResources::OnEvent(std::span<const uint8_t> event)
 void IsochronousResources::EndLate()
 {
     const Time now = m_system.Now();
-    const auto bookings = m_bookings;
-    for (const Pointer &booking : bookings) {
-        if (booking->IsAnswered() || booking->deadline > now || !booking->isWanted)
-            continue;
+    const auto isLate = [now](const Pointer &booking) {
+        return !booking->IsAnswered() && booking->deadline <= now && booking->isWanted;
+    };
+    for (;;) {
+        const auto found = std::find_if(m_bookings.begin(), m_bookings.end(), isLate);
+        if (found == m_bookings.end())
+            return;
+        const Pointer booking = *found;
         if (booking->phase == Phase::kFreeing) {
             End(booking, 0);
             continue;
         }
         const auto late = std::make_shared<Booking>(*booking);
         late->isWanted = false;
-        std::replace(m_bookings.begin(), m_bookings.end(), booking, late);
+        *found = late;
         End(booking, kernel::kErrorNoSystemResources);
     }
 }
@@ -193,8 +197,8 @@ std::optional<IsochronousResources::Time> IsochronousResources::NextDeadline() c
 
 void IsochronousResources::EndAll(uint32_t systemError, bool givesBack)
 {
-    const auto bookings = m_bookings;
-    for (const Pointer &booking : bookings) {
+    while (!m_bookings.empty()) {
+        const Pointer booking = m_bookings.front();
         const bool isReturn = booking->phase == Phase::kFreeing;
         if (givesBack && booking->phase == Phase::kHeld)
             Deallocate(booking->kernelHandle);

@@ -97,7 +97,7 @@ int ReadGeneration(SystemCalls &system, int file, uint32_t &generation)
 FileOwner::~FileOwner()
 {
     if (m_file >= 0)
-        m_closer.Take({.thread = {}, .files = {m_file}, .owner = {}});
+        m_closer.Take({.thread = {}, .files = FileList(m_file), .owner = {}});
 }
 
 int FileOwner::TakeOut() { return std::exchange(m_file, -1); }

@@ -10,7 +10,7 @@ namespace zerix::bus::linux_firewire {
 
 namespace {
 
-const std::string kFolder = "/sys/bus/firewire/devices";
+constexpr char kFolder[] = "/sys/bus/firewire/devices"; // outlives every thread
 constexpr std::string_view kPathPrefix = "firewire:";
 constexpr std::string_view kBlanks = " \t\r\n,";
 constexpr size_t kGuidDigits = 16;
@@ -71,13 +71,13 @@ std::optional<Unit> UnitIn(std::string_view word)
 bool HasDriver(SystemCalls &system, const std::string &unit)
 {
     std::vector<std::string> ignored;
-    return system.ListFolder((kFolder + "/" + unit + "/driver").c_str(), ignored) >= 0;
+    return system.ListFolder((std::string(kFolder) + "/" + unit + "/driver").c_str(), ignored) >= 0;
 }
 
 std::optional<Node> NodeNamed(SystemCalls &system, const std::string &name,
                               const std::vector<std::string> &names)
 {
-    const std::string folder = kFolder + "/" + name + "/";
+    const std::string folder = std::string(kFolder) + "/" + name + "/";
     std::string text;
     Node node;
     node.name = name;
@@ -118,7 +118,7 @@ int ListNodes(SystemCalls &system, std::vector<Node> &nodes)
 {
     nodes.clear();
     std::vector<std::string> names;
-    const int result = system.ListFolder(kFolder.c_str(), names);
+    const int result = system.ListFolder(kFolder, names);
     if (result < 0)
         return result == -ENOENT || result == -ENOTDIR ? 0 : result;
     std::sort(names.begin(), names.end(), IsNamedBefore);

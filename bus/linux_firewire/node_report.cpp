@@ -31,9 +31,12 @@ struct Entry {
     uint32_t managerId = kNoNode; // of the bus's resource manager
 };
 
+// Some texts are the device's own, and shown on terminals.
 template <size_t size>
-void Put(char (&field)[size], const std::string &text)
+void Put(char (&field)[size], std::string text)
 {
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; };
+    std::replace_if(text.begin(), text.end(), isControl, '?');
     std::snprintf(field, size, "%s", text.c_str());
 }
 
@@ -64,9 +67,13 @@ void AskKernel(SystemCalls &system, int file, Entry &entry)
         entry.node.systemError = SystemErrorOf(result);
         return;
     }
-    entry.node.flags |= ZERIX_NODE_MAY_OPEN;
     entry.node.card = info.card;
     entry.node.interfaceVersion = info.version;
+    if (info.version < kLeastInterfaceVersion) {
+        entry.node.systemError = kernel::kErrorNotSupported;
+        return;
+    }
+    entry.node.flags |= ZERIX_NODE_MAY_OPEN;
     entry.nodeId = reset.node_id;
     entry.managerId = reset.irm_node_id;
     const int speed = system.Ioctl(file, FW_CDEV_IOC_GET_SPEED, nullptr);

@@ -50,7 +50,6 @@ uint32_t OpenNode::Make(const NodeSurroundings &surroundings, DeviceHandle handl
 void OpenNode::Close()
 {
     Closer::Work work;
-    work.files.reserve(4);
     {
         const Lock lock(m_mutex);
         if (m_isClosed)
@@ -61,7 +60,7 @@ void OpenNode::Close()
         m_bookings.EndAll(kErrorOperationAborted, !m_isLost);
         GiveUpFiles(work.files);
         Wake();
-        work.files.push_back(m_files.wake);
+        work.files.Add(std::exchange(m_files.wake, -1));
         work.thread = std::move(m_thread);
     }
     m_changed.notify_all();
@@ -70,13 +69,12 @@ void OpenNode::Close()
 }
 
 // The files are closed by whoever gets the list.
-void OpenNode::GiveUpFiles(std::vector<int> &files)
+void OpenNode::GiveUpFiles(FileList &files)
 {
     Unclaim();
-    for (int file :
-         {TakeRingFile(), std::exchange(m_files.control, -1), std::exchange(m_files.alarm, -1)})
-        if (file >= 0)
-            files.push_back(file);
+    files.Add(TakeRingFile());
+    files.Add(std::exchange(m_files.control, -1));
+    files.Add(std::exchange(m_files.alarm, -1));
 }
 
 uint32_t OpenNode::Usable() const
@@ -102,7 +100,12 @@ uint32_t OpenNode::Noted(uint32_t error)
     return error;
 }
 
-void OpenNode::Wake() { m_system.Signal(m_files.wake); }
+// Whoever comes back from the system after the close finds nobody to wake.
+void OpenNode::Wake()
+{
+    if (m_files.wake >= 0)
+        m_system.Signal(m_files.wake);
+}
 
 // The event thread polls until its next timer; a new one may be due before that.
 void OpenNode::WakeIfDueEarlier()

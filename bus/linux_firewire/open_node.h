@@ -70,6 +70,7 @@ private:
     using Lock = std::unique_lock<std::mutex>;
     // What the event thread polls, and what it found.
     struct Watched;
+    class ClaimUse;
 
     // What everything below calls (open_node.cpp).
     [[nodiscard]] uint32_t Usable() const;
@@ -77,7 +78,7 @@ private:
     uint32_t Noted(uint32_t error);
     void Wake();
     void WakeIfDueEarlier();
-    void GiveUpFiles(std::vector<int> &files);
+    void GiveUpFiles(FileList &files);
 
     // The event thread (open_node_events.cpp).
     static void Run(void *parameter);
@@ -122,6 +123,7 @@ private:
     bool m_isClosed = false;
     bool m_isLost = false;        // and everything has been ended
     bool m_sawLoss = false;       // the event thread is to do that
+    bool m_isToProbe = false;     // and that
     std::vector<uint8_t> m_event; // read last; the event thread's
     Time m_polledUntil{};
     Time m_lastProbe{};
@@ -129,6 +131,7 @@ private:
     Transactions m_transactions;
     IsochronousResources m_bookings;
     bool m_isClaimed = false;
+    uint32_t m_claimUses = 0;  // calls that ask for bandwidth
     bool m_keepsClaim = false; // bandwidth was granted: until the close
 
     struct Resources {

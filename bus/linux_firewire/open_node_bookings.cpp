@@ -32,6 +32,22 @@ private:
 
 } // namespace
 
+// A claim is provisional until bandwidth is granted, to whichever of the calls that ask for it.
+class OpenNode::ClaimUse {
+public:
+    explicit ClaimUse(OpenNode &node) : m_node(node) { ++m_node.m_claimUses; }
+    ~ClaimUse()
+    {
+        if (--m_node.m_claimUses == 0 && !m_node.m_keepsClaim)
+            m_node.Unclaim();
+    }
+    ClaimUse(const ClaimUse &) = delete;
+    ClaimUse &operator=(const ClaimUse &) = delete;
+
+private:
+    OpenNode &m_node;
+};
+
 // The claim ---------------------------------------------------------------------------------------
 
 uint32_t OpenNode::IsOpen(bool &isOpen)
@@ -87,17 +103,16 @@ uint32_t OpenNode::AllocateBandwidth(BandwidthRequest &booking)
     if (const uint32_t error = Usable())
         return error;
     const uint32_t units = BandwidthUnits(booking.slotBytes, m_files.speed);
-    if (units == 0)
+    if (units == 0 || (booking.speedFlag != kSpeedFlag800 && booking.speedFlag != kSpeedFlag400))
         return kErrorInvalidParameter;
     if (const uint32_t error = Claim())
         return error;
+    const ClaimUse use(*this);
     IsochronousResources::Pointer booked;
     uint32_t error = m_bookings.AskForBandwidth(booking.slotBytes, units, booked);
     if (error == 0)
         error = Await(lock, booked);
     m_keepsClaim = m_keepsClaim || error == 0;
-    if (!m_keepsClaim)
-        Unclaim();
     booking.handle = booked->number;
     return Noted(error);
 }

@@ -8,6 +8,7 @@
 
 #include "bus/linux_firewire/kernel_records.h"
 #include "bus/linux_firewire/open_node.h"
+#include "bus/linux_firewire/recognition.h"
 #include "bus/linux_firewire/system_errors.h"
 #include "hal/requests/request_server.h"
 
@@ -18,8 +19,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A readable quadlet of every node: the first of its configuration memory.
-constexpr uint32_t kProbeAddress = 0xF0000400;
 // A node that answers no faster than this is looked after.
 constexpr auto kAnswerPatience = 200ms;
 // A camera that streams sends a packet in every cycle, if only an idle one.
@@ -112,7 +111,7 @@ void OpenNode::AfterPoll(Watched &watched)
             ReadStream(watched.Found(Watched::kStream), watched.looks);
         ServeTimers();
     } catch (const std::exception &) {
-        // What it was about comes again: the file stays readable, the timer due.
+        // The timer stays due. Of an answer that was lost its own time-out tells.
     }
     m_sawLoss = m_sawLoss || m_transactions.IsLost();
     if (m_sawLoss && !m_isLost)
@@ -169,11 +168,12 @@ void OpenNode::ReadAlarm(short events)
     if (events == 0 || m_files.alarm < 0)
         return;
     if ((events & POLLIN) == 0)
-        m_closer.Take({.thread = {}, .files = {std::exchange(m_files.alarm, -1)}, .owner = {}});
+        m_closer.Take(
+            {.thread = {}, .files = FileList(std::exchange(m_files.alarm, -1)), .owner = {}});
     else if (EventWord(ReadEvent(m_files.alarm), offsetof(fw_cdev_event_common, type)) !=
              FW_CDEV_EVENT_BUS_RESET)
         return;
-    Probe();
+    m_isToProbe = true;
 }
 
 void OpenNode::ReadStream(short events, bool looks)
@@ -218,6 +218,8 @@ std::optional<OpenNode::Time> OpenNode::NextDeadline() const
     };
     include(m_bookings.NextDeadline());
     include(AnswerDeadline());
+    if (m_isToProbe)
+        include(m_lastProbe + kAnswerPatience);
     if (m_ring && m_ring->IsRunning() && !m_askedInSilence)
         include(m_lastPacket + kSilencePatience);
     return next;
@@ -233,9 +235,12 @@ void OpenNode::ServeTimers()
     const auto answer = AnswerDeadline();
     const bool isSilent = m_ring && m_ring->IsRunning() && !m_askedInSilence &&
                           m_lastPacket + kSilencePatience <= now;
-    m_askedInSilence = m_askedInSilence || isSilent;
-    if (isSilent || (answer && *answer <= now))
+    if (isSilent)
+        Deliver(); // the ring may have run dry when the kernel took no more
+    if (m_isToProbe || isSilent || (answer && *answer <= now))
         Probe();
+    m_isToProbe = false;
+    m_askedInSilence = m_askedInSilence || isSilent;
 }
 
 // A look at the node, and any answer will do. An earlier one may have been acknowledged just before
@@ -244,7 +249,7 @@ void OpenNode::Probe()
 {
     m_lastProbe = m_system.Now();
     m_transactions.Drop(kProbe);
-    Noted(m_transactions.Read(kProbe, kProbeAddress, sizeof(uint32_t)));
+    Noted(m_transactions.Read(kProbe, kAnswersAlways, sizeof(uint32_t)));
 }
 
 // The device is gone: everything that is pending ends, and nothing is held any more.
@@ -256,7 +261,6 @@ void OpenNode::BeLost()
     m_bookings.EndAll(kErrorDeviceNotConnected, false);
     m_requests.EndAll(m_handle, kErrorDeviceNotConnected);
     Closer::Work work;
-    work.files.reserve(3);
     GiveUpFiles(work.files);
     m_closer.Take(std::move(work));
 }

@@ -1,5 +1,7 @@
 // A node's stream: its ring, which the kernel fills, and the hardware layer's buffers, which are
 // filled from the ring.
+#include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "bus/linux_firewire/kernel_records.h"
@@ -15,6 +17,9 @@ namespace {
 
 constexpr int kFastSpeedCode = 3;
 constexpr uint32_t kLeastSlot = kSlotPayloadOffset + 4; // bytes
+constexpr uint32_t kLargestSlowSlot = 0x1324;           // bytes of one at 400 Mb/s
+// What is queued beyond that needs memory. The hardware layer has 60.
+constexpr uint32_t kMostBuffersAtOnce = 1024;
 // A ring that was given up holds its channel until its file is closed.
 constexpr uint32_t kTriesForRing = 50;
 constexpr std::chrono::milliseconds kBetweenTries{10};
@@ -31,8 +36,39 @@ private:
     bool &m_flag;
 };
 
+// The lock is let go meanwhile, and taken again however the thread leaves.
+class Unlocked {
+public:
+    explicit Unlocked(std::unique_lock<std::mutex> &lock) : m_lock(lock) { m_lock.unlock(); }
+    ~Unlocked() { m_lock.lock(); }
+    Unlocked(const Unlocked &) = delete;
+    Unlocked &operator=(const Unlocked &) = delete;
+
+private:
+    std::unique_lock<std::mutex> &m_lock;
+};
+
+// Forgets something, however the thread leaves, unless it is to be kept.
+template <typename Thing>
+class Provisional {
+public:
+    explicit Provisional(std::optional<Thing> &thing) : m_thing(thing) {}
+    ~Provisional()
+    {
+        if (!m_isKept)
+            m_thing.reset();
+    }
+    Provisional(const Provisional &) = delete;
+    Provisional &operator=(const Provisional &) = delete;
+    void Keep() { m_isKept = true; }
+
+private:
+    std::optional<Thing> &m_thing;
+    bool m_isKept = false;
+};
+
 void TellLosses(const StreamLosses &losses)
-{
+try {
     if (losses.Sum() == 0)
         return;
     os::DebugOutput("FireWire stream: " + std::to_string(losses.missing) + " packets missing, " +
@@ -40,6 +76,8 @@ void TellLosses(const StreamLosses &losses)
                     std::to_string(losses.unwritten) + " unwritten, " +
                     std::to_string(losses.untold) + " untold, " + std::to_string(losses.overtaken) +
                     " overtaken");
+} catch (const std::exception &) {
+    // Without the memory for a line there is none: the stream has to end nevertheless.
 }
 
 } // namespace
@@ -56,9 +94,10 @@ uint32_t OpenNode::CheckResources(const ResourcesRequest &request) const
         return kErrorInvalidParameter;
     if (m_resources || m_isMakingRing)
         return kErrorBusy;
-    if (request.speedFlag == kSpeedFlag800 && m_files.speed < kFastSpeedCode)
+    const bool isFast = request.speedFlag == kSpeedFlag800;
+    if (isFast && m_files.speed < kFastSpeedCode)
         return kErrorNoSystemResources;
-    if (request.slotBytes > kLargestSlot)
+    if (request.slotBytes > (isFast ? kLargestSlot : kLargestSlowSlot))
         return kErrorNoSystemResources;
     return m_bookings.HoldsBandwidthFor(request.slotBytes) ? 0 : uint32_t{kErrorInvalidParameter};
 }
@@ -70,11 +109,13 @@ uint32_t OpenNode::AllocateResources(ResourcesRequest &booking)
         return error;
     if (const uint32_t error = CheckResources(booking))
         return error;
+    m_buffers.Reserve(std::min(booking.bufferCount, kMostBuffersAtOnce));
     m_resources = {++m_lastResources, booking.channel, booking.slotBytes, booking.bufferCount};
     booking.handle = m_lastResources;
+    Provisional provisional(m_resources);
     const uint32_t error = MakeRing(lock);
-    if (error != 0)
-        m_resources.reset();
+    if (error == 0)
+        provisional.Keep();
     return Noted(error);
 }
 
@@ -103,9 +144,8 @@ uint32_t OpenNode::MakeRing(Lock &lock)
     uint32_t error = 0;
     {
         const Mark mark(m_isMakingRing);
-        lock.unlock();
+        const Unlocked unlocked(lock);
         error = TryToMakeRing(slotBytes, channel, ring);
-        lock.lock();
     }
     if (error != 0)
         return error;
@@ -158,7 +198,7 @@ void OpenNode::RetireRing()
 {
     const int file = TakeRingFile();
     if (file >= 0)
-        m_closer.Take({.thread = {}, .files = {file}, .owner = {}});
+        m_closer.Take({.thread = {}, .files = FileList(file), .owner = {}});
 }
 
 // Listening ---------------------------------------------------------------------------------------

@@ -79,6 +79,9 @@ public:
     {
         void *const address = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
         error = address == MAP_FAILED ? -errno : 0;
+        // A child would keep the card writing after our end of it.
+        if (error == 0)
+            static_cast<void>(madvise(address, bytes, MADV_DONTFORK));
         return error == 0 ? address : nullptr;
     }
     int Unmap(void *address, size_t bytes) override { return ResultOf(munmap(address, bytes)); }

@@ -1,7 +1,7 @@
 // The port's contract, kept by the bus on Linux over the modelled kernel.
 #include "bus/linux_firewire/linux_firewire_driver.h"
 #include "tests/linux_model/kernel_model.h"
-#include "tests/support/kernel_driver_contract.h"
+#include "tests/support/kernel_driver_bookings.h"
 #include "tests/support/temporary_folder.h"
 #include "zerix/zerix_sim.h"
 
@@ -53,6 +53,7 @@ private:
 std::unique_ptr<KernelDriverBench> MakeBench() { return std::make_unique<LinuxBench>(); }
 
 INSTANTIATE_TEST_SUITE_P(OnTheModelledKernel, KernelDriverContract, ::testing::Values(&MakeBench));
+INSTANTIATE_TEST_SUITE_P(OnTheModelledKernel, KernelDriverBookings, ::testing::Values(&MakeBench));
 
 } // namespace
 } // namespace zerix::test

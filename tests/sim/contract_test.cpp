@@ -1,6 +1,6 @@
 // The port's contract, kept by the virtual bus.
 #include "tests/sim/bus_fixture.h"
-#include "tests/support/kernel_driver_contract.h"
+#include "tests/support/kernel_driver_bookings.h"
 #include "tests/support/temporary_folder.h"
 
 namespace zerix::test {
@@ -44,6 +44,8 @@ std::unique_ptr<KernelDriverBench> MakeBench()
 }
 
 INSTANTIATE_TEST_SUITE_P(OnTheVirtualBus, KernelDriverContract,
+                         ::testing::Values(&MakeBench<true>, &MakeBench<false>));
+INSTANTIATE_TEST_SUITE_P(OnTheVirtualBus, KernelDriverBookings,
                          ::testing::Values(&MakeBench<true>, &MakeBench<false>));
 
 } // namespace

@@ -12,10 +12,11 @@ std::atomic<uint32_t> requests{0};
 std::atomic<uint32_t> refused{0};
 thread_local bool isTestsThread = false;
 thread_local uint32_t busCalls = 0;
+thread_local uint32_t otherCalls = 0;
 
 bool IsRefused()
 {
-    if (!isCounting || (isTestsThread && busCalls == 0))
+    if (!isCounting || otherCalls > 0 || (isTestsThread && busCalls == 0))
         return false;
     return ++requests == refused;
 }
@@ -41,6 +42,9 @@ uint32_t RequestsForMemory()
 
 BusCall::BusCall() { ++busCalls; }
 BusCall::~BusCall() { --busCalls; }
+
+NotTheBus::NotTheBus() { ++otherCalls; }
+NotTheBus::~NotTheBus() { --otherCalls; }
 
 void ThisIsATestsThread() { isTestsThread = true; }
 

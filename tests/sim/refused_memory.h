@@ -21,6 +21,16 @@ public:
     BusCall &operator=(const BusCall &) = delete;
 };
 
+// What this thread asks for while one of these lives isn't counted, on any thread: the test's own
+// means that the bus calls.
+class NotTheBus {
+public:
+    NotTheBus();
+    ~NotTheBus();
+    NotTheBus(const NotTheBus &) = delete;
+    NotTheBus &operator=(const NotTheBus &) = delete;
+};
+
 // This thread is a test's, and none of the bus.
 void ThisIsATestsThread();
 

@@ -1,4 +1,6 @@
 // The claim on a camera, bandwidth and channels.
+#include <thread>
+
 #include "tests/bus/linux/linux_bus_fixture.h"
 
 namespace zerix::bus::linux_firewire {
@@ -44,6 +46,34 @@ TEST_F(Bookings, OfBandwidthClaimTheCamera)
     driver->Close(handle);
     EXPECT_EQ(0u, IsOpen(other));
     EXPECT_EQ(0u, TakeBandwidth(other));
+}
+
+// The first is refused while the second still waits.
+TEST_F(Bookings, KeepTheClaimForWhoStillAsks)
+{
+    const auto handle = Open();
+    const auto other = Open();
+    system.answersBookings = false;
+    system.movesTime = false;
+    const auto ask = [&] {
+        kernel::BandwidthRequest request = bandwidth;
+        return Exchange(handle, kernel::kControlAllocateBandwidth, request);
+    };
+    const auto asked = [&](size_t count) {
+        return system.Await([&, count] { return system.allocations.size() == count; });
+    };
+    std::thread first([&] { EXPECT_EQ(1450u, ask()); });
+    ASSERT_TRUE(asked(1));
+    std::thread second([&] { EXPECT_EQ(0u, ask()); });
+    ASSERT_TRUE(asked(2));
+    system.TellGranted(system.allocations[0].closure, 0, -EBUSY, 0);
+    first.join();
+    EXPECT_EQ(1u, IsOpen(other));
+    system.TellGranted(system.allocations[1].closure, 1, -EINVAL, 506);
+    second.join();
+    system.movesTime = true;
+    EXPECT_EQ(1u, IsOpen(other));
+    EXPECT_EQ(170u, TakeBandwidth(other));
 }
 
 TEST_F(Bookings, ClaimNothingThatAnotherProgramHas)

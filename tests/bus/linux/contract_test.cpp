@@ -1,7 +1,7 @@
 // The port's contract, kept by the kernel's FireWire bus.
 #include "bus/linux_firewire/linux_firewire_driver.h"
 #include "tests/bus/linux/scripted_kernel.h"
-#include "tests/support/kernel_driver_contract.h"
+#include "tests/support/kernel_driver_bookings.h"
 
 namespace zerix::test {
 namespace {
@@ -56,6 +56,7 @@ private:
 std::unique_ptr<KernelDriverBench> MakeBench() { return std::make_unique<ScriptedBench>(); }
 
 INSTANTIATE_TEST_SUITE_P(OnLinux, KernelDriverContract, ::testing::Values(&MakeBench));
+INSTANTIATE_TEST_SUITE_P(OnLinux, KernelDriverBookings, ::testing::Values(&MakeBench));
 
 } // namespace
 } // namespace zerix::test

@@ -55,6 +55,24 @@ TEST_F(NodeReport, TellsOfTheCardAndItsCamera)
     EXPECT_TRUE(system.AwaitNoFiles());
 }
 
+TEST_F(NodeReport, TellsOfAKernelThatIsTooOld)
+{
+    system.version = 1;
+    const auto nodes = Describe();
+    ASSERT_EQ(2u, nodes.size());
+    EXPECT_EQ(ZERIX_NODE_IS_CAMERA, nodes[1].flags & ~ZERIX_NODE_IS_CARD);
+    EXPECT_EQ(1u, nodes[1].interfaceVersion);
+    EXPECT_EQ(50u, nodes[1].systemError);
+    EXPECT_STREQ("The kernel's FireWire interface is too old.", nodes[1].remark);
+}
+
+// They are shown on terminals.
+TEST_F(NodeReport, GivesNoControlCharactersOn)
+{
+    system.texts["fw1/vendor_name"] = "Ma\x1b[2Jker\x7f\t\n";
+    EXPECT_STREQ("Ma?[2Jker??", Describe()[1].vendor);
+}
+
 TEST_F(NodeReport, KnowsNoBooksWithoutAManager)
 {
     const auto nodes = Describe();

@@ -1,4 +1,6 @@
 // Streams begun and ended, what is refused, and what a loss does to them.
+#include <thread>
+
 #include "tests/bus/linux/streaming_fixture.h"
 
 namespace zerix::bus::linux_firewire {
@@ -7,12 +9,6 @@ namespace {
 using namespace std::chrono_literals;
 
 class StreamControl : public Streaming {};
-
-// Odd slots too.
-
-// Who doesn't take them loses the oldest: the kernel always has slots.
-
-// The kernel had no memory for an event: all later ones are told for slots before theirs.
 
 TEST_F(StreamControl, QueuesOnWhereTheKernelTakesFewer)
 {
@@ -24,6 +20,40 @@ TEST_F(StreamControl, QueuesOnWhereTheKernelTakesFewer)
     Send(30, 1000, 9);
     EXPECT_EQ(kernel::Completion::kDone, Await(buffer).completion);
     EXPECT_EQ(9, buffer.bytes[29 * kSlot + 8]);
+}
+
+// It has no file of the event any more, whose number may be another's by then.
+TEST_F(StreamControl, MayBeClosedWhileItsRingIsMade)
+{
+    system.holdsContexts = true;
+    TakeBandwidth(handle);
+    TakeChannel(handle);
+    std::thread maker([this] { EXPECT_EQ(6u, TakeResources()); });
+    ASSERT_TRUE(system.Await([this] { return system.contexts == 1; }));
+    driver->Close(handle);
+    EXPECT_TRUE(driver->AwaitClosed(20s));
+    system.Locked([this] { return system.holdsContexts = false; });
+    maker.join();
+    EXPECT_TRUE(system.AwaitNoFiles()) << system.files();
+}
+
+// When the kernel took nothing more, no event tells that it would again.
+TEST_F(StreamControl, OffersItsSlotsAgainAfterASilence)
+{
+    TakeAll();
+    std::vector<Buffer> &buffers = NewBuffers(2);
+    Queue(buffers[0]);
+    Queue(buffers[1]);
+    EXPECT_EQ(0u, Listen());
+    system.Locked([this] { return system.movesTime = false; });
+    system.Locked([this] { return system.mostQueuedAtOnce = 0; });
+    Send(30);
+    EXPECT_EQ(kernel::Completion::kDone, Await(buffers[0]).completion);
+    Settle();
+    const auto before = system.Locked([this] { return system.queued; });
+    system.Locked([this] { return system.mostQueuedAtOnce = 0xFFFFFFFF; });
+    system.Locked([this] { return system.movesTime = true; });
+    EXPECT_TRUE(system.Await([&] { return system.queued == before + 30; }));
 }
 
 TEST_F(StreamControl, TellsWhyItCantStart)
