@@ -6,6 +6,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # What the everyday build needs.
 BUILD_PACKAGES=(g++ cmake ninja-build ccache pkg-config googletest libtomlplusplus-dev
     libcli11-dev libfmt-dev libtiff-dev libcfitsio-dev libpng-dev nlohmann-json3-dev python3)
+# And what its tests ask besides.
+TEST_PACKAGES=(fitsverify)
 I386_PACKAGES=(g++-multilib)
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 llvm
     clang lld)

@@ -56,6 +56,26 @@ TEST_F(ColourRecord, RecordsWhatGrabTakes)
     }
 }
 
+#if defined(ZERIX_TEST_ALL_FORMATS)
+
+// By the format's own checker, with no warning either.
+TEST_F(ColourRecord, EveryFitsFileIsWhatTheStandardSays)
+{
+    const std::string mosaic = Mosaic();
+    for (const std::string verb : {"grab", "record -n 3"})
+        for (const std::string kind :
+             {"--set format=bayer8", "--set format=bayer16", "--color --set format=bayer8",
+              "--color --set format=bayer16"}) {
+            const Outcome outcome = Run(mosaic + verb + " " + kind + " " + kPart + "-o a.fits");
+            ASSERT_EQ(outcome.status, 0) << outcome.err;
+            const std::string check =
+                "fitsverify '" + Path("a.fits") + "' >'" + Path("check") + "'";
+            EXPECT_EQ(std::system(check.c_str()), 0) << verb << kind << Contents(Path("check"));
+        }
+}
+
+#endif
+
 TEST_F(ColourRecord, EveryFormatHoldsTheColoursTheSameInEveryRun)
 {
     const std::string mosaic = Mosaic();

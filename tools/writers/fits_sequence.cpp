@@ -99,7 +99,7 @@ struct Column {
     size_t size;
 };
 constexpr Column kColumns[] = {
-    {"FRAMENO", "1J", "", 4},  {"DATE-OBS", "26A", "", 26}, {"TIME", "1D", "s", 8},
+    {"FRAMENO", "1J", "", 4},  {"DATE_OBS", "26A", "", 26}, {"TIME", "1D", "s", 8},
     {"EXPTIME", "1D", "s", 8}, {"GAIN", "1D", "", 8},       {"MISSING", "1L", "", 1},
 };
 
