@@ -126,6 +126,9 @@ TEST_F(ColourWriters, PngIsTrueColour)
         ASSERT_NE(png_get_sBIT(png, info, &bits), 0u);
         for (const png_byte each : {bits->red, bits->green, bits->blue})
             EXPECT_EQ(each, isWide ? 12 : 8);
+        double gamma = 0;
+        EXPECT_NE(png_get_gAMA(png, info, &gamma), 0u);
+        EXPECT_EQ(gamma, 1.0);
         const png_bytep row = png_get_rows(png, info)[1];
         if (isWide)
             EXPECT_EQ(Bytes(row + 6, row + 12), (Bytes{0xFF, 0xF0, 0x80, 0x00, 0x23, 0x40}));

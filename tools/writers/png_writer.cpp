@@ -95,6 +95,10 @@ bool WriteWith(PngJob &job)
     significant.gray = static_cast<png_byte>(job.picture->significantBits);
     significant.red = significant.green = significant.blue = significant.gray;
     png_set_sBIT(job.png, job.info, &significant);
+    // Samples count light. Viewers take colours without this chunk for a screen's, and show them
+    // dark.
+    if (job.picture->samplesPerPixel == 3)
+        png_set_gAMA(job.png, job.info, 1.0);
     png_set_text(job.png, job.info, job.texts.data(), static_cast<int>(job.texts.size()));
     png_set_rows(job.png, job.info, job.rows.data());
     png_write_png(job.png, job.info, PNG_TRANSFORM_IDENTITY, nullptr);
