@@ -70,7 +70,8 @@ struct Result {
     RecordingCounts counts;
     Recording::Outcome outcome;
     uint32_t error = 0;
-    double seconds = 0; // that it took
+    double seconds = 0;         // that it took
+    double recordedSeconds = 0; // of the frames' own times
     bool wasInterrupted = false;
     bool hasWaitedInVain = false;
 };
@@ -101,6 +102,7 @@ Result Run(RecordStream &stream, Recording &recording, const RecordingTarget &ta
     result.error = stream.Error();
     result.hasWaitedInVain = stream.HasWaitedInVain();
     result.counts = stream.Counts();
+    result.recordedSeconds = stream.RecordedSeconds();
     line.Show(fmt::format("writing the last of {}", FramesText(result.counts.recorded)));
     result.outcome = recording.Finish();
     return result;
@@ -146,6 +148,7 @@ void PrintJson(const std::string &file, const Result &result)
     json["dropped_slow_disk"] = result.counts.droppedSlowDisk;
     json["with_missing_data"] = result.counts.withMissingData;
     json["seconds"] = result.seconds;
+    json["recorded_seconds"] = result.recordedSeconds;
     json["interrupted"] = result.wasInterrupted;
     fmt::print("{}\n", JsonText(json, 2));
 }
@@ -158,10 +161,8 @@ void PrintText(const std::string &file, const Result &result)
         fmt::print("no frame came, and {}.\n", WithoutFrame(file));
         return;
     }
-    const double rate =
-        static_cast<double>(result.counts.recorded) / std::max(result.seconds, 1e-6);
-    fmt::print("{}: {}, {:.1f} frames/s; {}\n", file, FramesText(result.outcome.frames), rate,
-               LossesText(result.counts));
+    fmt::print("{}: {}, {}; {}\n", file, FramesText(result.outcome.frames),
+               RateText(result.counts.recorded, result.recordedSeconds), LossesText(result.counts));
 }
 
 } // namespace

@@ -70,6 +70,14 @@ TEST_F(Record, GoesOnForTheTimeOfTheFrames)
     EXPECT_GE(start(frames.size() - 1) - start(0) + each, 500'000'000u) << "not one too few";
 }
 
+TEST_F(Record, TellsTheRateOfTheExposuresAndNotOfItsOwn)
+{
+    const Outcome outcome = Run(Rack("") + "record -n 3 --set exposure=600s -o a.raw");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_TRUE(outcome.out.starts_with("a.raw: 3 frames, 600.")) << outcome.out;
+    EXPECT_NE(outcome.out.find(" s a frame; "), std::string::npos) << outcome.out;
+}
+
 TEST_F(Record, AppliesSettingsBefore)
 {
     const Outcome outcome = Run(Rack("") + "record -n 2 --set exposure=5ms -o a.raw");

@@ -144,6 +144,16 @@ TEST(FrameNumbersTest, CountsThreeExposuresBehindAWheelAsOne)
     EXPECT_EQ(numbers.Arrived(2), 0u) << "the numbers begin anew";
 }
 
+// Long exposures on a clock that runs faster than theirs, say.
+TEST(RecordingTexts, TellTheRateOfTheFramesOwnTimes)
+{
+    EXPECT_EQ(RateText(30, 2), "15.0 frames/s");
+    EXPECT_EQ(RateText(4, 4), "1.0 frames/s");
+    EXPECT_EQ(RateText(4, 2402), "600.5 s a frame");
+    EXPECT_EQ(RateText(0, 0), "0.0 frames/s");
+    EXPECT_EQ(RateText(0, 7), "0.0 frames/s");
+}
+
 TEST(RecordingTexts, SayWhatBecameOfTheFrames)
 {
     const RecordingCounts counts{
@@ -154,10 +164,10 @@ TEST(RecordingTexts, SayWhatBecameOfTheFrames)
     EXPECT_EQ(FramesText(1), "1 frame");
     EXPECT_EQ(FramesText(2), "2 frames");
     EXPECT_EQ(
-        RecordingProgress(counts, {.frames = 100}, 4.0, 3.9),
+        RecordingProgress(counts, {.frames = 100}, 4.1, 4.0),
         "[############        ] 60 of 100 frames, 15.0 frames/s, 2 lost, 3 dropped, 3 s left");
     EXPECT_EQ(RecordingProgress(counts, {.seconds = 10}, 4.0, 2.5),
-              "[#####               ] 60 frames, 15.0 frames/s, 2 lost, 3 dropped, 12 s left");
+              "[#####               ] 60 frames, 24.0 frames/s, 2 lost, 3 dropped, 12 s left");
     EXPECT_EQ(RecordingProgress(counts, {}, 4.0, 4.0),
               "60 frames, 15.0 frames/s, 2 lost, 3 dropped");
     EXPECT_EQ(RecordingProgress({}, {.frames = 5}, 0, 0),

@@ -22,6 +22,13 @@ std::string FramesText(uint64_t frames)
     return frames == 1 ? "1 frame" : fmt::format("{} frames", frames);
 }
 
+std::string RateText(uint64_t frames, double recordedSeconds)
+{
+    const double rate = recordedSeconds > 0 ? static_cast<double>(frames) / recordedSeconds : 0;
+    return rate > 0 && rate < 1 ? fmt::format("{:.1f} s a frame", 1 / rate)
+                                : fmt::format("{:.1f} frames/s", rate);
+}
+
 std::string LossesText(const RecordingCounts &counts)
 {
     return fmt::format("lost on the bus: {}, dropped because the disk was slow: {}, "
@@ -43,9 +50,8 @@ std::string RecordingProgress(const RecordingCounts &counts, const RecordingTarg
                            kBarLength);
     text += target.frames != 0 ? fmt::format("{} of {} frames", counts.recorded, target.frames)
                                : FramesText(counts.recorded);
-    text += fmt::format(", {:.1f} frames/s, {} lost, {} dropped",
-                        elapsedSeconds > 0 ? recorded / elapsedSeconds : 0, counts.lostOnBus,
-                        counts.droppedSlowDisk);
+    text += fmt::format(", {}, {} lost, {} dropped", RateText(counts.recorded, recordedSeconds),
+                        counts.lostOnBus, counts.droppedSlowDisk);
     if (part > 0)
         text += fmt::format(", {:.0f} s left", elapsedSeconds * (1 - part) / part);
     return text;

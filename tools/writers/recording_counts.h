@@ -31,6 +31,10 @@ private:
 // "12 frames", "1 frame", "no frame".
 std::string FramesText(uint64_t frames);
 
+// "15.0 frames/s", or "600.5 s a frame" where they are rare. By the frames' own times: the first
+// one's start to the last one's end.
+std::string RateText(uint64_t frames, double recordedSeconds);
+
 // "lost on the bus: 2, dropped because the disk was slow: 0, with missing data: 1".
 std::string LossesText(const RecordingCounts &counts);
 
