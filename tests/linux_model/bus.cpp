@@ -27,7 +27,7 @@ void Bus::Boot()
 {
     m_local = std::make_shared<Node>();
     m_local->contents = kLocalRom;
-    m_local->contents.linkSpeed = RackSpeedCode();
+    m_local->contents.linkSpeed = rack_cameras::RackSpeedCode();
     if (!m_machine.options.localNodeIsLast)
         InitializeLocal();
     Look();
@@ -49,7 +49,7 @@ void Bus::InitializeLocal()
 // A camera that went and came back between two looks has left a dead link.
 void Bus::Look()
 {
-    const std::vector<RackCamera> present = PresentCameras();
+    const std::vector<RackCamera> present = rack_cameras::PresentCameras();
     const auto isThere = [&](const Place &place) {
         return std::find(present.begin(), present.end(), place.camera) != present.end() &&
                (place.node->link == nullptr || !place.node->link->IsLost());
@@ -84,14 +84,10 @@ void Bus::Come(const RackCamera &camera)
 {
     const auto node = std::make_shared<Node>();
     node->path = camera.path;
-    node->contents = {.guid = camera.guid,
-                      .vendor = static_cast<uint32_t>(camera.guid >> 40),
-                      .model = camera.model,
-                      .maxRec = m_machine.options.maxRec,
-                      .linkSpeed = RackSpeedCode(),
-                      .hasUnit = true,
-                      .unitSpecifier = m_machine.options.unitSpecifier,
-                      .unitVersion = m_machine.options.unitVersion};
+    node->contents = rack_cameras::ContentsOf(camera);
+    node->contents.maxRec = m_machine.options.maxRec;
+    node->contents.unitSpecifier = m_machine.options.unitSpecifier;
+    node->contents.unitVersion = m_machine.options.unitVersion;
     m_nodes.push_back(node);
     m_places.push_back({camera, true, node});
     Schedule(*node, kInitialDelay);
@@ -195,7 +191,7 @@ void Bus::Initialize(const std::shared_ptr<Node> &node)
         ++node->romRetries;
         return Schedule(*node, kRetryDelay);
     }
-    node->rom = MakeConfigRom(node->contents);
+    node->rom = rack_cameras::MakeConfigRom(node->contents);
     node->speed = node->contents.linkSpeed;
     if (place != nullptr && Revive(*place))
         return;

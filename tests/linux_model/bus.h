@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "tests/linux_model/device_file.h"
-#include "tests/linux_model/rack_view.h"
+#include "tests/rack_cameras/rack_view.h"
 
 namespace zerix::linux_model {
+
+using rack_cameras::RackCamera;
 
 class Machine;
 

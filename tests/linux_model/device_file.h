@@ -11,13 +11,17 @@
 #include <string>
 #include <vector>
 
-#include "tests/linux_model/camera_link.h"
-#include "tests/linux_model/config_rom.h"
 #include "tests/linux_model/event_record.h"
 #include "tests/linux_model/iso_context.h"
 #include "tests/linux_model/model_clock.h"
+#include "tests/rack_cameras/camera_link.h"
+#include "tests/rack_cameras/config_rom.h"
 
 namespace zerix::linux_model {
+
+using rack_cameras::CameraLink;
+using rack_cameras::RegisterAccess;
+using rack_cameras::RomContents;
 
 struct DeviceFile;
 

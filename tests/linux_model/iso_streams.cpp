@@ -186,7 +186,7 @@ DeviceFile *IsoStreams::Listener(uint32_t channel) const
 void IsoStreams::Deliver(uint32_t channel, std::span<const uint8_t> payload,
                          const std::atomic<bool> &isStopped)
 {
-    const bool isFast = RackIsOnFastClock();
+    const bool isFast = rack_cameras::RackIsOnFastClock();
     Lock lock(m_machine.mutex);
     DeviceFile *listener = nullptr;
     m_machine.changed.wait(lock, [&] {

@@ -6,13 +6,13 @@
 #include <cstdint>
 
 #include "tests/linux_model/device_file.h"
-#include "tests/linux_model/stream_pump.h"
+#include "tests/rack_cameras/stream_pump.h"
 
 namespace zerix::linux_model {
 
 class Machine;
 
-class IsoStreams final : public PacketSink {
+class IsoStreams final : public rack_cameras::PacketSink {
 public:
     explicit IsoStreams(Machine &machine) : m_machine(machine) {}
 

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "tests/rack_cameras/config_rom.h"
+
 namespace zerix::linux_model {
 
 struct ModelOptions {
@@ -19,8 +21,8 @@ struct ModelOptions {
     bool instantWhileUnwatched = true;
 
     // Of a camera's configuration ROM. The vendor is the upper 24 bits of its GUID.
-    uint32_t unitSpecifier = 0x00A1B2;
-    uint32_t unitVersion = 0x000101;
+    uint32_t unitSpecifier = rack_cameras::kUnitSpecifier;
+    uint32_t unitVersion = rack_cameras::kUnitVersion;
     uint32_t maxRec = 10; // a camera takes 2^(maxRec + 1) bytes in one block
     bool refusesBlockReads = false;
 };

@@ -29,24 +29,6 @@ bool IsRead(uint32_t tcode)
     return tcode == TCODE_READ_BLOCK_REQUEST || tcode == TCODE_READ_QUADLET_REQUEST;
 }
 
-uint32_t RcodeOf(uint32_t systemError)
-{
-    switch (systemError) {
-    case 0:
-        return RCODE_COMPLETE;
-    case kernel::kErrorBusy:
-        return RCODE_CONFLICT_ERROR;
-    case kernel::kErrorInvalidParameter:
-        return RCODE_TYPE_ERROR;
-    case kernel::kErrorDeviceNotConnected:
-    case kernel::kErrorInvalidHandle:
-    case kernel::kErrorOperationAborted:
-        return RCODE_GENERATION;
-    default:
-        return RCODE_ADDRESS_ERROR;
-    }
-}
-
 } // namespace
 
 void Transactions::Start() { m_thread = std::thread(&Transactions::Run, this); }
@@ -176,7 +158,7 @@ void Transactions::Access(Lock &lock, std::unique_ptr<Transaction> transaction)
 
 Transactions::Answer Transactions::AnswerOf(const Transaction &transaction, uint32_t systemError)
 {
-    const uint32_t rcode = RcodeOf(systemError);
+    const uint32_t rcode = rack_cameras::ResponseCodeOf(systemError);
     if (rcode == RCODE_GENERATION)
         m_machine.bus.Look(); // the reset that the unplugging was
     if (rcode == RCODE_COMPLETE && IsRead(transaction.tcode))

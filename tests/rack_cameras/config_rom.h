@@ -5,7 +5,11 @@
 #include <span>
 #include <vector>
 
-namespace zerix::linux_model {
+namespace zerix::rack_cameras {
+
+// What the virtual cameras announce themselves as.
+inline constexpr uint32_t kUnitSpecifier = 0x00A1B2;
+inline constexpr uint32_t kUnitVersion = 0x000101;
 
 struct RomContents {
     uint64_t guid = 0;
@@ -23,4 +27,4 @@ std::vector<uint32_t> MakeConfigRom(const RomContents &contents);
 // The checksum that a ROM's blocks carry in the lower half of their first quadlet.
 uint16_t RomChecksum(std::span<const uint32_t> quadlets);
 
-} // namespace zerix::linux_model
+} // namespace zerix::rack_cameras

@@ -6,10 +6,11 @@
 #include <vector>
 
 #include "hal/kernel_driver.h"
+#include "tests/rack_cameras/config_rom.h"
 
 extern "C" zerix::kernel::KernelDriver *ZerixSim_KernelDriver(const char *rackOrNull);
 
-namespace zerix::linux_model {
+namespace zerix::rack_cameras {
 
 struct RackCamera {
     std::string path; // of the virtual bus's device
@@ -20,8 +21,10 @@ struct RackCamera {
 
 kernel::KernelDriver &VirtualBusDriver();
 std::vector<RackCamera> PresentCameras();
+// Of its configuration ROM. The vendor is the upper 24 bits of its GUID.
+RomContents ContentsOf(const RackCamera &camera);
 // As the kernel's speed codes: 2 for 400 Mb/s, 3 for 800.
 uint32_t RackSpeedCode();
 bool RackIsOnFastClock();
 
-} // namespace zerix::linux_model
+} // namespace zerix::rack_cameras

@@ -1,4 +1,4 @@
-// The model's one open handle of a virtual camera: register accesses, and what a stream needs of
+// A bus's one open handle of a virtual camera: register accesses, and what a stream needs of
 // the virtual bus. It is lost for good when its camera is unplugged. Any thread; no function blocks
 // but those that say so.
 #pragma once
@@ -14,9 +14,9 @@
 
 #include "hal/kernel_driver.h"
 #include "hal/kernel_requests.h"
-#include "tests/linux_model/stream_pump.h"
+#include "tests/rack_cameras/stream_pump.h"
 
-namespace zerix::linux_model {
+namespace zerix::rack_cameras {
 
 // A register access on its way. Stays where it is until it is over.
 class RegisterAccess {
@@ -48,6 +48,10 @@ private:
     std::vector<uint8_t> m_out;
     kernel::Overlapped m_overlapped;
 };
+
+// What a node answers on the bus for a system error of the virtual bus. A camera that has gone
+// answers nothing, and its requests end as stale.
+uint32_t ResponseCodeOf(uint32_t systemError);
 
 class CameraLink {
 public:
@@ -105,4 +109,4 @@ private:
     std::unique_ptr<StreamPump> m_pump;
 };
 
-} // namespace zerix::linux_model
+} // namespace zerix::rack_cameras

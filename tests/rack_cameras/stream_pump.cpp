@@ -1,12 +1,12 @@
 // The buffers go round: filled by the virtual bus, emptied here, queued again.
-#include "tests/linux_model/stream_pump.h"
+#include "tests/rack_cameras/stream_pump.h"
 
 #include <cstring>
 
 #include "hal/kernel_requests.h"
-#include "tests/linux_model/rack_view.h"
+#include "tests/rack_cameras/rack_view.h"
 
-namespace zerix::linux_model {
+namespace zerix::rack_cameras {
 
 using namespace kernel;
 
@@ -109,4 +109,4 @@ void StreamPump::DeliverAll(const Buffer &buffer) const
     }
 }
 
-} // namespace zerix::linux_model
+} // namespace zerix::rack_cameras

@@ -1,7 +1,7 @@
 // Bus info block, root directory, and the directory of the one unit.
-#include "tests/linux_model/config_rom.h"
+#include "tests/rack_cameras/config_rom.h"
 
-namespace zerix::linux_model {
+namespace zerix::rack_cameras {
 namespace {
 
 constexpr uint32_t kBusName = 0x31333934; // "1394"
@@ -59,4 +59,4 @@ std::vector<uint32_t> MakeConfigRom(const RomContents &contents)
     return rom;
 }
 
-} // namespace zerix::linux_model
+} // namespace zerix::rack_cameras

@@ -10,7 +10,7 @@
 
 #include "hal/kernel_driver.h"
 
-namespace zerix::linux_model {
+namespace zerix::rack_cameras {
 
 class PacketSink {
 public:
@@ -58,4 +58,4 @@ private:
     std::thread m_thread;
 };
 
-} // namespace zerix::linux_model
+} // namespace zerix::rack_cameras

@@ -1,11 +1,11 @@
 // A camera's place in the rack and its unique identifier are part of its device path.
-#include "tests/linux_model/rack_view.h"
+#include "tests/rack_cameras/rack_view.h"
 
 #include <cstdio>
 
 #include "sim/virtual_bus.h"
 
-namespace zerix::linux_model {
+namespace zerix::rack_cameras {
 
 kernel::KernelDriver &VirtualBusDriver()
 {
@@ -31,6 +31,19 @@ std::vector<RackCamera> PresentCameras()
     return cameras;
 }
 
+RomContents ContentsOf(const RackCamera &camera)
+{
+    RomContents contents;
+    contents.guid = camera.guid;
+    contents.vendor = static_cast<uint32_t>(camera.guid >> 40);
+    contents.model = camera.model;
+    contents.linkSpeed = RackSpeedCode();
+    contents.hasUnit = true;
+    contents.unitSpecifier = kUnitSpecifier;
+    contents.unitVersion = kUnitVersion;
+    return contents;
+}
+
 uint32_t RackSpeedCode()
 {
     sim::VirtualBus &bus = sim::VirtualBus::Instance();
@@ -45,4 +58,4 @@ bool RackIsOnFastClock()
     return bus.IsFast();
 }
 
-} // namespace zerix::linux_model
+} // namespace zerix::rack_cameras

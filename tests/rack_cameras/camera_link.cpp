@@ -1,12 +1,12 @@
 // Bookings, and the stream of a camera.
-#include "tests/linux_model/camera_link.h"
+#include "tests/rack_cameras/camera_link.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "tests/linux_model/rack_view.h"
+#include "tests/rack_cameras/rack_view.h"
 
-namespace zerix::linux_model {
+namespace zerix::rack_cameras {
 
 using namespace kernel;
 
@@ -189,4 +189,4 @@ void CameraLink::FreeStream(uint32_t channel)
     Word(kControlFreeResources, word);
 }
 
-} // namespace zerix::linux_model
+} // namespace zerix::rack_cameras

@@ -1,11 +1,12 @@
 // One register access on the virtual bus.
 #include <algorithm>
 #include <cstring>
+#include <linux/firewire-constants.h>
 
-#include "tests/linux_model/camera_link.h"
-#include "tests/linux_model/rack_view.h"
+#include "tests/rack_cameras/camera_link.h"
+#include "tests/rack_cameras/rack_view.h"
 
-namespace zerix::linux_model {
+namespace zerix::rack_cameras {
 
 using namespace kernel;
 
@@ -58,6 +59,24 @@ RegisterAccess::Outcome RegisterAccess::Ask(DeviceHandle device)
     return OutcomeOf(VirtualBusDriver().WaitFor(device, &m_overlapped, 0));
 }
 
+uint32_t ResponseCodeOf(uint32_t systemError)
+{
+    switch (systemError) {
+    case 0:
+        return RCODE_COMPLETE;
+    case kErrorBusy:
+        return RCODE_CONFLICT_ERROR;
+    case kErrorInvalidParameter:
+        return RCODE_TYPE_ERROR;
+    case kErrorDeviceNotConnected:
+    case kErrorInvalidHandle:
+    case kErrorOperationAborted:
+        return RCODE_GENERATION;
+    default:
+        return RCODE_ADDRESS_ERROR;
+    }
+}
+
 void RegisterAccess::Cancel(DeviceHandle device)
 {
     VirtualBusDriver().Cancel(device, &m_overlapped);
@@ -72,4 +91,4 @@ std::vector<uint8_t> RegisterAccess::Data() const
     return data;
 }
 
-} // namespace zerix::linux_model
+} // namespace zerix::rack_cameras
