@@ -85,15 +85,17 @@ TEST_F(TheWire, ReportsWhatAStreamDoes)
     Stream stream(path);
     ASSERT_EQ(stream.Map(4096), 0);
     ASSERT_EQ(stream.Create(9), 0);
-    ASSERT_EQ(stream.Queue(0, {{64}, {64}, {64}}), 3);
+    ASSERT_EQ(stream.Queue(0, {{64}, {32}, {32}}), 3);
     ASSERT_EQ(stream.Start(), 0);
     const auto queued = nodes.WaitForNotice(FWBUS_ISO_QUEUED);
     ASSERT_TRUE(queued);
     EXPECT_EQ(queued->head.channel, 9);
     EXPECT_EQ(queued->head.length, 3u);
+    EXPECT_EQ(queued->head.code, 64u);
     const auto begun = nodes.WaitForNotice(FWBUS_ISO_BEGIN);
     ASSERT_TRUE(begun);
     EXPECT_EQ(begun->head.channel, 9);
+    EXPECT_EQ(begun->head.code, 64u);
     EXPECT_EQ(begun->head.id, queued->head.id);
     ASSERT_EQ(wire.SendIso({.channel = 9}, Pattern(8)), 0);
     ASSERT_EQ(stream.Stop(), 0);
@@ -101,6 +103,7 @@ TEST_F(TheWire, ReportsWhatAStreamDoes)
     ASSERT_TRUE(ended);
     EXPECT_EQ(ended->head.channel, 9);
     EXPECT_EQ(ended->head.length, 2u);
+    EXPECT_EQ(ended->head.code, 32u);
 }
 
 TEST_F(TheWire, ReportsTheEndOfAStreamThatIsClosed)

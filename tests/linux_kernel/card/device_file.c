@@ -22,7 +22,7 @@ struct notice *notify(struct bus *bus, const struct fwbus_record *record, const 
         {
             if (old->record.kind != FWBUS_ISO_QUEUED || old->record.id != record->id)
                 continue;
-            old->record.length = record->length;
+            old->record = *record;
             return old;
         }
     }

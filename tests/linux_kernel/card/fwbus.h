@@ -36,11 +36,11 @@ enum fwbus_kind {
     /* The bus was reset: generation, node = number of nodes that are plugged, id = local node id.
      */
     FWBUS_RESET_DONE = 2,
-    /* An isochronous receive context began or ended: channel, id = context, length = its receive
-       slots. */
+    /* An isochronous receive context began or ended: channel, id = context, length = the slots that
+     * are free, code = the payload bytes that the next of them has room for. */
     FWBUS_ISO_BEGIN = 3,
     FWBUS_ISO_END = 4,
-    /* Receive slots were queued: channel, id = context, length = the slots that are free now. */
+    /* Receive slots were queued: as above. */
     FWBUS_ISO_QUEUED = 5,
 
     /* To the card. */

@@ -54,8 +54,10 @@ static struct context *context_of(struct fw_iso_context *base)
 static void notify_of(struct bus *bus, struct context *context, u32 kind)
 {
     struct fwbus_record record = {.kind = kind, .id = context->id, .length = context->slot_count};
+    struct slot *next = list_first_entry_or_null(&context->slots, struct slot, link);
 
     record.channel = context->base.channel;
+    record.code = next ? next->length : 0;
     notify(bus, &record, NULL);
 }
 
