@@ -6,6 +6,18 @@
 #include "sim/virtual_bus.h"
 
 namespace zerix::rack_cameras {
+namespace {
+
+// Null for a path that has no camera. Under the bus's lock.
+std::shared_ptr<sim::VirtualCamera> CameraAt(const sim::VirtualBus &bus, const std::string &path)
+{
+    unsigned index = 0;
+    if (std::sscanf(path.c_str(), "zerix-sim:%u:", &index) != 1)
+        return nullptr;
+    return bus.Camera(index);
+}
+
+} // namespace
 
 kernel::KernelDriver &VirtualBusDriver()
 {
@@ -21,10 +33,7 @@ std::vector<RackCamera> PresentCameras()
     bus.FinishReturns();
     std::vector<RackCamera> cameras;
     for (const std::string &path : bus.PresentPaths()) {
-        unsigned index = 0;
-        if (std::sscanf(path.c_str(), "zerix-sim:%u:", &index) != 1)
-            continue;
-        const auto camera = bus.Camera(index);
+        const auto camera = CameraAt(bus, path);
         if (camera != nullptr)
             cameras.push_back({path, camera->Description().uniqueId, camera->Description().model});
     }
@@ -42,6 +51,16 @@ RomContents ContentsOf(const RackCamera &camera)
     contents.unitSpecifier = kUnitSpecifier;
     contents.unitVersion = kUnitVersion;
     return contents;
+}
+
+std::optional<uint32_t> StreamingChannel(const RackCamera &camera)
+{
+    sim::VirtualBus &bus = sim::VirtualBus::Instance();
+    const std::lock_guard lock(bus.Lock());
+    const auto found = CameraAt(bus, camera.path);
+    if (found == nullptr || (found->StreamingRegister() & 1u) == 0)
+        return std::nullopt;
+    return found->StreamingRegister() >> 24;
 }
 
 uint32_t RackSpeedCode()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,8 @@ kernel::KernelDriver &VirtualBusDriver();
 std::vector<RackCamera> PresentCameras();
 // Of its configuration ROM. The vendor is the upper 24 bits of its GUID.
 RomContents ContentsOf(const RackCamera &camera);
+// The channel that it sends on, while its register says that it streams.
+std::optional<uint32_t> StreamingChannel(const RackCamera &camera);
 // As the kernel's speed codes: 2 for 400 Mb/s, 3 for 800.
 uint32_t RackSpeedCode();
 bool RackIsOnFastClock();
