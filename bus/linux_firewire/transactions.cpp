@@ -290,8 +290,29 @@ void Transactions::AwaitGeneration(Place place)
     if (m_isLost)
         return End(place, kernel::kErrorDeviceNotConnected);
     if (m_generation != place->second.generation)
-        return SendAgain(place);
+        return SendOutdatedAgain();
     RestUntil(place, now + kStaleRest);
+}
+
+void Transactions::OnGeneration(uint32_t generation)
+{
+    m_generation = generation;
+    SendOutdatedAgain();
+}
+
+// What a node has acknowledged, it can't respond to after a bus reset. The kernel waits for two
+// seconds all the same.
+void Transactions::SendOutdatedAgain()
+{
+    const auto isOutdated = [this](const auto &entry) {
+        return !entry.second.rests && entry.second.generation != m_generation;
+    };
+    for (;;) {
+        const Place outdated = std::find_if(m_accesses.begin(), m_accesses.end(), isOutdated);
+        if (outdated == m_accesses.end())
+            return;
+        SendAgain(outdated);
+    }
 }
 
 } // namespace zerix::bus::linux_firewire

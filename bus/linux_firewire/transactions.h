@@ -45,7 +45,7 @@ public:
 
     // A response event.
     void OnResponse(uint64_t number, uint32_t code, std::span<const uint8_t> data);
-    void OnGeneration(uint32_t generation) { m_generation = generation; }
+    void OnGeneration(uint32_t generation);
 
     // Sends again what has rested long enough.
     void SendDue();
@@ -83,6 +83,7 @@ private:
     Reaction ReactionTo(const Access &access, uint32_t code) const;
     void GoOn(Place place, std::span<const uint8_t> data);
     void AwaitGeneration(Place place);
+    void SendOutdatedAgain();
     void TryLater(Place place);
     [[nodiscard]] bool IsStaleTooLong() const;
     void ForgetStalenessWhenIdle();

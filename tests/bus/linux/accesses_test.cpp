@@ -230,6 +230,31 @@ TEST_F(Accesses, ThatAResetCutOffAreMadeAgain)
     EXPECT_EQ(2u, system.sent.size());
 }
 
+// The kernel would wait for the response for two seconds, which the time here doesn't pass.
+TEST_F(Accesses, ThatAResetCutOffDontWaitForTheKernel)
+{
+    const auto handle = Open();
+    for (const char *const file : {"fw1", "fw0"}) { // the node's own, or the card's
+        SCOPED_TRACE(file);
+        const size_t before = system.Locked([&] {
+            system.codes = {ScriptedKernel::kHang, ScriptedKernel::kHang};
+            system.movesTime = false;
+            return system.sent.size();
+        });
+        std::thread writer([&] { EXPECT_EQ(0u, Write(handle, {1, 2, 3, 4})); });
+        Access read;
+        BeginRead(handle, read);
+        ASSERT_TRUE(system.Await([&] { return system.sent.size() == before + 2; }));
+        const uint32_t generation = system.Locked([&] { return ++Camera().generation; });
+        system.TellReset(file, generation);
+        EXPECT_EQ(0u, End(handle, read).systemError);
+        writer.join();
+        EXPECT_EQ(before + 4, system.sent.size());
+        EXPECT_EQ(generation, system.sent.back().request.generation);
+        system.Locked([&] { return system.movesTime = true; });
+    }
+}
+
 TEST_F(Accesses, OfManyKindsDontMeet)
 {
     const auto handle = Open();
