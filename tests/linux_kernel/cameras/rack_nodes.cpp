@@ -19,10 +19,10 @@ using namespace zerix::rack_cameras;
 
 namespace {
 
-constexpr int kMillisecondsBetweenLooks = 2;
+constexpr int kMillisecondsBetweenLooks = 10;
 constexpr double kTransactionSeconds = 2; // the kernel gives a request up after them
 constexpr double kPatience = 10;          // seconds
-constexpr useconds_t kMicrosecondsBetweenCounts = 20'000;
+constexpr useconds_t kMicrosecondsBetweenCounts = 50'000;
 constexpr std::uint64_t kRegisterSpace = 0xFFFF00000000;
 constexpr std::uint32_t kLargestBlock = 2048; // bytes, as the ROM has it
 
