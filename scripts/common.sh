@@ -19,6 +19,15 @@ PEER_PACKAGES=(libopencv-core-dev libopencv-imgproc-dev libdc1394-dev libswscale
 
 CONFIGURE_OPTIONS=()
 
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo --preserve-env=DEBIAN_FRONTEND "$@"; fi
+}
+
+# Fetches the lists of packages unless they know this one.
+know() {
+    [ -n "$(apt-cache madison "$1" 2>/dev/null)" ] || as_root apt-get -qq update
+}
+
 # Installs the Debian packages named that are missing; root, or sudo, is needed only then.
 need() {
     local missing=()
@@ -28,10 +37,8 @@ need() {
     done
     [ ${#missing[@]} -eq 0 ] && return 0
     echo "installing: ${missing[*]}"
-    local root=()
-    [ "$(id -u)" -eq 0 ] || root=(sudo)
-    "${root[@]}" apt-get -qq update
-    DEBIAN_FRONTEND=noninteractive "${root[@]}" apt-get -qq -y --no-install-recommends install \
+    as_root apt-get -qq update
+    DEBIAN_FRONTEND=noninteractive as_root apt-get -qq -y --no-install-recommends install \
         "${missing[@]}" >/dev/null
 }
 
