@@ -113,6 +113,19 @@ TEST_F(Losses, EndEveryCallWithinASecond)
     Zerix_ReleaseCameraSettingsStruct(&settings);
 }
 
+// The kernel lists a camera for some seconds after it has gone.
+TEST_F(Losses, LeaveTheOthersListed)
+{
+    UseText(kLineRack + std::string(kLineRack) + kLineRack, Way::kKernel);
+    EXPECT_EQ(List().size(), 3u);
+    EXPECT_EQ(ZerixSim_Unplug(0), 0u);
+    Sleep(0.1);
+    const double begin = Now();
+    const auto rows = List();
+    EXPECT_EQ(rows.size(), 2u);
+    EXPECT_LT(Now() - begin, 1.5);
+}
+
 // The kernel has given the camera up, and makes it a new device.
 TEST_F(Losses, EndWithAReturnAfterSeconds)
 {
