@@ -52,6 +52,12 @@ bool CameraLink::IsHeldElsewhere()
 // Bookings ----------------------------------------------------------------------------------------
 
 // At the fast speed a unit is two bytes.
+uint32_t CameraLink::UnitsFor(uint32_t slotBytes)
+{
+    return RackSpeedCode() == 3 ? (slotBytes + 1) / 2 : slotBytes;
+}
+
+// Booked at the fast speed, whatever the bus's is.
 uint32_t CameraLink::BookUnits(uint32_t units)
 {
     const std::lock_guard lock(m_mutex);
@@ -159,7 +165,7 @@ bool CameraLink::StartStream(uint32_t channel, uint32_t slotBytes, PacketSink &s
     if (m_isClosed || m_pump != nullptr)
         return false;
     if (m_resources == 0) {
-        if (m_bandwidths.empty() && BookUnits((slotBytes + 1) / 2) == 0)
+        if (m_bandwidths.empty() && BookUnits(UnitsFor(slotBytes)) == 0)
             return false;
         if (std::find(m_channels.begin(), m_channels.end(), channel) == m_channels.end() &&
             !BookChannel(uint64_t{1} << channel))

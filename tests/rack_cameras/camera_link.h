@@ -69,6 +69,8 @@ public:
     // A process outside has it, as far as can be seen: not any more once this link has booked.
     bool IsHeldElsewhere();
 
+    // What a slot takes of the bus, in its units.
+    static uint32_t UnitsFor(uint32_t slotBytes);
     // Bookings on the virtual bus, which has faults to refuse them. Ids are never 0, which is a
     // refusal; a channel is one of the mask.
     uint32_t BookUnits(uint32_t units);

@@ -268,7 +268,6 @@ void RackNodes::FollowStream(Socket &socket)
         BeginStream(socket, *channel);
 }
 
-// At 800 Mb/s a unit of the bus is two bytes.
 void RackNodes::BeginStream(Socket &socket, std::uint32_t channel)
 {
     std::uint32_t slotBytes = 0;
@@ -276,8 +275,8 @@ void RackNodes::BeginStream(Socket &socket, std::uint32_t channel)
         const std::lock_guard lock(m_mutex);
         slotBytes = m_listeners[channel].slotBytes;
     }
-    const std::uint32_t units = RackSpeedCode() == 3 ? (slotBytes + 1) / 2 : slotBytes;
-    const Stream stream{.channel = channel, .bandwidth = socket.link->BookUnits(units)};
+    const Stream stream{.channel = channel,
+                        .bandwidth = socket.link->BookUnits(CameraLink::UnitsFor(slotBytes))};
     const bool hasChannel = socket.link->BookChannel(std::uint64_t{1} << channel).has_value();
     // Refused at the fast speed, the link asks for the slow one.
     if (stream.bandwidth != 0 && hasChannel &&
