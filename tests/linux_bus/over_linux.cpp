@@ -76,13 +76,24 @@ private:
 };
 
 class OverLinux final : public ::testing::Environment {
-    // Never destroyed, as the driver of a process.
     void SetUp() override
     {
         const char *const over = std::getenv("ZERIX_TEST_OVER");
-        if (over != nullptr && std::string_view(over) == "linux")
-            BusTap::Replace(new PatientDriver);
+        if (over == nullptr || std::string_view(over) != "linux")
+            return;
+        m_driver = new PatientDriver; // never destroyed, as the driver of a process
+        BusTap::Replace(*m_driver);
     }
+
+    // A test that had a bus of its own has put this one back, or the tests after it proved nothing.
+    void TearDown() override
+    {
+        if (m_driver == nullptr)
+            return;
+        EXPECT_EQ(&BusTap::Replace(*m_driver), m_driver);
+    }
+
+    kernel::KernelDriver *m_driver = nullptr;
 };
 
 [[maybe_unused]] const auto *const kEnvironment =

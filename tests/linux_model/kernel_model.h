@@ -4,7 +4,7 @@
 //
 //     linux_model::KernelModel model;
 //     MyDriver driver(model);            // made of SystemCalls
-//     BusTap::Replace(&driver);
+//     BusTap::Replace(driver);
 //
 // Its clock runs faster than the wall clock, or stands still (HoldClock) and is moved by the test.
 // Any thread.

@@ -61,10 +61,7 @@ public:
         return driver;
     }
 
-    void Replace(kernel::KernelDriver *bus)
-    {
-        m_bus = bus != nullptr ? bus : ZerixSim_KernelDriver(nullptr);
-    }
+    kernel::KernelDriver &Replace(kernel::KernelDriver &bus) { return *std::exchange(m_bus, &bus); }
 
     uint32_t Enumerate(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count) override
     {
@@ -306,7 +303,10 @@ void BusTap::Reset()
     driver.m_tags.clear();
 }
 
-void BusTap::Replace(kernel::KernelDriver *bus) { TapDriver::Get().Replace(bus); }
+kernel::KernelDriver &BusTap::Replace(kernel::KernelDriver &bus)
+{
+    return TapDriver::Get().Replace(bus);
+}
 
 } // namespace zerix::test
 

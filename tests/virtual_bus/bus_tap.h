@@ -42,8 +42,8 @@ public:
     void WatchPassages(void (*watch)(bool isGoingIn));
     // Forgets all of the above.
     void Reset();
-    // Puts another bus behind the tap; null for the virtual one. While no device is open.
-    static void Replace(kernel::KernelDriver *bus);
+    // Puts another bus behind the tap, and returns the one that was there. While no device is open.
+    static kernel::KernelDriver &Replace(kernel::KernelDriver &bus);
 };
 
 std::ostream &operator<<(std::ostream &stream, const BusTap::Read &read);

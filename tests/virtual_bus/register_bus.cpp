@@ -29,9 +29,9 @@ std::ostream &operator<<(std::ostream &stream, const RegisterBus::BlockRead &rea
     return stream << "block " << static_cast<int>(read.block) << " x " << read.quadlets;
 }
 
-RegisterBus::RegisterBus(bool isFast) : m_isFast(isFast) { BusTap::Replace(this); }
+RegisterBus::RegisterBus(bool isFast) : m_replaced(BusTap::Replace(*this)), m_isFast(isFast) {}
 
-RegisterBus::~RegisterBus() { BusTap::Replace(nullptr); }
+RegisterBus::~RegisterBus() { BusTap::Replace(m_replaced); }
 
 void RegisterBus::Make(Block block, uint32_t version, uint32_t wordCount)
 {

@@ -1,6 +1,7 @@
 // A bus of one camera that is nothing but words: blocks at fixed addresses, as long as a test says
-// and with whatever in them, however odd. It takes the place of the virtual bus while it lives, and
-// sends no packets. Any thread, as every kernel driver; the words are changed while nothing runs.
+// and with whatever in them, however odd. It takes the place of the bus behind the tap while it
+// lives, and sends no packets. Any thread, as every kernel driver; the words are changed while
+// nothing runs.
 #pragma once
 
 #include <array>
@@ -72,6 +73,7 @@ private:
 
     uint32_t *Find(uint32_t address, size_t quadlets, Block *block);
 
+    kernel::KernelDriver &m_replaced; // by this one while it lives
     std::mutex m_mutex;
     std::array<std::vector<uint32_t>, kBlockCount> m_blocks;
     std::vector<RegisterWrite> m_writes;
