@@ -27,7 +27,7 @@ void Bus::Boot()
 {
     m_local = std::make_shared<Node>();
     m_local->contents = kLocalRom;
-    m_local->contents.linkSpeed = rack_cameras::RackSpeedCode();
+    UseSpeedOfRack();
     if (!m_machine.options.localNodeIsLast)
         InitializeLocal();
     Look();
@@ -42,6 +42,14 @@ void Bus::InitializeLocal()
 {
     m_nodes.push_back(m_local);
     Initialize(m_local);
+}
+
+// Another rack may be of another speed: to its cameras the same process then has another card.
+void Bus::UseSpeedOfRack()
+{
+    m_local->contents.linkSpeed = RackSpeedCode();
+    m_local->rom = MakeConfigRom(m_local->contents);
+    m_local->speed = m_local->contents.linkSpeed;
 }
 
 // Changes -----------------------------------------------------------------------------------------
@@ -67,8 +75,10 @@ void Bus::Look()
                  [this](const RackCamera &camera) { return !IsKnown(camera); });
     for (const RackCamera &camera : fresh)
         Come(camera);
-    if (!fresh.empty())
+    if (!fresh.empty()) {
+        UseSpeedOfRack();
         Reset();
+    }
     if (m_machine.options.instantWhileUnwatched && !IsWatched())
         SettleAtOnce();
 }
@@ -262,16 +272,17 @@ void Bus::ShutDown(Node &node)
 
 void Bus::SettleAtOnce()
 {
-    for (const auto &node : std::vector(m_nodes)) {
-        if (node->state == NodeState::kInitializing) {
-            node->due.reset();
-            Initialize(node);
-        } else if (node->state == NodeState::kGone) {
+    for (const auto &node : m_nodes)
+        if (node->state == NodeState::kGone)
             node->state = NodeState::kShutDown;
-        }
-    }
     std::erase_if(m_places, [](const Place &place) { return !place.isPresent; });
     std::erase_if(m_nodes, [](const auto &node) { return node->state == NodeState::kShutDown; });
+    for (const auto &node : std::vector(m_nodes)) {
+        if (node->state != NodeState::kInitializing)
+            continue;
+        node->due.reset();
+        Initialize(node);
+    }
 }
 
 // Nodes -------------------------------------------------------------------------------------------

@@ -56,6 +56,7 @@ private:
     };
 
     void InitializeLocal();
+    void UseSpeedOfRack();
     [[nodiscard]] bool IsKnown(const RackCamera &camera) const;
     void Come(const RackCamera &camera);
     void Go(Place &place);

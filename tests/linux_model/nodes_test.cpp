@@ -107,6 +107,22 @@ TEST_F(Nodes, OfASlowBusSaySo)
     Close(file);
 }
 
+// The same cameras, as far as their names go.
+TEST_F(Nodes, OfAnotherRackHaveItsSpeed)
+{
+    Boot("", "speed = 400\n");
+    ChangeRack("speed = 800\n");
+    for (const char *const path : {"/dev/fw0", "/dev/fw1", "/dev/fw2"}) {
+        SCOPED_TRACE(path);
+        const int file = OpenFile(path);
+        EXPECT_EQ(Model().Ioctl(file, FW_CDEV_IOC_GET_SPEED, nullptr), 3);
+        Close(file);
+    }
+    const std::string rom = File("/sys/bus/firewire/devices/fw0/config_rom");
+    ASSERT_GE(rom.size(), 12u);
+    EXPECT_EQ(rom[8] & 7, 3); // link speed, in host order
+}
+
 // The alarm sounds on the card's own file; the camera's sees nothing for two seconds.
 TEST_F(Nodes, GoTwoSecondsAfterTheirCamera)
 {

@@ -31,18 +31,25 @@ void ProcessTest::TearDown()
     m_model.reset();
 }
 
-void ProcessTest::Boot(const std::string &cameraLines, const std::string &rackLines,
-                       const ModelOptions &options)
+void ProcessTest::ChooseRack(const std::string &cameraLines, const std::string &rackLines) const
 {
     const std::string camera = "[[camera]]\nmodel = 18\nsensor = 11\nscene = \"flat:1\"\n";
     const std::string path = m_folder.Write(
         "rack.toml", rackLines + camera + "unique-id = \"0x00A1B2C300000018\"\n" + cameraLines +
                          camera + "unique-id = \"0x00A1B2C300000019\"\n");
-    m_model.reset();
     ASSERT_EQ(ZerixSim_ChooseRack(path.c_str()), 0u) << ZerixSim_LastErrorText();
+}
+
+void ProcessTest::Boot(const std::string &cameraLines, const std::string &rackLines,
+                       const ModelOptions &options)
+{
+    m_model.reset();
+    ASSERT_NO_FATAL_FAILURE(ChooseRack(cameraLines, rackLines));
     m_model = std::make_unique<KernelModel>(options);
     m_model->HoldClock();
 }
+
+void ProcessTest::ChangeRack(const std::string &rackLines) { ChooseRack("", rackLines); }
 
 int ProcessTest::OpenFile(const char *path)
 {

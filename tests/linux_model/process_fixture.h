@@ -29,6 +29,9 @@ protected:
     void Boot(const std::string &cameraLines = "", const std::string &rackLines = "",
               const ModelOptions &options = {});
 
+    // Another rack of the same cameras in the place of the first.
+    void ChangeRack(const std::string &rackLines);
+
     // Opens a device file, and asks for its information as a client of version 5.
     int OpenFile(const char *path);
     fw_cdev_event_bus_reset Info(int file, uint32_t version = 5);
@@ -71,6 +74,8 @@ protected:
     static constexpr uint64_t kModelRegister = 0xFFFFE0010038;
 
 private:
+    void ChooseRack(const std::string &cameraLines, const std::string &rackLines) const;
+
     const test::TemporaryFolder m_folder;
     std::unique_ptr<KernelModel> m_model;
 };

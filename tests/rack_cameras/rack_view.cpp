@@ -8,6 +8,15 @@
 namespace zerix::rack_cameras {
 namespace {
 
+constexpr uint32_t kSpeedCode400 = 2;
+constexpr uint32_t kSpeedCode800 = 3;
+
+// Under the bus's lock.
+uint32_t SpeedCodeOf(const sim::VirtualBus &bus)
+{
+    return bus.Speed() >= 800 ? kSpeedCode800 : kSpeedCode400;
+}
+
 // Null for a path that has no camera. Under the bus's lock.
 std::shared_ptr<sim::VirtualCamera> CameraAt(const sim::VirtualBus &bus, const std::string &path)
 {
@@ -35,7 +44,8 @@ std::vector<RackCamera> PresentCameras()
     for (const std::string &path : bus.PresentPaths()) {
         const auto camera = CameraAt(bus, path);
         if (camera != nullptr)
-            cameras.push_back({path, camera->Description().uniqueId, camera->Description().model});
+            cameras.push_back({path, camera->Description().uniqueId, camera->Description().model,
+                               SpeedCodeOf(bus)});
     }
     return cameras;
 }
@@ -46,7 +56,7 @@ RomContents ContentsOf(const RackCamera &camera)
     contents.guid = camera.guid;
     contents.vendor = static_cast<uint32_t>(camera.guid >> 40);
     contents.model = camera.model;
-    contents.linkSpeed = RackSpeedCode();
+    contents.linkSpeed = camera.speedCode;
     contents.hasUnit = true;
     contents.unitSpecifier = kUnitSpecifier;
     contents.unitVersion = kUnitVersion;
@@ -67,7 +77,7 @@ uint32_t RackSpeedCode()
 {
     sim::VirtualBus &bus = sim::VirtualBus::Instance();
     const std::lock_guard lock(bus.Lock());
-    return bus.Speed() >= 800 ? 3 : 2;
+    return SpeedCodeOf(bus);
 }
 
 bool RackIsOnFastClock()

@@ -17,6 +17,7 @@ struct RackCamera {
     std::string path; // of the virtual bus's device
     uint64_t guid;
     uint32_t model;
+    uint32_t speedCode; // of the bus that it is on
     bool operator==(const RackCamera &) const = default;
 };
 
