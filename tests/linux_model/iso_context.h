@@ -45,7 +45,7 @@ public:
 
     [[nodiscard]] const Settings &Set() const { return m_settings; }
     [[nodiscard]] bool IsRunning() const { return m_isRunning; }
-    [[nodiscard]] bool HasPlace() const { return !m_places.empty(); }
+    [[nodiscard]] size_t PlaceCount() const { return m_places.size(); }
     [[nodiscard]] uint32_t LargestPlace() const;
 
     // Stores the packet in the next place. It is lost if the context doesn't run, doesn't want its

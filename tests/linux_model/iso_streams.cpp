@@ -193,7 +193,7 @@ void IsoStreams::Deliver(uint32_t channel, std::span<const uint8_t> payload,
         listener = Listener(channel);
         return isStopped || !isFast ||
                (listener != nullptr && listener->context->IsRunning() &&
-                listener->context->HasPlace());
+                listener->context->PlaceCount() > m_machine.options.keptPlaces);
     });
     const uint16_t stamp = StampOf(m_cycles[channel]++);
     if (!isStopped && listener != nullptr)

@@ -14,6 +14,9 @@ struct ModelOptions {
     uint32_t interfaceVersion = 5; // what GET_INFO reports
     uint32_t receiveContexts = 4;  // of the card
     uint32_t longestQueue = 0;     // entries that one QUEUE_ISO takes; 0: no limit
+    // On the fast clock a packet waits until more places than these are queued for it, so that a
+    // client which drops packets by itself where its queue gets short never has to.
+    uint32_t keptPlaces = 0;
     // The local node is named after the cameras of the start, not before them.
     bool localNodeIsLast = false;
     // While no device file is open, cameras come and go at once: there is nobody to see the time

@@ -140,6 +140,30 @@ TEST_F(Streams, AreByteForByteThoseOfTheVirtualBus)
     StopReceiving();
 }
 
+// With 24 of 64 places kept, 40 packets come in events of four, and four more for four places.
+TEST_F(Streams, WaitWhileTheirQueueIsShortOnTheFastClock)
+{
+    Boot();
+    StreamWithoutTheModel(1);
+    Boot("", "", {.keptPlaces = 24});
+    StartReceiving();
+    for (const ZerixSimWrite &write : writes)
+        Write(control, write);
+    for (int i = 0; i < 10; ++i)
+        NextEvent(stream);
+    for (uint32_t i = 0; i < 4; ++i)
+        QueueSlot(i);
+    NextEvent(stream);
+    Write(control, writes[0]); // a while for what isn't to come
+    EXPECT_EQ(StopIso(stream), 0);
+    EXPECT_EQ(Polled(stream), 0);
+    const auto firstByteOf = [this](uint32_t slot) { return ring[8 + slot * kSlotBytes]; };
+    EXPECT_NE(firstByteOf(43), 0xEE);
+    for (uint32_t slot = 44; slot < kSlots; ++slot)
+        EXPECT_EQ(firstByteOf(slot), 0xEE) << slot;
+    StopReceiving();
+}
+
 TEST_F(Streams, LoseAnEventThatTheKernelHasNoMemoryFor)
 {
     Boot();
