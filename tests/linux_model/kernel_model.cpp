@@ -155,7 +155,7 @@ void *KernelModel::Map(int file, size_t bytes, int &error)
         return nullptr;
     const size_t whole = WholePages(bytes);
     void *const address =
-        ::mmap(nullptr, whole, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        ::mmap(nullptr, whole, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (address == MAP_FAILED) {
         error = -errno;
         return nullptr;
