@@ -193,7 +193,8 @@ TEST_F(LostCamera, GivesBackFramesThoughACallbackStopsTheStream)
 // The device is still there: its driver did not take a buffer again. Opened anew, it is not lost.
 TEST_F(LostCamera, IsNoMoreLostOnceItIsOpenedAgain)
 {
-    ASSERT_EQ(ZerixSim_InjectFault(0, "fail requeue at buffer 1"), 0u) << ZerixSim_LastErrorText();
+    tap.FailRequest(kernel::kControlQueueBuffer, kernel::kErrorNoSystemResources,
+                    kernel::kReceiveBuffers);
     ASSERT_EQ(Zerix_SetStreaming(handle, 1), 0u);
     ASSERT_EQ(ZerixSim_GiveCredit(0, 2), 0u);
     while (!api::CameraOf(handle)->Stream().IsLost())
