@@ -1,23 +1,48 @@
 // Puts the bus of Linux, over the modelled kernel, in the place of the virtual bus for a whole test
 // program, where ZERIX_TEST_OVER is "linux": the same tests then run through both of them to the
 // same virtual cameras.
-#include <atomic>
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <map>
+#include <span>
+#include <string>
 #include <string_view>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "bus/linux_firewire/linux_firewire_driver.h"
+#include "bus/linux_firewire/node_list.h"
+#include "bus/linux_firewire/stream_ring.h"
 #include "tests/linux_model/kernel_model.h"
+#include "tests/linux_model/rack_view.h"
 #include "tests/virtual_bus/bus_tap.h"
 
 namespace zerix::test {
 namespace {
 
+// Tests open all cameras of a rack at once, and each has a context for as long: as many as a card
+// can have.
+constexpr uint32_t kContexts = 32;
+// The virtual bus waits for a receiver that is late, and so does no test reckon with losses on the
+// fast clock. This bus drops the oldest packets before its ring runs dry: it isn't to come to that.
+constexpr uint32_t kKeptPlaces = bus::linux_firewire::kRingPackets / 2;
 // What the model says of its cameras' units.
 constexpr bus::linux_firewire::Unit kUnit = {0x00A1B2, 0x000101};
+
+// The cameras by their place in the rack, as tests number them: Linux lists by identifier.
+void PutInTheRacksOrder(std::span<kernel::DevicePath> paths)
+{
+    std::map<std::string, size_t> places;
+    for (const linux_model::RackCamera &camera : linux_model::PresentCameras())
+        places.emplace(bus::linux_firewire::DevicePathOf(camera.guid), places.size());
+    const auto placeOf = [&](const kernel::DevicePath &path) {
+        const auto found = places.find(path.text);
+        return found != places.end() ? found->second : places.size();
+    };
+    std::stable_sort(paths.begin(), paths.end(),
+                     [&](const auto &a, const auto &b) { return placeOf(a) < placeOf(b); });
+}
 
 // Files are closed in the background, and nodes come and go after a while; the tests look at once.
 class PatientDriver final : public kernel::KernelDriver {
@@ -25,13 +50,14 @@ public:
     uint32_t Enumerate(kernel::DevicePath *paths, uint32_t maximumCount, uint32_t *count) override
     {
         m_model.Settle();
-        return m_driver.Enumerate(paths, maximumCount, count);
+        const uint32_t error = m_driver.Enumerate(paths, maximumCount, count);
+        if (error == 0)
+            PutInTheRacksOrder({paths, *count});
+        return error;
     }
     uint32_t Open(const char *devicePath, kernel::DeviceHandle *device) override
     {
-        const uint32_t error = m_driver.Open(devicePath, device);
-        m_open += error == 0 ? 1 : 0;
-        return error;
+        return m_driver.Open(devicePath, device);
     }
     kernel::ControlResult Control(kernel::DeviceHandle device, uint32_t code, const void *in,
                                   uint32_t inSize, void *out, uint32_t outSize,
@@ -56,11 +82,7 @@ public:
     void Close(kernel::DeviceHandle device) override
     {
         m_driver.Close(device);
-        if (--m_open != 0)
-            return;
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (m_model.WhatIsHeld().files != 0 && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        m_driver.AwaitClosed(std::chrono::seconds(10));
     }
     bool IsSimulated() const override { return true; }
     uint32_t DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount, uint32_t *count) override
@@ -69,10 +91,9 @@ public:
     }
 
 private:
-    linux_model::KernelModel m_model;
+    linux_model::KernelModel m_model{{.receiveContexts = kContexts, .keptPlaces = kKeptPlaces}};
     bus::linux_firewire::LinuxFirewireDriver m_driver{
         m_model, bus::linux_firewire::Recognition{.units = {kUnit}, .isModel = {}}};
-    std::atomic<int> m_open = 0;
 };
 
 class OverLinux final : public ::testing::Environment {
