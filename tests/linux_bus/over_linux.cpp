@@ -15,7 +15,7 @@
 #include "bus/linux_firewire/node_list.h"
 #include "bus/linux_firewire/stream_ring.h"
 #include "tests/linux_model/kernel_model.h"
-#include "tests/linux_model/rack_view.h"
+#include "tests/rack_cameras/rack_view.h"
 #include "tests/virtual_bus/bus_tap.h"
 
 namespace zerix::test {
@@ -34,7 +34,7 @@ constexpr bus::linux_firewire::Unit kUnit = {0x00A1B2, 0x000101};
 void PutInTheRacksOrder(std::span<kernel::DevicePath> paths)
 {
     std::map<std::string, size_t> places;
-    for (const linux_model::RackCamera &camera : linux_model::PresentCameras())
+    for (const rack_cameras::RackCamera &camera : rack_cameras::PresentCameras())
         places.emplace(bus::linux_firewire::DevicePathOf(camera.guid), places.size());
     const auto placeOf = [&](const kernel::DevicePath &path) {
         const auto found = places.find(path.text);
@@ -51,6 +51,7 @@ public:
     {
         m_model.Settle();
         const uint32_t error = m_driver.Enumerate(paths, maximumCount, count);
+        m_driver.AwaitClosed(std::chrono::seconds(10));
         if (error == 0)
             PutInTheRacksOrder({paths, *count});
         return error;
@@ -87,7 +88,9 @@ public:
     bool IsSimulated() const override { return true; }
     uint32_t DescribeNodes(ZerixBusNode *nodes, uint32_t maximumCount, uint32_t *count) override
     {
-        return m_driver.DescribeNodes(nodes, maximumCount, count);
+        const uint32_t error = m_driver.DescribeNodes(nodes, maximumCount, count);
+        m_driver.AwaitClosed(std::chrono::seconds(10));
+        return error;
     }
 
 private:

@@ -47,7 +47,7 @@ void Bus::InitializeLocal()
 // Another rack may be of another speed: to its cameras the same process then has another card.
 void Bus::UseSpeedOfRack()
 {
-    m_local->contents.linkSpeed = RackSpeedCode();
+    m_local->contents.linkSpeed = rack_cameras::RackSpeedCode();
     m_local->rom = MakeConfigRom(m_local->contents);
     m_local->speed = m_local->contents.linkSpeed;
 }
