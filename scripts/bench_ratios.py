@@ -55,6 +55,21 @@ INTERFACE = {
 }
 
 
+# What the same camera takes on the virtual bus itself.
+def print_linux(medians):
+    print('| Benchmark | Virtual bus | Linux | Times |')
+    print('|---|---|---|---|')
+    for first, unit in (('PacketsToFrames', 'us'), ('UnplugToTheCallback', 'ms')):
+        virtual, linux = (next(r for name, r in medians.items() if name.startswith(f'{first}/{bus}'))
+                          for bus in ('VirtualBus', 'Linux'))
+        times = linux['real_time'] / virtual['real_time']
+        print(f"| {first} | {virtual['real_time']:.3g} {unit} | {linux['real_time']:.3g} {unit} | {times:.2f} |")
+        for counter in ('driver_cpu', 'process_cpu', 'MB_per_s', 'bad_frames'):
+            if counter in virtual:
+                print(f'| {first}, {counter} | {virtual[counter]:.3g} | {linux[counter]:.3g} | |')
+    print(f"| CopyOfTheFrame | {medians['CopyOfTheFrame']['real_time']:.3g} us | | |")
+
+
 def size_of(name):
     return ' x '.join(part.partition(':')[2] for part in name.split('/') if part.startswith(('width:', 'height:')))
 
@@ -95,6 +110,8 @@ def main():
     medians = {r['run_name']: r for r in runs if r.get('aggregate_name') == 'median'}
     if any('/Zerix/' in name for name in medians):
         return print_peers(medians)
+    if any(name.startswith('PacketsToFrames/Linux') for name in medians):
+        return print_linux(medians)
     print('| Benchmark | Median | Throughput against the copy | Asked for |')
     print('|---|---|---|---|')
     for name, run in medians.items():
