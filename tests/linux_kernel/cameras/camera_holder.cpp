@@ -11,7 +11,7 @@ namespace linux_kernel {
 int HoldCamera()
 {
     const auto driver = MakeDriver();
-    zerix::test::BusTap::Replace(driver.get());
+    zerix::test::BusTap::Replace(*driver);
     ZerixCameraListItem row = {};
     std::uint32_t count = 1;
     ZerixHandle camera = nullptr;

@@ -38,7 +38,8 @@ void CameraSession::Use(const std::string &rack, Way way)
         ASSERT_TRUE(m_nodes->Settle());
         m_driver = MakeDriver();
     }
-    test::BusTap::Replace(m_driver.get());
+    if (m_driver)
+        test::BusTap::Replace(*m_driver);
     ASSERT_EQ(Zerix_LoadDriver(), 0u);
 }
 
@@ -50,7 +51,7 @@ void CameraSession::UseText(const std::string &text, Way way)
 void CameraSession::Leave()
 {
     Zerix_ReleaseDriver();
-    test::BusTap::Replace(nullptr);
+    test::BusTap::Replace(rack_cameras::VirtualBusDriver());
     m_driver.reset();
     m_nodes.reset();
 }
