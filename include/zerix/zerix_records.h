@@ -45,10 +45,10 @@ typedef struct ZerixBusNode {
     uint32_t channelsLeft;     /* on the card's bus, of 64 */
     uint32_t reserved;         /* 0 */
     char device[64];           /* as the system names it */
-    char vendor[64];
-    char model[64];
-    char units[128];  /* 0xSPECIFIER:0xVERSION of each unit, with a blank between two */
-    char remark[192]; /* why it is a camera or not, or may not be opened: one sentence */
+    char vendor[64];           /* by the name in its configuration memory, or its number */
+    char model[64];            /* likewise */
+    char units[128];           /* 0xSPECIFIER:0xVERSION of each unit, with a blank between two */
+    char remark[192];          /* why it is a camera or not, or may not be opened: one sentence */
 } ZerixBusNode;
 
 /* The settings record. Prepare it with Zerix_CreateCameraSettingsStruct, fill it by a read, free it
