@@ -173,7 +173,7 @@ std::string HardwareDatabaseEntry(const std::vector<ZerixBusNode> &nodes)
                        "#   systemd-hwdb update\n"
                        "#   udevadm trigger --subsystem-match=firewire\n";
     for (const auto &[match, whose] : matches)
-        text += "\n# " + whose + "\n" + match;
+        text += fmt::format("\n# {}\n{}", whose, match);
     return text;
 }
 

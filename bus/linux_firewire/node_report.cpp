@@ -167,6 +167,7 @@ std::vector<ZerixBusNode> ReportNodes(SystemCalls &system, const std::vector<Nod
     std::stable_sort(entries.begin(), entries.end(),
                      [](const Entry &a, const Entry &b) { return a.node.card < b.node.card; });
     std::vector<ZerixBusNode> report;
+    report.reserve(entries.size());
     for (const Entry &entry : entries)
         report.push_back(entry.node);
     return report;
