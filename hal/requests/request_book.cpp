@@ -100,7 +100,7 @@ bool RequestBook::MayCancel(RequestId id)
 // The link that leads to the request: the book's own or the one in the block before. Null without.
 Overlapped **RequestBook::LinkTo(RequestId id)
 {
-    static_assert(sizeof(uintptr_t) == sizeof(Overlapped *));
+    static_assert(sizeof(uintptr_t) == sizeof(void *));
     Overlapped **link = &m_first;
     while (*link != nullptr && (*link)->driverWords[kId] != id)
         link = reinterpret_cast<Overlapped **>(&(*link)->driverWords[kNext]);
